@@ -1,0 +1,9 @@
+#include "ZelCore/AsyncCallback.h"
+
+namespace ZelCore {
+
+CAsyncCallback::CAsyncCallback() = default;
+
+CAsyncCallback::~CAsyncCallback() = default;
+
+} // namespace ZelCore

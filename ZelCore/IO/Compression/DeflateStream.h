@@ -1,0 +1,76 @@
+#pragma once
+
+#include "ZelCore/IO/Stream.h"
+
+#include <memory>
+
+namespace ZelCore::IO::Compression {
+
+/// The direction of a CDeflateStream.
+enum class CompressionMode : int {
+    Compress = 0,
+    Decompress = 1,
+};
+
+/// Compresses what is written to it into another stream, or decompresses what is read from it out of another
+/// stream: raw deflate data (RFC 1951) or one gzip member (RFC 1952), at zlib's default level.
+///
+///     CFileStream file(L"notes.txt.gz", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+///     CDeflateStream gzip(file, CompressionMode::Compress, true);
+///     gzip.Write(text, size);
+///     gzip.Close();                        // writes the end of the data and reports what fails
+///
+/// Always close a compressing stream: the destructor closes it too, but an exception has no way out of there and
+/// ends the process. After a failed Write, Close and the destructor only release the stream.
+///
+/// Failures of zlib throw CIOException with zlib's code (-3 for damaged data, -5 for data that ends early); what
+/// the other stream throws passes through.
+///
+/// Owns one buffer of 16 KiB beside zlib's state, whatever the size of the data. One thread at a time.
+class ZELCORE_API CDeflateStream : public CStream {
+public:
+    /// Borrows the other stream, which must outlive this one. Neither constructor ever closes or flushes it.
+    ///
+    /// \param stream needs CanWrite to compress and CanRead to decompress, otherwise CArgumentException for "mode"
+    /// \param gzip   true for a gzip member, false for raw deflate data
+    CDeflateStream(CStream& stream, CompressionMode mode, bool gzip);
+
+    /// Shares ownership of the other stream. A null pointer throws CArgumentNullException for "stream".
+    CDeflateStream(const std::shared_ptr<CStream>& stream, CompressionMode mode, bool gzip);
+
+    /// The source is left closed. Assignment first closes the target, as its destructor would.
+    CDeflateStream(CDeflateStream&& other) noexcept;
+    CDeflateStream& operator=(CDeflateStream&& other) noexcept;
+    ~CDeflateStream() noexcept override;
+
+    /// Compressing, writes the rest of the data. The stream is closed afterwards even if that throws.
+    void Close() override;
+
+    /// Does nothing: compressed data waits in zlib for more until Close.
+    void Flush() override;
+
+    /// CanRead or CanWrite, by the mode; none once closed.
+    StreamCapabilities GetCapabilities() const override;
+
+    /// GetLength, GetPosition and Seek throw CNotSupportedException.
+    std::int64_t GetLength() const override;
+    const wchar_t* GetName() const override;
+    std::int64_t GetPosition() const override;
+
+    /// Fills the buffer unless the data ends before; 0 after the end. What follows the end of the compressed data
+    /// in the other stream is not returned, and may have been read from there.
+    std::size_t Read(unsigned char* buffer, std::size_t count) override;
+    std::int64_t Seek(std::int64_t offset, SeekOrigin origin) override;
+
+    /// Compresses `count` bytes; pieces of at most 16 KiB reach the other stream as they become ready.
+    void Write(const unsigned char* data, std::size_t count) override;
+
+private:
+    class impl;
+
+    bool IsOpen() const noexcept;
+
+    std::unique_ptr<impl> m_impl;
+};
+
+} // namespace ZelCore::IO::Compression

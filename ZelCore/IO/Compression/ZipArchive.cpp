@@ -1,0 +1,941 @@
+#include "ZelCore/IO/Compression/ZipArchive.h"
+
+#include "ZelCore/Arguments.h"
+#include "ZelCore/Guid.h"
+#include "ZelCore/IO/Compression/DeflateStream.h"
+#include "ZelCore/IO/Directory.h"
+#include "ZelCore/IO/File.h"
+#include "ZelCore/IO/FileStream.h"
+#include "ZelCore/IO/Path.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelCore/NotSupportedException.h"
+#include "ZelCore/String.h"
+#include "ZelWin32/Windows.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <map>
+#include <span>
+#include <utility>
+#include <zlib.h>
+
+namespace ZelCore::IO::Compression {
+
+namespace {
+
+constexpr unsigned Utf8 = 65001;
+constexpr std::size_t CopySize = 4096;
+constexpr std::size_t ReadAheadSize = 65536;
+constexpr std::uint64_t Largest32 = 0xFFFFFFFF;
+constexpr std::size_t Largest16 = 0xFFFF;
+constexpr std::uint16_t Stored = 0;
+constexpr std::uint16_t Deflated = 8;
+constexpr std::uint16_t HasDataDescriptor = 1u << 3;
+
+using Bytes = std::vector<unsigned char>;
+
+[[noreturn]] void ThrowInvalidArchive(const wchar_t* method, const wchar_t* file, int line) {
+    throw CInvalidOperationException(L"Invalid ZIP archive", method, file, line);
+}
+
+[[noreturn]] void ThrowInvalidEntry(const std::wstring& entryName, const wchar_t* method, const wchar_t* file,
+                                    int line) {
+    throw CInvalidOperationException(CString::Format(L"Invalid ZIP entry '%s'", entryName.c_str()).c_str(), method,
+                                     file, line);
+}
+
+[[noreturn]] void ThrowTooLarge(const wchar_t* format, const std::wstring& entryName, const wchar_t* method,
+                                const wchar_t* file, int line) {
+    throw CInvalidOperationException(CString::Format(format, entryName.c_str()).c_str(), method, file, line);
+}
+
+/// Takes little-endian fields off a record one after the other.
+class CFieldReader {
+public:
+    explicit CFieldReader(const unsigned char* record) : m_next(record) {
+    }
+    CFieldReader& operator>>(std::uint16_t& field) {
+        field = static_cast<std::uint16_t>(Take(2));
+        return *this;
+    }
+    CFieldReader& operator>>(std::uint32_t& field) {
+        field = Take(4);
+        return *this;
+    }
+
+private:
+    std::uint32_t Take(int size) {
+        std::uint32_t value = 0;
+        for (int i = 0; i < size; ++i) {
+            value |= static_cast<std::uint32_t>(*m_next++) << (8 * i);
+        }
+        return value;
+    }
+    const unsigned char* m_next;
+};
+
+class CFieldWriter {
+public:
+    explicit CFieldWriter(unsigned char* record) : m_next(record) {
+    }
+    CFieldWriter& operator<<(std::uint16_t field) {
+        return Put(field, 2);
+    }
+    CFieldWriter& operator<<(std::uint32_t field) {
+        return Put(field, 4);
+    }
+
+private:
+    CFieldWriter& Put(std::uint32_t value, int size) {
+        for (int i = 0; i < size; ++i) {
+            *m_next++ = static_cast<unsigned char>(value >> (8 * i));
+        }
+        return *this;
+    }
+    unsigned char* m_next;
+};
+
+/// Reads a stream through one bounded buffer: a directory of many small records costs few system calls.
+class CReadAhead {
+public:
+    explicit CReadAhead(CStream& stream) : m_stream(stream), m_buffer(ReadAheadSize) {
+    }
+
+    /// Reads until `count` bytes have arrived or the stream ends.
+    std::size_t GreedyRead(unsigned char* buffer, std::size_t count) {
+        std::size_t total = 0;
+        while (total < count) {
+            if (m_available.empty()) {
+                m_available = std::span(m_buffer).first(m_stream.GreedyRead(m_buffer.data(), m_buffer.size()));
+                if (m_available.empty()) {
+                    break;
+                }
+            }
+            const std::size_t size = std::min(count - total, m_available.size());
+            std::copy_n(m_available.begin(), size, buffer + total);
+            m_available = m_available.subspan(size);
+            total += size;
+        }
+        return total;
+    }
+
+private:
+    CStream& m_stream;
+    Bytes m_buffer;
+    std::span<unsigned char> m_available;
+};
+
+/// False when the source ends before the vector is full. A record's variable part may be empty.
+template <class Source> bool Fill(Source& source, Bytes& bytes, std::size_t size) {
+    bytes.resize(size);
+    return size == 0 || source.GreedyRead(bytes.data(), size) == size;
+}
+
+struct CCentralDirectoryFileHeader {
+    static constexpr std::uint32_t Signature = 0x02014B50;
+    static constexpr std::size_t Size = 46;
+
+    std::uint32_t signature = Signature;
+    std::uint16_t versionMadeBy = 0;
+    std::uint16_t versionNeeded = 0;
+    std::uint16_t flags = 0;
+    std::uint16_t method = 0;
+    std::uint16_t time = 0;
+    std::uint16_t date = 0;
+    std::uint32_t crc32 = 0;
+    std::uint32_t compressedSize = 0;
+    std::uint32_t uncompressedSize = 0;
+    std::uint16_t nameLength = 0;
+    std::uint16_t extraLength = 0;
+    std::uint16_t commentLength = 0;
+    std::uint16_t diskStart = 0;
+    std::uint16_t internalAttributes = 0;
+    std::uint32_t externalAttributes = 0;
+    std::uint32_t localHeaderOffset = 0;
+    Bytes variable; ///< name, extra field and comment
+
+    void Read(CReadAhead& source) {
+        std::array<unsigned char, Size> record;
+        if (source.GreedyRead(record.data(), record.size()) == record.size()) {
+            CFieldReader(record.data()) >> signature >> versionMadeBy >> versionNeeded >> flags >> method >> time >>
+                date >> crc32 >> compressedSize >> uncompressedSize >> nameLength >> extraLength >> commentLength >>
+                diskStart >> internalAttributes >> externalAttributes >> localHeaderOffset;
+            if (signature == Signature &&
+                Fill(source, variable, std::size_t{nameLength} + extraLength + commentLength)) {
+                return;
+            }
+        }
+        ThrowInvalidArchive(
+            ZEL_SITE(L"ZelCore::IO::Compression::`anonymous-namespace'::CCentralDirectoryFileHeader::Read"));
+    }
+
+    void Write(CStream& stream) const {
+        std::array<unsigned char, Size> record;
+        CFieldWriter(record.data()) << signature << versionMadeBy << versionNeeded << flags << method << time << date
+                                    << crc32 << compressedSize << uncompressedSize << nameLength << extraLength
+                                    << commentLength << diskStart << internalAttributes << externalAttributes
+                                    << localHeaderOffset;
+        stream.Write(record.data(), record.size());
+        if (!variable.empty()) {
+            stream.Write(variable.data(), variable.size());
+        }
+    }
+
+    std::uint64_t GetSize() const {
+        return Size + variable.size();
+    }
+
+    std::wstring GetName() const {
+        return nameLength == 0 ? std::wstring()
+                               : CString::ToWideChar(reinterpret_cast<const char*>(variable.data()), nameLength, Utf8);
+    }
+};
+
+struct CLocalFileHeader {
+    static constexpr std::uint32_t Signature = 0x04034B50;
+    static constexpr std::size_t Size = 30;
+
+    std::uint32_t signature = Signature;
+    std::uint16_t versionNeeded = 0;
+    std::uint16_t flags = 0;
+    std::uint16_t method = 0;
+    std::uint16_t time = 0;
+    std::uint16_t date = 0;
+    std::uint32_t crc32 = 0;
+    std::uint32_t compressedSize = 0;
+    std::uint32_t uncompressedSize = 0;
+    std::uint16_t nameLength = 0;
+    std::uint16_t extraLength = 0;
+    Bytes variable; ///< name and extra field
+
+    CLocalFileHeader() = default;
+    explicit CLocalFileHeader(const CCentralDirectoryFileHeader& central)
+        : versionNeeded(central.versionNeeded), flags(central.flags), method(central.method), time(central.time),
+          date(central.date), crc32(central.crc32), compressedSize(central.compressedSize),
+          uncompressedSize(central.uncompressedSize), nameLength(central.nameLength),
+          extraLength(central.extraLength),
+          variable(central.variable.begin(), central.variable.begin() + central.nameLength + central.extraLength) {
+    }
+
+    void Read(CStream& stream, const std::wstring& entryName) {
+        std::array<unsigned char, Size> record;
+        if (stream.GreedyRead(record.data(), record.size()) == record.size()) {
+            CFieldReader(record.data()) >> signature >> versionNeeded >> flags >> method >> time >> date >> crc32 >>
+                compressedSize >> uncompressedSize >> nameLength >> extraLength;
+            if (signature == Signature && Fill(stream, variable, std::size_t{nameLength} + extraLength)) {
+                return;
+            }
+        }
+        ThrowInvalidEntry(entryName,
+                          ZEL_SITE(L"ZelCore::IO::Compression::`anonymous-namespace'::CLocalFileHeader::Read"));
+    }
+
+    void Write(CStream& stream) const {
+        std::array<unsigned char, Size> record;
+        CFieldWriter(record.data()) << signature << versionNeeded << flags << method << time << date << crc32
+                                    << compressedSize << uncompressedSize << nameLength << extraLength;
+        stream.Write(record.data(), record.size());
+        if (!variable.empty()) {
+            stream.Write(variable.data(), variable.size());
+        }
+    }
+};
+
+struct CEndOfCentralDirectoryRecord {
+    static constexpr std::uint32_t Signature = 0x06054B50;
+    static constexpr std::size_t Size = 22;
+
+    std::uint32_t signature = Signature;
+    std::uint16_t disk = 0;
+    std::uint16_t directoryDisk = 0;
+    std::uint16_t entriesOnDisk = 0;
+    std::uint16_t totalEntries = 0;
+    std::uint32_t directorySize = 0;
+    std::uint32_t directoryOffset = 0;
+    std::uint16_t commentLength = 0;
+    Bytes comment;
+
+    void Read(CStream& stream) {
+        std::array<unsigned char, Size> record;
+        if (Find(stream) && stream.GreedyRead(record.data(), record.size()) == record.size()) {
+            CFieldReader(record.data()) >> signature >> disk >> directoryDisk >> entriesOnDisk >> totalEntries >>
+                directorySize >> directoryOffset >> commentLength;
+            if (Fill(stream, comment, commentLength)) {
+                return;
+            }
+        }
+        ThrowInvalidArchive(
+            ZEL_SITE(L"ZelCore::IO::Compression::`anonymous-namespace'::CEndOfCentralDirectoryRecord::Read"));
+    }
+
+    void Write(CStream& stream) const {
+        std::array<unsigned char, Size> record;
+        CFieldWriter(record.data()) << signature << disk << directoryDisk << entriesOnDisk << totalEntries
+                                    << directorySize << directoryOffset << commentLength;
+        stream.Write(record.data(), record.size());
+        if (!comment.empty()) {
+            stream.Write(comment.data(), comment.size());
+        }
+    }
+
+private:
+    /// Moves the stream to the last record, which may have a comment of any content behind it.
+    static bool Find(CStream& stream) {
+        constexpr std::int64_t smallStep = 16;
+        const std::int64_t length = stream.Seek(0, SeekOrigin::End);
+        if (length < static_cast<std::int64_t>(Size)) {
+            return false;
+        }
+        const std::int64_t first = length - static_cast<std::int64_t>(Size) + 4;
+        Bytes chunk;
+        std::uint32_t value = 0; // goes on from one chunk to the next: a signature may lie across both
+        for (std::int64_t end = first; end > 0;) {
+            // Beyond the longest comment there is nothing but a file that is no archive: search it in big steps.
+            const bool isComment = first - end <= static_cast<std::int64_t>(Largest16);
+            const std::int64_t begin = std::max<std::int64_t>(end - (isComment ? smallStep : ReadAheadSize), 0);
+            stream.Seek(begin, SeekOrigin::Begin);
+            if (!Fill(stream, chunk, static_cast<std::size_t>(end - begin))) {
+                return false;
+            }
+            for (std::size_t i = chunk.size(); i-- > 0;) {
+                value = chunk[i] | value << 8;
+                if (value == Signature) {
+                    stream.Seek(begin + static_cast<std::int64_t>(i), SeekOrigin::Begin);
+                    return true;
+                }
+            }
+            end = begin;
+        }
+        return false;
+    }
+};
+
+/// A window on a stream from its position on. Reading moves the position of the stream below.
+class CReadOnlySubStream final : public CStream {
+public:
+    CReadOnlySubStream(CStream& base, std::uint64_t length)
+        : m_base(base), m_start(base.GetPosition()), m_length(static_cast<std::int64_t>(length)) {
+    }
+
+    void Close() override {
+    }
+    void Flush() override {
+        throw CNotSupportedException(
+            nullptr, ZEL_SITE(L"ZelCore::IO::Compression::`anonymous-namespace'::CReadOnlySubStream::Flush"));
+    }
+    StreamCapabilities GetCapabilities() const override {
+        return m_base.GetCapabilities();
+    }
+    std::int64_t GetLength() const override {
+        return m_length;
+    }
+    std::int64_t GetPosition() const override {
+        return m_base.GetPosition() - m_start;
+    }
+    std::size_t Read(unsigned char* buffer, std::size_t count) override {
+        const std::int64_t position = GetPosition();
+        if (position < 0 || position >= m_length) { // somebody else moved the stream below
+            return 0;
+        }
+        return m_base.Read(buffer, std::min(count, static_cast<std::size_t>(m_length - position)));
+    }
+    std::int64_t Seek(std::int64_t, SeekOrigin) override {
+        throw CNotSupportedException(
+            nullptr, ZEL_SITE(L"ZelCore::IO::Compression::`anonymous-namespace'::CReadOnlySubStream::Seek"));
+    }
+    void Write(const unsigned char*, std::size_t) override {
+        throw CNotSupportedException(
+            nullptr, ZEL_SITE(L"ZelCore::IO::Compression::`anonymous-namespace'::CReadOnlySubStream::Write"));
+    }
+
+private:
+    CStream& m_base;
+    std::int64_t m_start;
+    std::int64_t m_length;
+};
+
+/// The folder where the data of entries waits for the rewrite; removed with all its files in the end.
+class CStagingFolder {
+public:
+    CStagingFolder() = default;
+    CStagingFolder(const CStagingFolder&) = delete;
+    CStagingFolder& operator=(const CStagingFolder&) = delete;
+    ~CStagingFolder() {
+        try {
+            if (!m_path.empty()) {
+                CDirectory::Delete(m_path.c_str(), true, false);
+            }
+        } catch (...) { // what stays in the temporary folder is no failure of the archive
+        }
+    }
+
+    void Create() {
+        m_path = CPath::Combine(CPath::GetTempPathW().c_str(), CGuid::NewGuid().ToString(L"D").c_str());
+        CDirectory::Create(m_path.c_str(), nullptr);
+    }
+
+    /// Creates an empty file. Looking for a free name takes the longer the more files a folder has, so they are
+    /// spread over subfolders.
+    std::wstring CreateFile() {
+        constexpr std::size_t filesPerFolder = 200;
+        if (m_fileCount % filesPerFolder == 0) {
+            m_subfolder = CPath::Combine(m_path.c_str(), std::to_wstring(m_fileCount / filesPerFolder).c_str());
+            CDirectory::Create(m_subfolder.c_str(), nullptr);
+        }
+        std::wstring path = CPath::GetTempFileNameW(m_subfolder, L"zip");
+        ++m_fileCount;
+        return path;
+    }
+
+private:
+    std::wstring m_path;
+    std::wstring m_subfolder;
+    std::size_t m_fileCount = 0;
+};
+
+/// Deletes a file that turns out not to be needed.
+class CFileGuard {
+public:
+    explicit CFileGuard(const std::wstring& path) : m_path(&path) {
+    }
+    CFileGuard(const CFileGuard&) = delete;
+    CFileGuard& operator=(const CFileGuard&) = delete;
+    ~CFileGuard() {
+        try {
+            if (m_path != nullptr) {
+                CFile::Delete(m_path->c_str(), false);
+            }
+        } catch (...) { // it goes with the staging folder
+        }
+    }
+    void Keep() {
+        m_path = nullptr;
+    }
+
+private:
+    const std::wstring* m_path;
+};
+
+struct CNameLess {
+    using is_transparent = void;
+
+    static const wchar_t* Text(const std::wstring& name) {
+        return name.c_str();
+    }
+    static const wchar_t* Text(const wchar_t* name) {
+        return name;
+    }
+    template <class A, class B> bool operator()(const A& a, const B& b) const {
+        return CString::Compare(Text(a), Text(b), StringComparison::OrdinalIgnoreCase) < 0;
+    }
+};
+
+struct CEntryRecord {
+    CCentralDirectoryFileHeader header;
+    std::wstring stagingPath; ///< empty while the data lies in the archive only
+};
+
+using CEntryTable = std::map<std::wstring, CEntryRecord, CNameLess>;
+
+CFileStream OpenArchive(const wchar_t* path, ZipArchiveMode mode) {
+    switch (mode) {
+    case ZipArchiveMode::Read:
+        return {path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL};
+    case ZipArchiveMode::Create:
+        return {path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL};
+    default:
+        return {path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL};
+    }
+}
+
+/// The system time as DOS has it, in steps of two seconds from 1980 to 2107.
+void SetCurrentTime(CCentralDirectoryFileHeader& header) {
+    FILETIME now{};
+    SYSTEMTIME fields{};
+    ::GetSystemTimeAsFileTime(&now);
+    WORD date = 0;
+    WORD time = 0;
+    constexpr WORD lastYear = 2107;
+    if (::FileTimeToSystemTime(&now, &fields) && fields.wYear > lastYear) {
+        date = 0xFF9F;
+        time = 0xBF7D;
+    } else if (!::FileTimeToDosDateTime(&now, &date, &time)) {
+        date = 0x0021;
+        time = 0;
+    }
+    header.date = date;
+    header.time = time;
+}
+
+/// Copies `source` to its end, or as much as `size` bytes, and tells every piece to `seen`.
+template <class Seen> void CopyStream(CStream& source, CStream& target, Seen seen) {
+    std::array<unsigned char, CopySize> buffer;
+    while (const std::size_t read = std::min(source.Read(buffer.data(), buffer.size()), buffer.size())) {
+        seen(buffer.data(), read);
+        target.Write(buffer.data(), read);
+    }
+}
+
+void AddToChecksum(std::uint32_t& checksum, const unsigned char* data, std::uint64_t size) {
+    constexpr std::uint64_t largestPiece = 0x40000000; // zlib counts in 32 bits
+    while (size != 0) {
+        const auto piece = static_cast<uInt>(std::min(size, largestPiece));
+        checksum = static_cast<std::uint32_t>(::crc32(checksum, data, piece));
+        data += piece;
+        size -= piece;
+    }
+}
+
+} // namespace
+
+class CZipArchive::impl {
+public:
+    impl(const wchar_t* path, ZipArchiveMode mode)
+        : m_file(OpenArchive(path, mode)), m_mode(mode), m_exceptionsBefore(std::uncaught_exceptions()) {
+        if (m_mode != ZipArchiveMode::Read) {
+            m_staging.Create();
+        }
+        if (m_mode != ZipArchiveMode::Create) {
+            ReadDirectory();
+        }
+    }
+
+    const CEntryTable& GetTable() const noexcept {
+        return m_table;
+    }
+
+    void CheckName(const wchar_t* entryName, const wchar_t* method, const wchar_t* file, int line) const;
+    void CheckWritable(const wchar_t* method, const wchar_t* file, int line) const;
+    CEntryTable::iterator FindExisting(const wchar_t* entryName, const wchar_t* messageFormat, const wchar_t* method,
+                                       const wchar_t* file, int line);
+    void CheckNew(const wchar_t* entryName, const wchar_t* method, const wchar_t* file, int line) const;
+
+    std::unique_ptr<CStream> OpenEntry(const CEntryTable::value_type& entry);
+    template <class WriteData> void Add(const wchar_t* entryName, bool compress, WriteData writeData);
+    template <class WriteData>
+    void Update(CEntryTable::iterator old, const wchar_t* entryName, WriteData writeData);
+    void Delete(CEntryTable::iterator entry) {
+        m_table.erase(entry);
+    }
+    void Save();
+    void Finish();
+
+private:
+    void ReadDirectory();
+    std::unique_ptr<CStream> OpenStaged(const CEntryRecord& entry) const;
+    template <class WriteData> CEntryRecord Stage(const wchar_t* entryName, bool compress, WriteData writeData);
+    void SeekToLocalHeader(const CEntryTable::value_type& entry, const wchar_t* method, const wchar_t* file,
+                           int line);
+    void EnsureEntriesLoaded();
+    void StageRaw(CEntryTable::value_type& entry);
+    void CheckLimits(std::uint64_t position) const;
+    void WriteEntries();
+    void WriteDirectory();
+
+    CFileStream m_file;
+    ZipArchiveMode m_mode;
+    CEndOfCentralDirectoryRecord m_end;
+    CEntryTable m_table;
+    CStagingFolder m_staging;
+    int m_exceptionsBefore;
+};
+
+void CZipArchive::impl::ReadDirectory() {
+    m_end.Read(m_file);
+    m_file.Seek(m_end.directoryOffset, SeekOrigin::Begin);
+    CReadAhead source(m_file);
+    for (unsigned i = 0; i < m_end.totalEntries; ++i) {
+        CEntryRecord record;
+        record.header.Read(source);
+        std::wstring name = record.header.GetName();
+        const std::size_t before = m_table.size();
+        m_table.emplace_hint(m_table.end(), std::move(name), std::move(record));
+        if (m_table.size() == before && m_mode != ZipArchiveMode::Read) {
+            ThrowInvalidArchive(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::CZipArchive"));
+        }
+    }
+}
+
+void CZipArchive::impl::CheckName(const wchar_t* entryName, const wchar_t* method, const wchar_t* file,
+                                  int line) const {
+    CheckNotNull(entryName, L"entryName", method, file, line);
+    if (*entryName == L'\0') {
+        throw CArgumentException(L"entryName", nullptr, method, file, line);
+    }
+}
+
+void CZipArchive::impl::CheckWritable(const wchar_t* method, const wchar_t* file, int line) const {
+    if (m_mode == ZipArchiveMode::Read) {
+        throw CInvalidOperationException(L"Cannot modify read-only archive", method, file, line);
+    }
+}
+
+CEntryTable::iterator CZipArchive::impl::FindExisting(const wchar_t* entryName, const wchar_t* messageFormat,
+                                                      const wchar_t* method, const wchar_t* file, int line) {
+    CheckName(entryName, method, file, line);
+    CheckWritable(method, file, line);
+    const auto entry = m_table.find(entryName);
+    if (entry == m_table.end()) {
+        throw CArgumentException(L"entryName", CString::Format(messageFormat, entryName).c_str(), method, file, line);
+    }
+    return entry;
+}
+
+void CZipArchive::impl::CheckNew(const wchar_t* entryName, const wchar_t* method, const wchar_t* file,
+                                 int line) const {
+    CheckName(entryName, method, file, line);
+    CheckWritable(method, file, line);
+    if (m_table.contains(entryName)) {
+        throw CArgumentException(L"entryName", CString::Format(L"Entry '%s' already exists", entryName).c_str(),
+                                 method, file, line);
+    }
+    if (m_table.size() >= Largest16) {
+        ThrowTooLarge(L"Cannot add ZIP entry '%s': an archive holds at most 65535 entries", entryName, method, file,
+                      line);
+    }
+}
+
+std::unique_ptr<CStream> CZipArchive::impl::OpenStaged(const CEntryRecord& entry) const {
+    auto file = std::make_unique<CFileStream>(entry.stagingPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                              FILE_ATTRIBUTE_NORMAL);
+    if (entry.header.method == Stored || entry.header.compressedSize == 0) {
+        return file;
+    }
+    return std::make_unique<CDeflateStream>(std::shared_ptr<CStream>(std::move(file)), CompressionMode::Decompress,
+                                            false);
+}
+
+void CZipArchive::impl::SeekToLocalHeader(const CEntryTable::value_type& entry, const wchar_t* method,
+                                          const wchar_t* file, int line) {
+    const std::int64_t offset = entry.second.header.localHeaderOffset;
+    if (m_file.Seek(offset, SeekOrigin::Begin) != offset) {
+        ThrowInvalidEntry(entry.first, method, file, line);
+    }
+}
+
+std::unique_ptr<CStream> CZipArchive::impl::OpenEntry(const CEntryTable::value_type& entry) {
+    if (!entry.second.stagingPath.empty()) {
+        return OpenStaged(entry.second);
+    }
+    SeekToLocalHeader(entry, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::GetEntry"));
+    CLocalFileHeader local;
+    local.Read(m_file, entry.first);
+    auto window = std::make_unique<CReadOnlySubStream>(m_file, local.compressedSize);
+    if (local.method == Stored || local.compressedSize == 0) {
+        return window;
+    }
+    return std::make_unique<CDeflateStream>(std::shared_ptr<CStream>(std::move(window)), CompressionMode::Decompress,
+                                            false);
+}
+
+/// `writeData(target, header)` writes the data to the target and its checksum and size into the header.
+template <class WriteData>
+CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, WriteData writeData) {
+    const std::wstring_view name(entryName);
+    const std::string utf8 = name.size() <= Largest16
+                                 ? CString::ToMultiByte(entryName, static_cast<int>(name.size()), Utf8)
+                                 : std::string();
+    if (utf8.empty() || utf8.size() > Largest16) {
+        throw CArgumentException(L"entryName", L"The name is longer than 65535 bytes",
+                                 ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+    }
+    CEntryRecord record;
+    CCentralDirectoryFileHeader& header = record.header;
+    header.versionMadeBy = header.versionNeeded = 10;
+    header.method = compress ? Deflated : Stored;
+    SetCurrentTime(header);
+    header.nameLength = static_cast<std::uint16_t>(utf8.size());
+    header.variable.assign(utf8.begin(), utf8.end());
+
+    record.stagingPath = m_staging.CreateFile();
+    CFileGuard guard(record.stagingPath);
+    CFileStream file(record.stagingPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    if (compress) {
+        CDeflateStream deflate(file, CompressionMode::Compress, false);
+        try {
+            writeData(deflate, header);
+        } catch (...) {
+            try {
+                deflate.Close(); // its destructor must not be the one to fail
+            } catch (...) {      // the first failure counts
+            }
+            throw;
+        }
+        deflate.Close();
+    } else {
+        writeData(file, header);
+    }
+    const std::int64_t length = file.GetLength();
+    if (static_cast<std::uint64_t>(length) > Largest32) {
+        ThrowTooLarge(L"ZIP entry '%s' is larger than 4294967295 bytes", entryName,
+                      ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+    }
+    header.compressedSize = static_cast<std::uint32_t>(length);
+    file.Close();
+    guard.Keep();
+    return record;
+}
+
+template <class WriteData>
+void CZipArchive::impl::Add(const wchar_t* entryName, bool compress, WriteData writeData) {
+    m_table.emplace(entryName, Stage(entryName, compress, writeData));
+}
+
+template <class WriteData>
+void CZipArchive::impl::Update(CEntryTable::iterator old, const wchar_t* entryName, WriteData writeData) {
+    CEntryTable::node_type replacement = [&] {
+        CEntryTable single;
+        single.emplace(entryName, Stage(entryName, old->second.header.method == Deflated, writeData));
+        return single.extract(single.begin());
+    }();
+    m_table.erase(old);
+    m_table.insert(std::move(replacement)); // a ready-made node: nothing that could fail
+}
+
+void CZipArchive::impl::EnsureEntriesLoaded() {
+    for (CEntryTable::value_type& entry : m_table) {
+        if (entry.second.stagingPath.empty()) {
+            StageRaw(entry);
+        }
+    }
+}
+
+/// Copies the data of an entry as it stands in the archive, still compressed.
+void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
+    CCentralDirectoryFileHeader& header = entry.second.header;
+    SeekToLocalHeader(entry, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
+    CLocalFileHeader local;
+    local.Read(m_file, entry.first);
+    std::wstring path = m_staging.CreateFile();
+    CFileGuard guard(path);
+    CFileStream file(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    CReadOnlySubStream window(m_file, local.compressedSize);
+    CopyStream(window, file, [](const unsigned char*, std::size_t) {});
+    // An entry whose header leaves the size to what follows its data, or whose data is cut, would be lost here.
+    if (local.compressedSize != header.compressedSize || file.GetLength() != header.compressedSize) {
+        ThrowInvalidEntry(entry.first,
+                          ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
+    }
+    file.Close();
+    header.flags &= static_cast<std::uint16_t>(~HasDataDescriptor); // the rewritten header has the sizes itself
+    entry.second.stagingPath = std::move(path);
+    guard.Keep();
+}
+
+/// Finds out before anything is destroyed whether the archive can be written from the given position on.
+void CZipArchive::impl::CheckLimits(std::uint64_t position) const {
+    std::uint64_t directorySize = 0;
+    for (const auto& [name, record] : m_table) {
+        const CCentralDirectoryFileHeader& header = record.header;
+        if (position > Largest32) {
+            ThrowTooLarge(L"Cannot save ZIP entry '%s': the archive exceeds 4294967295 bytes", name,
+                          ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::Flush"));
+        }
+        position += CLocalFileHeader::Size + header.nameLength + header.extraLength + header.compressedSize;
+        directorySize += header.GetSize();
+    }
+    if (position > Largest32 || directorySize > Largest32) {
+        throw CInvalidOperationException(L"Cannot save the ZIP archive: its directory lies beyond 4294967295 bytes",
+                                         ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::Flush"));
+    }
+}
+
+void CZipArchive::impl::Save() {
+    if (m_mode == ZipArchiveMode::Create) {
+        CheckLimits(static_cast<std::uint64_t>(m_file.GetPosition()));
+    } else {
+        EnsureEntriesLoaded();
+        CheckLimits(0);
+        m_file.Seek(0, SeekOrigin::Begin); // SetLength keeps the position
+        m_file.SetLength(0);
+    }
+    WriteEntries();
+    WriteDirectory();
+    m_file.Flush();
+}
+
+void CZipArchive::impl::WriteEntries() {
+    for (auto& [name, record] : m_table) {
+        record.header.localHeaderOffset = static_cast<std::uint32_t>(m_file.GetPosition());
+        CLocalFileHeader(record.header).Write(m_file);
+        CFileStream staged(record.stagingPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                           FILE_ATTRIBUTE_NORMAL);
+        std::uint64_t size = 0;
+        CopyStream(staged, m_file, [&size](const unsigned char*, std::size_t piece) { size += piece; });
+        if (size != record.header.compressedSize) { // somebody else touched the staging file
+            ThrowInvalidEntry(name, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::WriteEntries"));
+        }
+    }
+}
+
+void CZipArchive::impl::WriteDirectory() {
+    m_end.directoryOffset = static_cast<std::uint32_t>(m_file.GetPosition());
+    m_end.directorySize = 0;
+    for (const auto& [name, record] : m_table) {
+        record.header.Write(m_file);
+        m_end.directorySize += static_cast<std::uint32_t>(record.header.GetSize());
+    }
+    m_end.entriesOnDisk = m_end.totalEntries = static_cast<std::uint16_t>(m_table.size());
+    m_end.Write(m_file);
+}
+
+/// What the destructor does first. With another exception on its way a failing save has nobody to tell.
+void CZipArchive::impl::Finish() {
+    if (m_mode == ZipArchiveMode::Read) {
+        return;
+    }
+    try {
+        Save();
+    } catch (...) {
+        if (std::uncaught_exceptions() <= m_exceptionsBefore) {
+            throw;
+        }
+    }
+}
+
+CZipArchive::CZipArchive(const wchar_t* path, ZipArchiveMode mode) : m_impl(std::make_unique<impl>(path, mode)) {
+}
+
+CZipArchive::CZipArchive(CZipArchive&&) noexcept = default;
+
+CZipArchive& CZipArchive::operator=(CZipArchive&& other) {
+    if (this != &other) {
+        const std::unique_ptr<impl> ending = std::exchange(m_impl, std::move(other.m_impl));
+        if (ending) {
+            ending->Finish();
+        }
+    }
+    return *this;
+}
+
+CZipArchive::~CZipArchive() noexcept(false) {
+    const std::unique_ptr<impl> ending = std::move(m_impl);
+    if (ending) {
+        ending->Finish();
+    }
+}
+
+bool CZipArchive::IsArchive(const wchar_t* filePath) {
+    CheckNotNull(filePath, L"filePath", ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::IsArchive"));
+    if (!CFile::Exists(filePath)) {
+        return false;
+    }
+    CFileStream file(filePath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                     FILE_ATTRIBUTE_NORMAL);
+    std::array<unsigned char, 4> bytes;
+    if (file.GreedyRead(bytes.data(), bytes.size()) != bytes.size()) {
+        return false;
+    }
+    std::uint32_t signature = 0;
+    CFieldReader(bytes.data()) >> signature;
+    return signature == CLocalFileHeader::Signature || signature == CEndOfCentralDirectoryRecord::Signature;
+}
+
+CZipArchive::impl& CZipArchive::GetOpen(const wchar_t* method, const wchar_t* file, int line) const {
+    if (!m_impl) {
+        throw CInvalidOperationException(GetMessageText(Message::InvalidHandle), method, file, line);
+    }
+    return *m_impl;
+}
+
+std::vector<std::wstring> CZipArchive::GetEntryNames() const {
+    const CEntryTable& table = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::GetEntryNames")).GetTable();
+    std::vector<std::wstring> names;
+    names.reserve(table.size());
+    for (const auto& [name, record] : table) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::unique_ptr<CZipArchiveEntry> CZipArchive::GetEntry(const wchar_t* entryName) const {
+    impl& archive = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::GetEntry"));
+    archive.CheckName(entryName, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::GetEntry"));
+    const auto entry = archive.GetTable().find(entryName);
+    if (entry == archive.GetTable().end()) {
+        return nullptr;
+    }
+    const CCentralDirectoryFileHeader& header = entry->second.header;
+    return std::unique_ptr<CZipArchiveEntry>(
+        new CZipArchiveEntry(archive.OpenEntry(*entry), header.compressedSize, header.uncompressedSize));
+}
+
+namespace {
+
+/// Where the data of a new entry comes from: a stream.
+auto FromStream(const wchar_t* entryName, CStream& data) {
+    return [entryName, &data](CStream& target, CCentralDirectoryFileHeader& header) {
+        CopyStream(data, target, [entryName, &header](const unsigned char* piece, std::size_t size) {
+            if (header.uncompressedSize + std::uint64_t{size} > Largest32) {
+                ThrowTooLarge(L"ZIP entry '%s' is larger than 4294967295 bytes", entryName,
+                              ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+            }
+            header.uncompressedSize += static_cast<std::uint32_t>(size);
+            AddToChecksum(header.crc32, piece, size);
+        });
+    };
+}
+
+/// Where the data of a new entry comes from: a buffer, which may be null if it is empty.
+auto FromBuffer(const wchar_t* entryName, const unsigned char* data, std::uint64_t size, const wchar_t* method,
+                const wchar_t* file, int line) {
+    if (size != 0) {
+        CheckNotNull(data, L"data", method, file, line);
+    }
+    if (size > Largest32) {
+        ThrowTooLarge(L"ZIP entry '%s' is larger than 4294967295 bytes", entryName, method, file, line);
+    }
+    return [data, size](CStream& target, CCentralDirectoryFileHeader& header) {
+        header.uncompressedSize = static_cast<std::uint32_t>(size);
+        AddToChecksum(header.crc32, data, size);
+        if (size != 0) {
+            target.Write(data, size);
+        }
+    };
+}
+
+} // namespace
+
+void CZipArchive::AddEntry(const wchar_t* entryName, CStream& data, bool compress) {
+    impl& archive = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+    archive.CheckNew(entryName, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+    archive.Add(entryName, compress, FromStream(entryName, data));
+}
+
+void CZipArchive::AddEntry(const wchar_t* entryName, const unsigned char* data, std::uint64_t size, bool compress) {
+    impl& archive = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+    archive.CheckNew(entryName, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+    archive.Add(entryName, compress,
+                FromBuffer(entryName, data, size, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry")));
+}
+
+void CZipArchive::UpdateEntry(const wchar_t* entryName, CStream& data) {
+    impl& archive = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry"));
+    const auto old = archive.FindExisting(entryName, L"Cannot update non-existent entry '%s'",
+                                          ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry"));
+    archive.Update(old, entryName, FromStream(entryName, data));
+}
+
+void CZipArchive::UpdateEntry(const wchar_t* entryName, const unsigned char* data, std::uint64_t size) {
+    impl& archive = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry"));
+    const auto old = archive.FindExisting(entryName, L"Cannot update non-existent entry '%s'",
+                                          ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry"));
+    archive.Update(old, entryName,
+                   FromBuffer(entryName, data, size,
+                              ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry")));
+}
+
+void CZipArchive::DeleteEntry(const wchar_t* entryName) {
+    impl& archive = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::DeleteEntry"));
+    archive.Delete(archive.FindExisting(entryName, L"Cannot delete non-existent entry '%s'",
+                                        ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::DeleteEntry")));
+}
+
+void CZipArchive::Flush() {
+    impl& archive = GetOpen(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::Flush"));
+    archive.CheckWritable(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::Flush"));
+    archive.Save();
+}
+
+} // namespace ZelCore::IO::Compression

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "ZelCore/IO/Compression/ZipArchiveEntry.h"
+#include "ZelCore/IO/Stream.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ZelCore::IO::Compression {
+
+/// What a CZipArchive is opened for. Any other value acts as Update.
+enum class ZipArchiveMode : int {
+    Read = 0,   ///< an existing file, which others may read too
+    Create = 1, ///< a new file, in place of an existing one
+    Update = 2, ///< an existing file, to be rewritten
+};
+
+/// A ZIP archive in a file: entries stored or deflated, sizes, offsets and the archive below 4 GiB, at most 65,535
+/// entries, one disk, no encryption.
+///
+///     CZipArchive archive(L"logs.zip", ZipArchiveMode::Create);
+///     archive.AddEntry(L"logs/today.txt", file, true);
+///     archive.Flush();                     // writes the archive and reports what fails
+///
+/// Changes collect in a staging folder below the temporary path; Flush, or else the destructor, writes the whole
+/// file anew from there. A failure before the rewrite leaves the file as it was. A failure during the rewrite, or
+/// the end of the process then, leaves it partly written.
+///
+/// The destructor may throw what the rewrite fails with, unless another exception is on its way: call Flush where
+/// you can handle failures. In every case it closes the file and removes the staging folder.
+///
+/// Names are wide strings, written as UTF-8 and read as UTF-8 whatever the archive says; the letters A to Z match
+/// in either case. Names come as the archive has them: check them before you use them as paths.
+///
+/// One thread at a time.
+class ZELCORE_API CZipArchive {
+public:
+    /// Opens an archive. Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for
+    /// Update also when two entries share a name, since the rewrite would lose one of them. (Read finds the first.)
+    /// What opening the file and creating the staging folder fail with passes through.
+    CZipArchive(const wchar_t* path, ZipArchiveMode mode);
+
+    /// The source is left closed. Assignment first ends the target as its destructor does, and may throw as that
+    /// does; the target has taken over the source then all the same.
+    CZipArchive(CZipArchive&& other) noexcept;
+    CZipArchive& operator=(CZipArchive&& other);
+    ~CZipArchive() noexcept(false);
+
+    /// Whether a file begins like a ZIP archive; false for a missing file. It looks at four bytes only.
+    static bool IsArchive(const wchar_t* filePath);
+
+    /// All names in case-insensitive order.
+    std::vector<std::wstring> GetEntryNames() const;
+
+    /// Opens an entry for reading; null when there is none of that name. Throws CInvalidOperationException
+    /// "Invalid ZIP entry '...'" when its header is damaged. Entries with a method other than stored are read as
+    /// deflated; entries whose header does not tell their size read as empty.
+    std::unique_ptr<CZipArchiveEntry> GetEntry(const wchar_t* entryName) const;
+
+    /// Adds an entry with the current time (UTC) and the rest of a stream, or a buffer of `size` bytes, as data.
+    /// \param compress deflate the data, or store it as it is
+    /// Throws CArgumentException for "entryName" when there is such an entry already or the name is longer than
+    /// 65,535 bytes of UTF-8, CInvalidOperationException beyond the limits of the format. After a failure the
+    /// archive is as it was.
+    void AddEntry(const wchar_t* entryName, CStream& data, bool compress);
+    void AddEntry(const wchar_t* entryName, const unsigned char* data, std::uint64_t size, bool compress);
+
+    /// Replaces data, time and the spelling of the name, keeps stored or deflated. A missing entry throws
+    /// CArgumentException for "entryName". After a failure the entry is as it was.
+    void UpdateEntry(const wchar_t* entryName, CStream& data);
+    void UpdateEntry(const wchar_t* entryName, const unsigned char* data, std::uint64_t size);
+
+    /// Removes an entry. A missing one throws CArgumentException for "entryName".
+    void DeleteEntry(const wchar_t* entryName);
+
+    /// Writes the archive now. In Create mode a second Flush, and the destructor after a Flush, write the archive
+    /// once more behind the first copy; readers find the last one.
+    void Flush();
+
+private:
+    class impl;
+
+    impl& GetOpen(const wchar_t* method, const wchar_t* file, int line) const;
+
+    std::unique_ptr<impl> m_impl;
+};
+
+} // namespace ZelCore::IO::Compression

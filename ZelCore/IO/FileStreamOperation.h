@@ -1,0 +1,92 @@
+#pragma once
+
+// Private to CFileStream: what outlives a stream while the system still works on one of its operations.
+
+#include "ZelWin32/Windows.h"
+
+#include <atomic>
+#include <utility>
+
+namespace ZelCore::IO {
+
+/// Shared ownership by a count inside the object; it neither allocates nor throws.
+template <class T> class RefPtr {
+public:
+    RefPtr() noexcept = default;
+    /// Takes over the reference that a new object is born with.
+    explicit RefPtr(T* adopted) noexcept : m_object(adopted) {
+    }
+    RefPtr(const RefPtr& other) noexcept : m_object(other.m_object) {
+        if (m_object != nullptr) {
+            m_object->AddRef();
+        }
+    }
+    RefPtr(RefPtr&& other) noexcept : m_object(other.Detach()) {
+    }
+    RefPtr& operator=(RefPtr other) noexcept {
+        std::swap(m_object, other.m_object);
+        return *this;
+    }
+    ~RefPtr() {
+        if (m_object != nullptr) {
+            m_object->Release();
+        }
+    }
+
+    T* Get() const noexcept {
+        return m_object;
+    }
+    T* operator->() const noexcept {
+        return m_object;
+    }
+    explicit operator bool() const noexcept {
+        return m_object != nullptr;
+    }
+    T* Detach() noexcept {
+        return std::exchange(m_object, nullptr);
+    }
+
+private:
+    T* m_object = nullptr;
+};
+
+/// Counts the operations of one stream that the system has not reported back yet, and lets the stream wait.
+class COutstandingOperations {
+public:
+    /// One delivery in progress; lives on the stack of the pool's thread.
+    struct Delivery {
+        DWORD thread;
+        Delivery* next;
+    };
+
+    void AddRef() noexcept {
+        ++m_references;
+    }
+    void Release() noexcept {
+        if (--m_references == 0) {
+            delete this;
+        }
+    }
+
+    void Started() noexcept;
+    /// For an operation that the system refused to start.
+    void NotStarted() noexcept;
+
+    void BeginDelivery(Delivery& delivery) noexcept;
+    void EndDelivery(const Delivery& delivery) noexcept;
+
+    /// Waits until every operation has been delivered and its callback has returned. Inside such a callback it
+    /// returns at once: whoever closes a stream there is in nobody's way.
+    void WaitUntilDelivered() noexcept;
+
+private:
+    bool IsDeliveringHere() const noexcept;
+
+    std::atomic<int> m_references{1};
+    SRWLOCK m_lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE m_changed = CONDITION_VARIABLE_INIT;
+    int m_count = 0;
+    Delivery* m_deliveries = nullptr;
+};
+
+} // namespace ZelCore::IO

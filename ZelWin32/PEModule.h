@@ -1,0 +1,22 @@
+#pragma once
+
+#include "ZelCore/Export.h"
+
+#include <string>
+
+namespace ZelWin32 {
+
+/// Questions about the executable files loaded into the process. Module handles are borrowed, never released.
+class ZELCORE_API CPEModule {
+public:
+    CPEModule() = delete;
+
+    /// The handle of the module that an address of code or static data belongs to; null when there is none.
+    static void* GetModuleHandleOf(const void* address) noexcept;
+
+    /// The full path of a loaded module; of the running program for a null handle.
+    /// Throws CWin32Exception for a handle that is no module.
+    static std::wstring GetModuleFileNameW(void* module);
+};
+
+} // namespace ZelWin32

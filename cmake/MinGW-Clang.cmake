@@ -1,0 +1,11 @@
+# The same target with clang; it takes headers, start files and the C++ library from MinGW-w64 GCC.
+if(CMAKE_HOST_WIN32)
+  set(CMAKE_C_COMPILER clang)
+  set(CMAKE_CXX_COMPILER clang++)
+else()
+  include(${CMAKE_CURRENT_LIST_DIR}/MinGW-Cross.cmake)
+  set(CMAKE_C_COMPILER clang-19)
+  set(CMAKE_CXX_COMPILER clang++-19)
+  set(CMAKE_C_COMPILER_TARGET ${ZEL_TRIPLET})
+  set(CMAKE_CXX_COMPILER_TARGET ${ZEL_TRIPLET})
+endif()

@@ -1,0 +1,25 @@
+# The shared C++ runtime travels beside the DLL: with one copy per module, exceptions could not be thrown again
+# across modules. The copies are stripped; a distribution's own may carry tens of megabytes of symbols.
+set(ZEL_RUNTIME_NAMES libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+set(target_option)
+if(CMAKE_CXX_COMPILER_TARGET)
+  set(target_option --target=${CMAKE_CXX_COMPILER_TARGET})
+endif()
+set(runtime_copies)
+foreach(name IN LISTS ZEL_RUNTIME_NAMES)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} ${target_option} -print-file-name=${name}
+    OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT EXISTS ${path}) # natively, the files lie beside the compiler
+    get_filename_component(compiler_folder ${CMAKE_CXX_COMPILER} DIRECTORY)
+    set(path ${compiler_folder}/${name})
+  endif()
+  set(copy ${PROJECT_BINARY_DIR}/bin/${name})
+  add_custom_command(OUTPUT ${copy}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/bin
+    COMMAND ${CMAKE_STRIP} -o ${copy} ${path}
+    DEPENDS ${path}
+    COMMENT "Copying ${name}"
+    VERBATIM)
+  list(APPEND runtime_copies ${copy})
+endforeach()
+add_custom_target(zel_runtime DEPENDS ${runtime_copies})

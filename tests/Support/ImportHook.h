@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ZelTest {
+
+/// Replaces a function that a loaded module imports, for as long as the object lives.
+class ImportHook {
+public:
+    /// Fails the running test when the module does not import the function.
+    ImportHook(const char* function, void* replacement, const wchar_t* module = L"ZelCore.dll");
+    ImportHook(const ImportHook&) = delete;
+    ImportHook& operator=(const ImportHook&) = delete;
+    ~ImportHook();
+
+    template <class Function> Function* GetOriginal() const {
+        return reinterpret_cast<Function*>(m_original);
+    }
+
+private:
+    void** m_slot = nullptr;
+    void* m_original = nullptr;
+};
+
+/// How one system call fails.
+struct SystemCall {
+    const char* name;
+    std::uintptr_t failure = 0;     ///< what it returns
+    unsigned long lastError = 1450; ///< ERROR_NO_SYSTEM_RESOURCES
+};
+
+/// Lets the n-th of all calls that this thread makes through the hooked functions fail, and the others pass.
+class FailingCalls {
+public:
+    explicit FailingCalls(const std::vector<SystemCall>& calls);
+    FailingCalls(const FailingCalls&) = delete;
+    FailingCalls& operator=(const FailingCalls&) = delete;
+    ~FailingCalls();
+
+    /// Counts from 1 again; 0 lets all calls pass.
+    void FailOn(int n);
+    /// The name of the call that has failed, null when none has.
+    const char* GetFailed() const {
+        return m_failed;
+    }
+
+private:
+    struct Thunk {
+        FailingCalls* owner;
+        SystemCall call;
+    };
+    static bool ShouldFail(Thunk* thunk);
+
+    std::deque<Thunk> m_thunks;
+    std::deque<ImportHook> m_hooks;
+    unsigned char* m_code = nullptr;
+    unsigned long m_thread;
+    int m_count = 0;
+    int m_failOn = 0;
+    const char* m_failed = nullptr;
+};
+
+/// Lets the n-th allocation of this thread fail, in the library and in the C++ runtime.
+class FailingAllocations {
+public:
+    FailingAllocations();
+    ~FailingAllocations();
+    void FailOn(int n);
+    bool HasFailed() const;
+
+private:
+    ImportHook m_runtime;
+    ImportHook m_library;
+};
+
+/// Runs `action(n)` for n = 1, 2, ... until it returns false: until no call was left to fail.
+void Sweep(const std::function<bool(int)>& action);
+
+/// The number of handles that this process has open.
+int CountHandles();
+
+} // namespace ZelTest

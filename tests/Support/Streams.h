@@ -1,0 +1,87 @@
+#pragma once
+
+#include "ZelCore/FormatException.h"
+#include "ZelCore/IO/Stream.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace ZelTest {
+
+inline const unsigned char* Bytes(const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+/// A stream over a string that can be made to fail, to dribble and to lie.
+class TestStream final : public ZelCore::IO::CStream {
+public:
+    TestStream() = default;
+    explicit TestStream(std::string text) : data(std::move(text)) {
+    }
+
+    std::string data;
+    std::size_t position = 0;
+    std::size_t largestRead = SIZE_MAX;
+    std::size_t overReport = 0; ///< how many bytes more than it has read it claims to have read
+    int calls = 0;
+    int failOn = 0; ///< the number of the Read or Write that throws CFormatException
+    bool closed = false;
+    ZelCore::IO::StreamCapabilities capabilities =
+        ZelCore::IO::StreamCapabilities::CanRead | ZelCore::IO::StreamCapabilities::CanWrite;
+
+    void Close() override {
+        closed = true;
+    }
+    void Flush() override {
+        ++flushes;
+    }
+    ZelCore::IO::StreamCapabilities GetCapabilities() const override {
+        return capabilities;
+    }
+    std::int64_t GetLength() const override {
+        return static_cast<std::int64_t>(data.size());
+    }
+    std::int64_t GetPosition() const override {
+        return static_cast<std::int64_t>(position);
+    }
+    std::size_t Read(unsigned char* buffer, std::size_t count) override {
+        FailInTurn();
+        const std::size_t read = std::min({count, largestRead, data.size() - position});
+        std::memcpy(buffer, data.data() + position, read);
+        position += read;
+        return read + (read != 0 ? overReport : 0);
+    }
+    std::int64_t Seek(std::int64_t offset, ZelCore::IO::SeekOrigin) override {
+        position = static_cast<std::size_t>(offset);
+        return offset;
+    }
+    void Write(const unsigned char* buffer, std::size_t count) override {
+        FailInTurn();
+        largestWrite = std::max(largestWrite, count);
+        data.append(reinterpret_cast<const char*>(buffer), count);
+    }
+
+    std::size_t largestWrite = 0;
+    int flushes = 0;
+
+private:
+    void FailInTurn() {
+        if (++calls == failOn) {
+            throw ZelCore::CFormatException(L"made to fail", L"TestStream", nullptr, 0);
+        }
+    }
+};
+
+/// Text with repeats and noise, the same on every run.
+inline std::string MakeText(std::size_t size, unsigned seed = 1) {
+    std::string text;
+    while (text.size() < size) {
+        seed = seed * 1664525u + 1013904223u;
+        text += (seed >> 24) % 3 == 0 ? std::to_string(seed) : "the quick brown fox ";
+    }
+    text.resize(size);
+    return text;
+}
+
+} // namespace ZelTest

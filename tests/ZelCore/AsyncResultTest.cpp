@@ -1,0 +1,113 @@
+#include "Support/Expect.h"
+#include "Support/ImportHook.h"
+
+#include "ZelCore/AsyncCallback.h"
+#include "ZelCore/AsyncResult.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelWin32/Win32Exception.h"
+
+#include <windows.h>
+
+#include <thread>
+#include <vector>
+
+using namespace ZelCore;
+using namespace ZelTest;
+
+namespace {
+
+struct CountingCallback final : CAsyncCallback {
+    std::atomic<int> calls{0};
+    void Invoke(const IAsyncResult*) override {
+        ++calls;
+    }
+};
+
+bool IsSignalled(void* event) {
+    return ::WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
+}
+
+} // namespace
+
+TEST(AsyncResult, CompletesOnceAndTheFirstOutcomeStays) {
+    int state = 0;
+    CAsyncResultT<int> result(nullptr, &state);
+    EXPECT_EQ(result.GetAsyncState(), &state);
+    EXPECT_FALSE(result.IsCompleted());
+    result.SetResult(42);
+    result.SetAsCompleted(true);
+    EXPECT_TRUE(result.CompletedSynchronously());
+    const Failure twice{.message = L"Async result can only be set once",
+                        .method = L"ZelCore::CAsyncResult::SetAsCompleted"};
+    ExpectThrow<CInvalidOperationException>([&] { result.SetAsCompleted(false); }, twice);
+    ExpectThrow<CInvalidOperationException>(
+        [&] { result.SetAsCompleted(false, CArgumentException(L"p", nullptr, nullptr, nullptr, 0)); }, twice);
+    EXPECT_TRUE(result.CompletedSynchronously());
+    EXPECT_TRUE(IsSignalled(result.GetWaitHandle())) << "created after completion";
+    result.EndInvoke();
+    EXPECT_EQ(result.GetResult(), 42);
+}
+
+TEST(AsyncResult, TellsByCallbackOrByHandleButNotByBoth) {
+    CountingCallback callback;
+    CAsyncResult result(&callback, nullptr);
+    const Failure exclusive{.contains = L"Wait handle cannot be used for async operation completion notification",
+                            .method = L"ZelCore::CAsyncResult::GetWaitHandle"};
+    ExpectThrow<CInvalidOperationException>([&] { result.GetWaitHandle(); }, exclusive);
+    ExpectThrow<CInvalidOperationException>([&] { result.EndInvoke(); }, exclusive);
+    result.SetAsCompleted(false, CArgumentOutOfRangeException(L"p", L"8", nullptr, L"N::M", nullptr, 3));
+    EXPECT_EQ(callback.calls, 1);
+    EXPECT_TRUE(result.IsCompleted());
+    EXPECT_FALSE(result.CompletedSynchronously());
+    ExpectThrow<CArgumentOutOfRangeException>([&] { result.EndInvoke(); },
+                                              {.param = L"p", .method = L"N::M", .line = 3});
+}
+
+TEST(AsyncResult, ManyThreadsAskForOneEventWhileItCompletes) {
+    int handles = 0;
+    for (int round = 0; round < 300; ++round) {
+        if (round == 1) { // the first threads of a process leave something behind for the next ones
+            handles = CountHandles();
+        }
+        CAsyncResult result(nullptr, nullptr);
+        std::vector<void*> events(4);
+        std::vector<std::thread> threads;
+        for (void*& event : events) {
+            threads.emplace_back([&] { event = result.GetWaitHandle(); });
+        }
+        threads.emplace_back([&] { result.SetAsCompleted(false); });
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        for (void* event : events) {
+            ASSERT_EQ(event, events[0]);
+        }
+        ASSERT_TRUE(IsSignalled(events[0]));
+        result.EndInvoke();
+    }
+    EXPECT_EQ(CountHandles(), handles);
+}
+
+TEST(AsyncResult, ReportsWhatTheSystemRefuses) {
+    FailingCalls calls({{"CreateEventW"}, {"SetEvent"}, {"WaitForSingleObject", WAIT_FAILED}});
+    CAsyncResult result(nullptr, nullptr);
+    calls.FailOn(1);
+    ExpectThrow<ZelWin32::CWin32Exception>([&] { result.GetWaitHandle(); },
+                                           {.code = 0x800705AA, .contains = L"ATL originated: ", .method = L"", .line = 0});
+    calls.FailOn(2);
+    ExpectThrow<ZelWin32::CWin32Exception>([&] { result.EndInvoke(); }, {.code = 1450});
+    calls.FailOn(1);
+    ExpectThrow<ZelWin32::CWin32Exception>([&] { result.SetAsCompleted(false); }, {.code = 1450});
+    EXPECT_TRUE(result.IsCompleted());
+}
+
+TEST(AsyncResult, CompletesAlsoWithoutMemoryForTheFailure) {
+    CAsyncResult result(nullptr, nullptr);
+    FailingAllocations allocations;
+    const CArgumentException error(L"p", nullptr, L"a method name that does not fit into a small string", nullptr, 0);
+    allocations.FailOn(1);
+    result.SetAsCompleted(false, error);
+    allocations.FailOn(0);
+    EXPECT_TRUE(result.IsCompleted());
+    EXPECT_THROW(result.EndInvoke(), std::bad_alloc);
+}

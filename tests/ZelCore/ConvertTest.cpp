@@ -1,0 +1,126 @@
+#include "Support/Expect.h"
+
+#include "ZelCore/ArgumentNullException.h"
+#include "ZelCore/Convert.h"
+#include "ZelCore/FormatException.h"
+
+#include <cstring>
+
+using namespace ZelCore;
+using namespace ZelTest;
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+Bytes ToBytes(const char* text) {
+    return {text, text + std::strlen(text)};
+}
+
+const wchar_t* const IsInBase64 = L"ZelCore::`anonymous-namespace'::CBase64::IsInBase64";
+const wchar_t* const Decode = L"ZelCore::`anonymous-namespace'::CBase64::Decode";
+
+} // namespace
+
+TEST(Convert, Base64FollowsTheVectorsOfRfc4648) {
+    const char* plain[] = {"f", "fo", "foo", "foob", "fooba", "foobar"};
+    const wchar_t* encoded[] = {L"Zg==", L"Zm8=", L"Zm9v", L"Zm9vYg==", L"Zm9vYmE=", L"Zm9vYmFy"};
+    for (std::size_t i = 0; i < std::size(plain); ++i) {
+        const Bytes bytes = ToBytes(plain[i]);
+        EXPECT_EQ(CConvert::ToBase64String(bytes.data(), bytes.size(), false), encoded[i]);
+        EXPECT_EQ(CConvert::FromBase64String(encoded[i]), bytes);
+    }
+    EXPECT_EQ(CConvert::ToBase64String(ToBytes("x").data(), 0, true), L"");
+    ExpectThrow<CArgumentNullException>([] { CConvert::ToBase64String(nullptr, 0, false); }, {.param = L"data"});
+}
+
+TEST(Convert, Base64BreaksLinesOnlyBetweenThem) {
+    for (std::size_t size = 0; size < 400; ++size) {
+        Bytes bytes(size + 1);
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<unsigned char>(i * 7 + size);
+        }
+        const std::wstring flat = CConvert::ToBase64String(bytes.data(), size, false);
+        std::wstring broken;
+        for (std::size_t i = 0; i < flat.size(); i += 76) {
+            broken += (i != 0 ? L"\r\n" : L"") + flat.substr(i, 76);
+        }
+        ASSERT_EQ(CConvert::ToBase64String(bytes.data(), size, true), broken) << size;
+        bytes.resize(size);
+        ASSERT_EQ(CConvert::FromBase64String((broken + L" \t\r\n").c_str()), bytes) << size;
+    }
+}
+
+TEST(Convert, Base64RefusesEverythingElse) {
+    const struct {
+        const wchar_t* text;
+        const wchar_t* method;
+        const char* why;
+    } rows[] = {
+        {L"Zg", Decode, "an incomplete group"},      {L"Zm9vZ", Decode, "one character too many"},
+        {L"Zg=", Decode, "half of the padding"},     {L"=Zg=", Decode, "padding first"},
+        {L"Z===", Decode, "padding second"},         {L"Zg=v", Decode, "a digit after padding"},
+        {L"Zg==Zg==", Decode, "data after the end"}, {L"Zm9v====", Decode, "a group of padding"},
+        {L"Zm9v!", IsInBase64, "no digit"},          {L"Zm\u01309v", IsInBase64, "no ASCII"},
+        {L"Zg==-", IsInBase64, "no digit after the end"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        ExpectThrow<CFormatException>([&] { CConvert::FromBase64String(row.text); },
+                                      {.message = L"Invalid base 64 string", .method = row.method});
+    }
+    EXPECT_EQ(CConvert::FromBase64String(L" \r\n\t"), Bytes());
+    EXPECT_EQ(CConvert::FromBase64String(L"Z m\n9\tv"), ToBytes("foo"));
+    EXPECT_EQ(CConvert::FromBase64String(L"Zm9v Zg =\r= "), ToBytes("foof"));
+    ExpectThrow<CArgumentNullException>([] { CConvert::FromBase64String(nullptr); }, {.param = L"value"});
+}
+
+TEST(Convert, HexadecimalBothWays) {
+    Bytes all(256);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        all[i] = static_cast<unsigned char>(i);
+    }
+    const std::wstring text = CConvert::ToHexString(all.data(), all.size());
+    EXPECT_EQ(text.substr(0, 8), L"00010203");
+    EXPECT_EQ(text.substr(504), L"FCFDFEFF");
+    EXPECT_EQ(CConvert::FromHexString(text.c_str()), all);
+    EXPECT_EQ(CConvert::FromHexString(L"0a0B"), (Bytes{10, 11}));
+    EXPECT_EQ(CConvert::FromHexString(L""), Bytes());
+    EXPECT_EQ(CConvert::ToHexString(all.data(), 0), L"");
+    for (const wchar_t* bad : {L"abc", L"0g", L"g0", L"0x", L" 0", L"\u01300", L"0\u0661"}) {
+        ExpectThrow<CFormatException>([&] { CConvert::FromHexString(bad); }, {.message = L"Invalid base 16 string"});
+    }
+    ExpectThrow<CArgumentNullException>([] { CConvert::FromHexString(nullptr); }, {.param = L"value"});
+    ExpectThrow<CArgumentNullException>([] { CConvert::ToHexString(nullptr, 0); }, {.param = L"value"});
+}
+
+TEST(Convert, FindsTheEndOfATextAtEveryAlignment) {
+    for (std::size_t offset = 0; offset < 16; ++offset) {
+        for (std::size_t length = 0; length < 40; length += 2) {
+            const std::wstring text = std::wstring(offset, L'!') + std::wstring(length, L'A');
+            ASSERT_EQ(CConvert::FromHexString(text.c_str() + offset).size(), length / 2);
+        }
+    }
+}
+
+TEST(Convert, NumbersAreTheWholeTextAndSaturate) {
+    EXPECT_EQ(CConvert::ToInt32(L"-12"), -12);
+    EXPECT_EQ(CConvert::ToInt32(L"99999999999"), 2147483647);
+    EXPECT_EQ(CConvert::ToUInt32(L"4294967295"), 4294967295u);
+    EXPECT_EQ(CConvert::ToInt64(L"-9223372036854775808"), std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(CConvert::ToUInt64(L"99999999999999999999"), std::numeric_limits<std::uint64_t>::max());
+    EXPECT_EQ(CConvert::ToDouble(L"-2.5e3"), -2500.0);
+    const auto check = [](auto convert, const wchar_t* text, const wchar_t* message) {
+        ExpectThrow<CArgumentException>([&] { convert(text); }, {.param = L"value", .message = message});
+        ExpectThrow<CArgumentException>([&] { convert(L""); },
+                                        {.message = L"'Cannot be empty': parameter name: 'value'"});
+        ExpectThrow<CArgumentNullException>([&] { convert(nullptr); }, {.param = L"value"});
+    };
+    const wchar_t* integer = L"'Invalid integer number string '12x'': parameter name: 'value'";
+    check(CConvert::ToInt32, L"12x", integer);
+    check(CConvert::ToInt64, L"12x", integer);
+    check(CConvert::ToUInt32, L"12x", integer);
+    check(CConvert::ToUInt64, L"12x", integer);
+    check(CConvert::ToDouble, L"x", L"'Invalid floating-point number string 'x'': parameter name: 'value'");
+    ExpectThrow<CArgumentException>([] { CConvert::ToInt32(L" "); }, {.param = L"value"});
+}

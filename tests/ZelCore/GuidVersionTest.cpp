@@ -1,0 +1,114 @@
+#include "Support/Expect.h"
+#include "Support/ImportHook.h"
+
+#include "ZelCore/ArgumentNullException.h"
+#include "ZelCore/Guid.h"
+#include "ZelCore/ResourceManager.h"
+#include "ZelCore/Version.h"
+#include "ZelWin32/PEModule.h"
+#include "ZelWin32/Win32Exception.h"
+
+#include <windows.h>
+
+#include <climits>
+
+using namespace ZelCore;
+using namespace ZelTest;
+using ZelWin32::CWin32Exception;
+
+TEST(Guid, TextAndBytes) {
+    const wchar_t* const text = L"00112233-4455-6677-8899-aabbccddeeff";
+    const CGuid guid = CGuid::Parse(text);
+    EXPECT_EQ(guid.ToByteArray(), (std::vector<unsigned char>{0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66, 0x88,
+                                                              0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}));
+    EXPECT_EQ(CGuid(guid.ToByteArray()), guid);
+    for (const wchar_t* plain : {static_cast<const wchar_t*>(nullptr), L"", L"D", L"d"}) {
+        EXPECT_EQ(guid.ToString(plain), text);
+    }
+    EXPECT_EQ(guid.ToString(L"N"), L"00112233445566778899aabbccddeeff");
+    EXPECT_EQ(guid.ToString(L"b"), std::wstring(L"{") + text + L"}");
+    EXPECT_EQ(guid.ToString(L"P"), std::wstring(L"(") + text + L")");
+    EXPECT_EQ(CGuid::Parse(L"{00112233-4455-6677-8899-AABBCCDDEEFF and no brace"), guid);
+    EXPECT_NE(CGuid::NewGuid(), CGuid::NewGuid());
+    EXPECT_LT(CGuid(), guid);
+}
+
+TEST(Guid, RefusesWhatIsNone) {
+    for (const wchar_t* bad : {L"x", L"DD", L"\u0144", L" "}) {
+        ExpectThrow<CArgumentOutOfRangeException>([&] { CGuid().ToString(bad); }, {.param = L"format"});
+    }
+    for (const wchar_t* bad :
+         {L"(00112233-4455-6677-8899-aabbccddeeff)", L"00112233445566778899aabbccddeeff", L"{",
+          L"00112233-4455-6677-8899-aabbccddeef", L"00112233-4455-6677-8899-aabbccddeeff0",
+          L"0011223g-4455-6677-8899-aabbccddeeff", L"00112233-4455-6677-8899+aabbccddeeff"}) {
+        ExpectThrow<CArgumentException>([&] { CGuid::Parse(bad); },
+                                        {.param = L"guid", .contains = (std::wstring(L"Invalid GUID string '") + bad +
+                                                                        L"'").c_str()});
+    }
+    ExpectThrow<CArgumentException>([] { CGuid::Parse(L""); }, {.message = L"'': parameter name: 'guid'"});
+    ExpectThrow<CArgumentNullException>([] { CGuid::Parse(nullptr); }, {.param = L"guid"});
+    for (const std::size_t size : {0, 15, 17}) {
+        ExpectThrow<CArgumentException>([&] { CGuid(std::vector<unsigned char>(size)); }, {.param = L"guidBytes"});
+    }
+    FailingCalls calls({{"UuidCreate", 1824}, {"UuidToStringW", 14}});
+    calls.FailOn(1);
+    ExpectThrow<CWin32Exception>([] { CGuid::NewGuid(); }, {.code = 1824});
+    calls.FailOn(1);
+    ExpectThrow<CWin32Exception>([] { CGuid().ToString(nullptr); }, {.code = 14});
+}
+
+TEST(Version, TextBothWays) {
+    const struct {
+        const wchar_t* text;
+        int build, revision;
+    } rows[] = {{L"1.2", -1, -1}, {L"1.2.3", 3, -1}, {L"1.2.3.4", 3, 4}, {L"1.2.2147483647", INT_MAX, -1}};
+    for (const auto& row : rows) {
+        const CVersion version(row.text);
+        EXPECT_EQ(version.GetMajor(), 1);
+        EXPECT_EQ(version.GetMinor(), 2);
+        EXPECT_EQ(version.GetBuild(), row.build);
+        EXPECT_EQ(version.GetRevision(), row.revision);
+        const int fields = row.revision >= 0 ? 4 : row.build >= 0 ? 3 : 2;
+        EXPECT_EQ(version.ToString(fields), row.text);
+        EXPECT_EQ(version.ToString(0), L"");
+        EXPECT_EQ(version.ToString(1), L"1");
+        for (const int bad : {-1, fields + 1, 5}) {
+            ExpectThrow<CArgumentException>([&] { version.ToString(bad); }, {.param = L"fieldCount"});
+        }
+    }
+    EXPECT_LT(CVersion(L"1.2"), CVersion(L"1.2.0"));
+    EXPECT_LT(CVersion(L"1.2.9"), CVersion(1, 2, 10, 0));
+    EXPECT_GT(CVersion(2, 0, 0, 0), CVersion(1, 9, 9, 9));
+    EXPECT_EQ(CVersion(L"01.2.3.4"), CVersion(1, 2, 3, 4));
+}
+
+TEST(Version, RefusesWhatIsNone) {
+    for (const wchar_t* bad : {L"", L"1", L"1.", L"1.2.", L".1", L"1..2", L"1.2.3.4.5", L"1.-2", L"+1.2", L" 1.2",
+                               L"1.2 ", L"1.2147483648", L"99999999999999999999.1", L"1.a", L"\u0661.1"}) {
+        ExpectThrow<CArgumentException>(
+            [&] { CVersion version(bad); },
+            {.param = L"version", .message = (L"'" + std::wstring(bad) + L"': parameter name: 'version'").c_str()});
+    }
+    ExpectThrow<CArgumentNullException>([] { CVersion version(nullptr); }, {.param = L"version"});
+    const wchar_t* names[] = {L"major", L"minor", L"build", L"revision"};
+    for (int i = 0; i < 4; ++i) {
+        const int n[] = {i == 0 ? -1 : 0, i == 1 ? -1 : 0, i == 2 ? -1 : 0, i >= 2 ? -1 : 0};
+        ExpectThrow<CArgumentException>([&] { CVersion(n[0], n[1], n[2], n[3]); },
+                                        {.param = names[i], .contains = L": argument is out of range, actual value was -1"});
+    }
+}
+
+TEST(ResourceManager, ReadsTextsAndDataOfAModule) {
+    const CResourceManager library(::GetModuleHandleW(L"ZelCore.dll"));
+    EXPECT_EQ(library.GetString(60026),
+              L"A read or write opearation was attempted on a mailslot opened for the opposite mode");
+    EXPECT_EQ(library.GetString(60034), L"The UNC path should be of the form \\serverhare");
+    ExpectThrow<CWin32Exception>([&] { library.GetString(59999); });
+    ExpectThrow<CWin32Exception>([&] { library.GetStream(L"#4711", L"#16"); });
+    const auto version = library.GetStream(L"#1", L"#16"); // the version information
+    EXPECT_GT(version->GetLength(), 100);
+    std::wstring path = ZelWin32::CPEModule::GetModuleFileNameW(nullptr);
+    EXPECT_NE(path.find(L"zelcore_tests.exe"), std::wstring::npos);
+    EXPECT_EQ(ZelWin32::CPEModule::GetModuleHandleOf(&path), nullptr);
+    ExpectThrow<CWin32Exception>([&] { ZelWin32::CPEModule::GetModuleFileNameW(&path + 1); });
+}

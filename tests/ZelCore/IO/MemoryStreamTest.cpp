@@ -1,0 +1,125 @@
+#include "Support/Expect.h"
+#include "Support/Streams.h"
+
+#include "ZelCore/ArgumentNullException.h"
+#include "ZelCore/IO/ReadOnlyRefMemoryStream.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelCore/NotSupportedException.h"
+
+using namespace ZelCore;
+using namespace ZelCore::IO;
+using namespace ZelTest;
+
+namespace {
+
+constexpr unsigned char Data[] = {10, 20, 30, 40};
+const wchar_t* const Before = L"'Attempt to seek before the beginning of the stream': parameter name: 'offset'";
+const wchar_t* const After = L"'Attempt to seek after the end of the stream': parameter name: 'offset'";
+
+/// What a derived class may do: change the size of its data.
+struct ShrinkingStream final : CMemoryStream {
+    std::int64_t length = 4;
+    std::int64_t GetLength() const override {
+        return length;
+    }
+    const unsigned char* GetData() const override {
+        return Data;
+    }
+};
+
+} // namespace
+
+TEST(Stream, BaseRefusesWhatAStreamDoesNotOffer) {
+    TestStream stream;
+    const auto check = [&]<class Exception>(std::type_identity<Exception>, auto action, const wchar_t* method) {
+        ExpectThrow<Exception>(action, {.message = L"", .method = method, .file = L"Stream.cpp"});
+    };
+    constexpr std::type_identity<CNotSupportedException> notSupported;
+    constexpr std::type_identity<CInvalidOperationException> invalid;
+    check(notSupported, [&] { stream.BeginRead(nullptr, 0, nullptr, nullptr); }, L"ZelCore::IO::CStream::BeginRead");
+    check(notSupported, [&] { stream.BeginWrite(nullptr, 0, nullptr, nullptr); }, L"ZelCore::IO::CStream::BeginWrite");
+    check(notSupported, [&] { stream.EndRead(nullptr); }, L"ZelCore::IO::CStream::EndRead");
+    check(notSupported, [&] { stream.EndWrite(nullptr); }, L"ZelCore::IO::CStream::EndWrite");
+    check(invalid, [&] { stream.GetReadTimeout(); }, L"ZelCore::IO::CStream::GetReadTimeout");
+    check(invalid, [&] { stream.GetWriteTimeout(); }, L"ZelCore::IO::CStream::GetWriteTimeout");
+    check(invalid, [&] { stream.SetReadTimeout(1); }, L"ZelCore::IO::CStream::SetReadTimeout");
+    check(invalid, [&] { stream.SetWriteTimeout(1); }, L"ZelCore::IO::CStream::SetWriteTimeout");
+    EXPECT_STREQ(stream.GetName(), L"");
+}
+
+TEST(Stream, GreedyReadGathersWhatDribbles) {
+    for (const std::size_t piece : {1, 3, 7, 100}) {
+        TestStream stream("0123456789");
+        stream.largestRead = piece;
+        unsigned char buffer[12] = {};
+        EXPECT_EQ(stream.GreedyRead(buffer, 7), 7u);
+        EXPECT_EQ(stream.GreedyRead(buffer + 7, 5), 3u) << "the stream ends";
+        EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 10), "0123456789");
+    }
+    TestStream empty;
+    unsigned char byte = 0;
+    EXPECT_EQ(empty.GreedyRead(&byte, 0), 0u);
+    EXPECT_EQ(empty.calls, 1) << "a count of 0 asks the stream once";
+    TestStream liar("0123456789");
+    liar.largestRead = 4;
+    liar.overReport = 100;
+    unsigned char few[6];
+    EXPECT_EQ(liar.GreedyRead(few, 6), 6u);
+    ExpectThrow<CArgumentNullException>([&] { empty.GreedyRead(nullptr, 0); },
+                                        {.param = L"buffer", .method = L"ZelCore::IO::CStream::GreedyRead"});
+}
+
+TEST(MemoryStream, ReadsAndSeeks) {
+    CReadOnlyRefMemoryStream stream(Data, 4);
+    EXPECT_EQ(static_cast<unsigned>(stream.GetCapabilities()), 5u);
+    EXPECT_EQ(stream.Seek(1, SeekOrigin::Begin), 1);
+    unsigned char buffer[10] = {};
+    EXPECT_EQ(stream.Read(buffer, 10), 3u);
+    EXPECT_EQ(buffer[2], 40);
+    EXPECT_EQ(stream.GetPosition(), 4);
+    EXPECT_EQ(stream.Read(buffer, 10), 0u);
+    EXPECT_EQ(stream.Seek(-1, SeekOrigin::End), 3);
+    EXPECT_EQ(stream.Seek(-2, SeekOrigin::Current), 1);
+    EXPECT_EQ(stream.Seek(2, static_cast<SeekOrigin>(7)), 3) << "an unknown origin is the current position";
+    const struct {
+        std::int64_t offset;
+        SeekOrigin origin;
+        const wchar_t* message;
+    } bad[] = {{-5, SeekOrigin::End, Before},       {-1, SeekOrigin::Begin, Before},
+               {INT64_MIN, SeekOrigin::End, Before}, {5, SeekOrigin::Begin, After},
+               {1, SeekOrigin::End, After},          {INT64_MAX, SeekOrigin::Current, After}};
+    for (const auto& row : bad) {
+        ExpectThrow<CArgumentException>([&] { stream.Seek(row.offset, row.origin); },
+                                        {.message = row.message, .method = L"ZelCore::IO::CMemoryStream::Seek"});
+        EXPECT_EQ(stream.GetPosition(), 3);
+    }
+    ExpectThrow<CNotSupportedException>([&] { stream.Write(Data, 1); },
+                                        {.method = L"ZelCore::IO::CMemoryStream::Write"});
+    ShrinkingStream shrinking;
+    shrinking.Seek(4, SeekOrigin::Begin);
+    shrinking.length = 2;
+    EXPECT_EQ(shrinking.Read(buffer, 10), 0u);
+}
+
+TEST(MemoryStream, EmptyAndClosed) {
+    CReadOnlyRefMemoryStream stream(nullptr, 0);
+    unsigned char byte = 0;
+    EXPECT_EQ(stream.GetLength(), 0);
+    EXPECT_EQ(stream.Read(&byte, 1), 0u);
+    EXPECT_EQ(stream.Seek(0, SeekOrigin::End), 0);
+    ExpectThrow<CArgumentException>([&] { stream.Seek(1, SeekOrigin::Begin); }, {.message = After});
+    ExpectThrow<CArgumentException>(
+        [] { CReadOnlyRefMemoryStream bad(nullptr, 1); },
+        {.message = L"'bufferSize must be 0 when buffer is null': parameter name: 'bufferSize'",
+         .method = L"ZelCore::IO::CReadOnlyRefMemoryStream::CReadOnlyRefMemoryStream"});
+    stream.Close();
+    stream.Close();
+    EXPECT_EQ(stream.GetCapabilities(), StreamCapabilities::None);
+    EXPECT_EQ(stream.GetLength(), 0);
+    const Failure closed{.message = L"The handle is invalid", .method = L"ZelCore::IO::CMemoryStream::ThrowIfClosed"};
+    ExpectThrow<CInvalidOperationException>([&] { stream.Read(&byte, 1); }, closed);
+    ExpectThrow<CInvalidOperationException>([&] { stream.Seek(0, SeekOrigin::Begin); }, closed);
+    ExpectThrow<CInvalidOperationException>([&] { stream.Flush(); }, closed);
+    ExpectThrow<CInvalidOperationException>([&] { stream.GetPosition(); }, closed);
+    ExpectThrow<CArgumentNullException>([&] { stream.Read(nullptr, 0); }, {.param = L"buffer"});
+}

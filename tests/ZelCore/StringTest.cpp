@@ -1,0 +1,94 @@
+#include "Support/Expect.h"
+#include "Support/ImportHook.h"
+
+#include "ZelCore/ArgumentNullException.h"
+#include "ZelCore/String.h"
+#include "ZelWin32/Win32Exception.h"
+
+#include <climits>
+
+using namespace ZelCore;
+using namespace ZelTest;
+
+TEST(String, FormatsLikeTheRuntime) {
+    EXPECT_EQ(CString::Format(L"%s|%S|%d|%lu|%04hu|%+03d|%I64u|%c", L"wide", "narrow", -1, 4000000000ul, 7, 5,
+                              0xFFFFFFFFFFFFFFFFull, L'x'),
+              L"wide|narrow|-1|4000000000|0007|+05|18446744073709551615|x");
+    EXPECT_EQ(CString::Format(L""), L"");
+    EXPECT_EQ(CString::Format(L"%s", std::wstring(100'000, L'a').c_str()).size(), 100'000u);
+    EXPECT_EQ(CString::FormatPositional(L"%2$s is %1$d", 5, L"five"), L"five is 5");
+    EXPECT_EQ(CString::FormatPositional(L"%s %d", L"plain", 5), L"plain 5");
+    EXPECT_EQ(CString::FormatPositional(L""), L"");
+}
+
+TEST(String, RefusesBadFormats) {
+    const Failure bad{.param = L"format", .message = L"'': parameter name: 'format'"};
+    ExpectThrow<CArgumentException>([] { CString::Format(L"%y"); }, bad); // counted, but not printed
+    ExpectThrow<CArgumentNullException>([] { CString::Format(nullptr); }, {.method = L"ZelCore::CString::Format"});
+    ExpectThrow<CArgumentNullException>([] { CString::FormatV(nullptr, {}); },
+                                        {.method = L"ZelCore::CString::FormatV"});
+    ExpectThrow<CArgumentNullException>([] { CString::FormatPositional(nullptr); },
+                                        {.method = L"ZelCore::CString::FormatPositional"});
+    ExpectThrow<CArgumentNullException>([] { CString::FormatPositionalV(nullptr, {}); },
+                                        {.method = L"ZelCore::CString::FormatPositionalV"});
+    static const auto fails = +[](const wchar_t*, va_list) { return -1; };
+    const ImportHook hook("_vscwprintf", reinterpret_cast<void*>(fails));
+    ExpectThrow<CArgumentException>([] { CString::Format(L"x"); }, {.param = L"format"});
+}
+
+TEST(String, ComparesByCodeUnitOrWithoutCase) {
+    constexpr auto ignoreCase = StringComparison::OrdinalIgnoreCase;
+    constexpr auto ordinal = static_cast<StringComparison>(0);
+    EXPECT_EQ(CString::Compare(L"Zel", L"zEL", ignoreCase), 0);
+    EXPECT_LT(CString::Compare(L"_", L"A", ignoreCase), 0) << "letters fold to lower case";
+    EXPECT_NE(CString::Compare(L"\u00E9", L"\u00C9", ignoreCase), 0);
+    EXPECT_EQ(CString::Compare(L"a", L"B", ordinal), 1);
+    EXPECT_EQ(CString::Compare(L"ab", L"abc", ordinal), -1);
+    EXPECT_EQ(CString::Compare(L"\uFFFF", L"a", ordinal), 1) << "code units have no sign";
+    ExpectThrow<CArgumentNullException>([] { CString::Compare(nullptr, L"", ordinal); });
+    ExpectThrow<CArgumentNullException>([] { CString::Compare(L"", nullptr, ordinal); });
+}
+
+TEST(String, TrimsSplitsAndJoins) {
+    EXPECT_EQ(CString::Trim(L"\r\n a \r\n", L"\r\n "), L"a");
+    EXPECT_EQ(CString::TrimStart(L"xxaxx", L"x"), L"axx");
+    EXPECT_EQ(CString::TrimEnd(L"xxaxx", L"x"), L"xxa");
+    for (const auto trim : {CString::Trim, CString::TrimStart, CString::TrimEnd}) {
+        EXPECT_EQ(trim(L"xx", L"x"), L"");
+        EXPECT_EQ(trim(L"", L"x"), L"");
+        EXPECT_EQ(trim(L"ab", L""), L"ab");
+    }
+    using Pieces = std::vector<std::wstring>;
+    EXPECT_EQ(CString::Split(L"a;b,c", L";,"), (Pieces{L"a", L"b", L"c"}));
+    EXPECT_EQ(CString::Split(L";;a;", L";"), (Pieces{L"", L"", L"a", L""}));
+    EXPECT_EQ(CString::Split(L"", L";"), Pieces{L""});
+    EXPECT_EQ(CString::Split(L"a;b", L""), Pieces{L"a;b"});
+    ExpectThrow<CArgumentNullException>([] { CString::Split(L"", nullptr); }, {.param = L"separator"});
+    EXPECT_EQ(CString::Join(L", ", {L"a", L"", L"b"}), L"a, , b");
+    EXPECT_EQ(CString::Join(L", ", {L"a"}), L"a");
+    EXPECT_EQ(CString::Join(L", ", {}), L"");
+}
+
+TEST(String, ConvertsCodePages) {
+    EXPECT_EQ(CString::ToMultiByte(L"ab", -1, 65001), std::string("ab\0", 3));
+    EXPECT_EQ(CString::ToWideChar("ab", -1, 65001), std::wstring(L"ab\0", 3));
+    const std::wstring mixed = L"\u00DCn\u00EF \u6570\u636E \U0001F600";
+    const std::string utf8 = "\xC3\x9Cn\xC3\xAF \xE6\x95\xB0\xE6\x8D\xAE \xF0\x9F\x98\x80";
+    EXPECT_EQ(CString::ToMultiByte(mixed.c_str(), static_cast<int>(mixed.size()), 65001), utf8);
+    EXPECT_EQ(CString::ToWideChar(utf8.c_str(), static_cast<int>(utf8.size()), 65001), mixed);
+    EXPECT_EQ(CString::ToMultiByte(L"\xD800", 1, 65001), "\xEF\xBF\xBD");
+    EXPECT_EQ(CString::ToWideChar("\xFF", 1, 65001), L"\uFFFD");
+    EXPECT_EQ(CString::ToMultiByte(L"", 5, 65001), "");
+    EXPECT_EQ(CString::ToWideChar("", -1, 65001), L"");
+    ExpectThrow<CArgumentNullException>([] { CString::ToMultiByte(nullptr, 0, 65001); }, {.param = L"value"});
+    ExpectThrow<CArgumentNullException>([] { CString::ToWideChar(nullptr, 0, 65001); }, {.param = L"value"});
+    ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToMultiByte(L"a", 0, 65001); }, {.code = 87});
+    ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToWideChar("a", 1, 12345); }, {.code = 87});
+    FailingCalls calls({{"WideCharToMultiByte"}, {"MultiByteToWideChar"}});
+    for (const int n : {1, 2}) { // measuring, converting
+        calls.FailOn(n);
+        ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToMultiByte(L"a", 1, 65001); }, {.code = 1450});
+        calls.FailOn(n);
+        ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToWideChar("a", 1, 65001); }, {.code = 1450});
+    }
+}

@@ -1,0 +1,155 @@
+#include "Support/Expect.h"
+
+#include "ZelCore/Remoting/RpcException.h"
+#include "ZelWin32/SEException.h"
+
+#include <windows.h>
+
+#include <string>
+#include <thread>
+
+using namespace ZelTest;
+using ZelCore::Remoting::CRpcException;
+using ZelWin32::CSEException;
+using Sentry = CSEException::CSETranslatorSentry;
+
+namespace {
+
+const wchar_t* const Method = L"ZelWin32::CSEException::CSETranslatorSentry::SETranslator";
+
+/// A leaf without a frame of its own: the stack is misaligned at the fault.
+__attribute__((noinline)) int ReadFrom(const volatile int* address) {
+    return *address;
+}
+__attribute__((noinline)) int Divide(int a, int b) {
+    return a / b;
+}
+const volatile int* volatile Nowhere = reinterpret_cast<const volatile int*>(16);
+
+int g_declined = 0;
+
+struct Counter {
+    int& count;
+    ~Counter() {
+        ++count;
+    }
+};
+
+struct Translated {
+    unsigned code;
+    int translator;
+};
+
+EXCEPTION_RECORD g_seen;
+
+} // namespace
+
+TEST(SEException, FaultsAndRaisedCodesArriveAsExceptions) {
+    g_declined = 0;
+    int unwound = 0;
+    for (int round = 0; round < 3; ++round) { // also after the first time
+        const Sentry sentry(nullptr);
+        ExpectThrow<CSEException>(
+            [&] {
+                const Counter counter{unwound};
+                ReadFrom(Nowhere);
+            },
+            {.code = 0xC0000005, .method = Method, .line = 41, .file = L"SEException.cpp"});
+        ExpectThrow<CSEException>([&] { unwound += Divide(1, g_declined); }, {.code = 0xC0000094});
+        ExpectThrow<CSEException>([] { ::RaiseException(0xE0001234, 0, 0, nullptr); }, {.code = 0xE0001234});
+        for (const DWORD status : {1700ul, 1722ul, 1999ul}) {
+            ExpectThrow<CRpcException>([&] { ::RaiseException(status, 0, 0, nullptr); },
+                                       {.code = status, .method = Method, .line = 37});
+        }
+        ExpectThrow<CSEException>([] { ::RaiseException(1699, 0, 0, nullptr); }, {.code = 1699});
+        ExpectThrow<CSEException>([] { ::RaiseException(2000, 0, 0, nullptr); }, {.code = 2000});
+    }
+    EXPECT_EQ(unwound, 3);
+}
+
+TEST(SEException, NestedSentriesUseTheInnermostTranslator) {
+    const auto number = [](int translator) {
+        try {
+            ::RaiseException(0xE0000001, 0, 0, nullptr);
+        } catch (const Translated& e) {
+            return e.translator == translator && e.code == 0xE0000001;
+        }
+        return false;
+    };
+    const Sentry outer([](unsigned code, EXCEPTION_POINTERS*) { throw Translated{code, 1}; });
+    EXPECT_TRUE(number(1));
+    {
+        const Sentry inner([](unsigned code, EXCEPTION_POINTERS*) { throw Translated{code, 2}; });
+        EXPECT_TRUE(number(2));
+        {
+            const Sentry library(nullptr);
+            ExpectThrow<CSEException>([] { ReadFrom(Nowhere); }, {.code = 0xC0000005});
+        }
+        EXPECT_TRUE(number(2));
+    }
+    EXPECT_TRUE(number(1));
+}
+
+TEST(SEException, OtherThreadsAreNotConcerned) {
+    const Sentry sentry(nullptr);
+    static thread_local bool t_skip = false;
+    void* handler = ::AddVectoredExceptionHandler(0, [](EXCEPTION_POINTERS* pointers) -> LONG {
+        g_seen = *pointers->ExceptionRecord;
+        return t_skip ? EXCEPTION_CONTINUE_EXECUTION : EXCEPTION_CONTINUE_SEARCH;
+    });
+    std::thread([] {
+        t_skip = true;
+        ::RaiseException(0xE0007777, 0, 0, nullptr);
+    }).join();
+    ::RemoveVectoredExceptionHandler(handler);
+    EXPECT_EQ(g_seen.ExceptionCode, 0xE0007777u);
+}
+
+TEST(SEException, LeavesAloneWhatOthersHandle) {
+    const Sentry sentry(nullptr);
+    EXPECT_TRUE(::IsBadReadPtr(const_cast<int*>(Nowhere), 4)) << "the system guards its own access";
+    EXPECT_EQ(::lstrlenW(reinterpret_cast<const wchar_t*>(16)), 0);
+    ::OutputDebugStringW(L"not a failure");
+    EXPECT_THROW(throw std::string("an exception of the language"), std::string);
+    ExpectThrow<CSEException>([] { ReadFrom(Nowhere); }, {.code = 0xC0000005});
+}
+
+TEST(SEException, TheSearchGoesOnWhenTheTranslatorReturns) {
+    g_declined = 0;
+    // Stands for the handler that the search finds: it mends the fault or lets execution go on.
+    void* handler = ::AddVectoredExceptionHandler(0, [](EXCEPTION_POINTERS* pointers) -> LONG {
+        g_seen = *pointers->ExceptionRecord;
+        if (g_seen.ExceptionCode == 0xC0000005) {
+            static const int valid = 4711;
+            pointers->ContextRecord->Rcx = reinterpret_cast<DWORD64>(&valid);
+        }
+        return g_seen.ExceptionCode == 0xC000001D ? EXCEPTION_CONTINUE_SEARCH : EXCEPTION_CONTINUE_EXECUTION;
+    });
+    {
+        const Sentry sentry([](unsigned, EXCEPTION_POINTERS*) { ++g_declined; });
+        EXPECT_EQ(ReadFrom(Nowhere), 4711);
+        const ULONG_PTR argument = 99;
+        ::RaiseException(0xE0005555, 0, 1, &argument);
+        EXPECT_EQ(g_seen.ExceptionInformation[0], 99u);
+        EXPECT_EQ(g_seen.ExceptionCode, 0xE0005555u);
+    }
+    ::RemoveVectoredExceptionHandler(handler);
+    EXPECT_EQ(g_declined, 2);
+}
+
+TEST(SEException, PutsBackTheTranslatorOfTheRuntime) {
+    using Set = Sentry::Translator(__cdecl*)(Sentry::Translator);
+    const auto set = reinterpret_cast<Set>(reinterpret_cast<void*>(::GetProcAddress(
+        ::GetModuleHandleW(L"msvcrt"), "?_set_se_translator@@YAP6AXIPEAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z")));
+    ASSERT_NE(set, nullptr);
+    const auto mine = +[](unsigned, EXCEPTION_POINTERS*) {};
+    {
+        const Sentry sentry(mine);
+        EXPECT_EQ(set(mine), mine);
+    }
+    EXPECT_EQ(set(mine), nullptr) << "there was none before";
+    {
+        const Sentry sentry(nullptr);
+    }
+    EXPECT_EQ(set(nullptr), mine);
+}
