@@ -1,0 +1,310 @@
+#include "Support/Expect.h"
+#include "Support/ImportHook.h"
+#include "Support/Streams.h"
+#include "Support/TestFolder.h"
+
+#include "ZelCore/ArgumentNullException.h"
+#include "ZelCore/AsyncCallback.h"
+#include "ZelCore/AsyncResult.h"
+#include "ZelCore/IO/FileStream.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelWin32/Win32Exception.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+
+using namespace ZelCore;
+using namespace ZelCore::IO;
+using namespace ZelTest;
+using ZelWin32::CWin32Exception;
+
+namespace {
+
+class AsyncFileStream : public FolderTest {
+protected:
+    CFileStream Open(DWORD access = GENERIC_READ | GENERIC_WRITE, const wchar_t* name = L"file") const {
+        return {At(name), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED};
+    }
+};
+
+struct Callback final : CAsyncCallback {
+    std::function<void(const IAsyncResult*)> action;
+    std::atomic<int> calls{0};
+    void Invoke(const IAsyncResult* result) override {
+        struct Counting {
+            std::atomic<int>& calls;
+            ~Counting() {
+                ++calls;
+            }
+        } const counting{calls};
+        if (action) {
+            action(result);
+        }
+    }
+    void Wait(int count = 1) const {
+        while (calls < count) {
+            ::SwitchToThread();
+        }
+    }
+};
+
+/// Waits until the pool has let go of the handles and memory of earlier operations.
+int CountSettledHandles() {
+    int count = CountHandles();
+    for (int i = 0; i < 50; ++i) {
+        ::Sleep(2);
+        count = std::min(count, CountHandles());
+    }
+    return count;
+}
+
+constexpr std::size_t PieceSize = 64;
+
+} // namespace
+
+TEST_F(AsyncFileStream, TenThousandOperationsFromSeveralStreamsAtOnce) {
+    const std::string data = Put(L"file", MakeText(PieceSize * 100));
+    Open().Close();
+    int before = 0;
+    std::atomic<int> wrong{0};
+    const auto work = [&](int kind, int operations) {
+        CFileStream stream = Open();
+        unsigned char buffer[PieceSize];
+        for (int i = 0; i < operations; ++i) {
+            const std::size_t position = PieceSize * static_cast<std::size_t>(i % 100);
+            stream.Seek(static_cast<std::int64_t>(position), SeekOrigin::Begin);
+            std::size_t read = 0;
+            if (kind == 0) { // the callback ends the operation
+                Callback callback;
+                callback.action = [&](const IAsyncResult* result) { read = stream.EndRead(result); };
+                stream.BeginRead(buffer, PieceSize, &callback, nullptr);
+                callback.Wait();
+            } else {
+                const IAsyncResult* result = stream.BeginRead(buffer, PieceSize, nullptr, &stream);
+                if (kind == 1) {
+                    ::WaitForSingleObject(result->GetWaitHandle(), INFINITE);
+                    wrong += result->IsCompleted() && result->GetAsyncState() == &stream ? 0 : 1;
+                }
+                read = stream.EndRead(result);
+            }
+            wrong += read == PieceSize && data.compare(position, PieceSize, reinterpret_cast<char*>(buffer),
+                                                       PieceSize) == 0 ? 0 : 1;
+        }
+    };
+    for (const int operations : {50, 1667}) { // the first round makes the pool and its handles
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 6; ++i) {
+            threads.emplace_back(work, i % 3, operations);
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        if (operations == 50) {
+            before = CountSettledHandles();
+        }
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_LE(CountSettledHandles(), before + 2) << "the pool may have grown by a thread";
+}
+
+TEST_F(AsyncFileStream, WritesAndReadsAtItsOwnPosition) {
+    CFileStream stream = Open();
+    const std::string text = "0123456789";
+    stream.EndWrite(stream.BeginWrite(Bytes(text), 10, nullptr, nullptr));
+    stream.EndWrite(stream.BeginWrite(Bytes(text), 3, nullptr, nullptr));
+    EXPECT_EQ(stream.GetPosition(), 13);
+    EXPECT_EQ(stream.Seek(8, SeekOrigin::Begin), 8);
+    unsigned char buffer[10] = {};
+    EXPECT_EQ(stream.EndRead(stream.BeginRead(buffer, 10, nullptr, nullptr)), 5u);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 5), "89012");
+    EXPECT_EQ(stream.Seek(10, SeekOrigin::End), 23) << "beyond the end for writing";
+    EXPECT_EQ(stream.Seek(-20, static_cast<SeekOrigin>(9)), 3);
+    stream.SetLength(4);
+    EXPECT_EQ(stream.GetLength(), 4);
+    CFileStream readOnly = Open(GENERIC_READ);
+    EXPECT_EQ(readOnly.Seek(10, SeekOrigin::End), 4) << "cut back to the length";
+    EXPECT_EQ(readOnly.Seek(INT64_MAX, SeekOrigin::Current), 4);
+    const wchar_t* const before = L"'Attempt to seek before the beginning of the stream': parameter name: 'offset'";
+    ExpectThrow<CArgumentException>([&] { stream.Seek(-5, SeekOrigin::End); }, {.message = before});
+    ExpectThrow<CArgumentException>([&] { stream.Seek(INT64_MAX, SeekOrigin::End); }, {.param = L"offset"});
+    // Reading at the end fails, at once or when the operation ends; the stream is usable afterwards.
+    for (int i = 0; i < 2; ++i) {
+        ExpectThrow<CWin32Exception>([&] { readOnly.EndRead(readOnly.BeginRead(buffer, 1, nullptr, nullptr)); },
+                                     {.code = ERROR_HANDLE_EOF});
+    }
+    readOnly.Seek(0, SeekOrigin::Begin);
+    EXPECT_EQ(readOnly.EndRead(readOnly.BeginRead(buffer, 9, nullptr, nullptr)), 4u);
+}
+
+TEST_F(AsyncFileStream, RefusesTheWrongCall) {
+    CFileStream stream = Open();
+    CFileStream synchronous(At(L"other"), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0);
+    unsigned char byte = 'x';
+    const Failure notSynchronous{.message = L"Cannot perform synchronous operation on a handle opened for overlapped I/O"};
+    ExpectThrow<CInvalidOperationException>([&] { stream.Read(&byte, 1); }, notSynchronous);
+    ExpectThrow<CInvalidOperationException>([&] { stream.Write(nullptr, 1); }, notSynchronous);
+    ExpectThrow<CInvalidOperationException>([&] { stream.Lock(0, 1, CFileStream::LockType::Shared); }, notSynchronous);
+    ExpectThrow<CInvalidOperationException>([&] { stream.Unlock(0, 1); }, notSynchronous);
+    const Failure notAsynchronous{
+        .message = L"Cannot perform asynchronous operation on a handle not opened for overlapped I/O"};
+    ExpectThrow<CInvalidOperationException>([&] { synchronous.BeginRead(&byte, 1, nullptr, nullptr); }, notAsynchronous);
+    ExpectThrow<CInvalidOperationException>([&] { synchronous.BeginWrite(nullptr, 1, nullptr, nullptr); },
+                                            notAsynchronous);
+    ExpectThrow<CArgumentNullException>([&] { stream.BeginRead(nullptr, 1, nullptr, nullptr); }, {.param = L"buffer"});
+    ExpectThrow<CArgumentNullException>([&] { stream.BeginWrite(nullptr, 1, nullptr, nullptr); }, {.param = L"buffer"});
+    ExpectThrow<CArgumentOutOfRangeException>([&] { stream.BeginWrite(&byte, 0x1'0000'0000, nullptr, nullptr); },
+                                              {.param = L"count"});
+    const IAsyncResult* result = stream.BeginWrite(&byte, 1, nullptr, nullptr);
+    const Failure busy{.message = L"Asynchronous operation is in progress"};
+    ExpectThrow<CInvalidOperationException>([&] { stream.BeginRead(&byte, 1, nullptr, nullptr); }, busy);
+    ExpectThrow<CInvalidOperationException>([&] { stream.Seek(0, SeekOrigin::Begin); }, busy);
+    const Failure foreign{
+        .contains = L"IAsyncResult object did not come from the corresponding async method on this type"};
+    ExpectThrow<CArgumentException>([&] { stream.EndRead(result); }, foreign);
+    ExpectThrow<CArgumentException>([&] { Open().EndWrite(result); }, foreign);
+    ExpectThrow<CArgumentNullException>([&] { stream.EndWrite(nullptr); }, {.param = L"asyncResult"});
+    stream.EndWrite(result);
+    ExpectThrow<CArgumentException>([&] { stream.EndWrite(result); }, foreign);
+}
+
+TEST_F(AsyncFileStream, SurvivesItsEndWithAnOperationUnderWay) {
+    const std::string data = MakeText(100'000);
+    int before = 0;
+    std::vector<unsigned char> buffer(data.size());
+    for (int round = 0; round < 1000; ++round) {
+        if (round == 10) {
+            before = CountSettledHandles();
+        }
+        Callback callback;
+        auto stream = std::make_unique<CFileStream>(Open());
+        CAsyncCallback* const told = round % 3 != 0 ? &callback : nullptr;
+        if (round % 3 == 2) {
+            callback.action = [raw = stream.get()](const IAsyncResult* ended) { raw->EndWrite(ended); };
+        }
+        const IAsyncResult* result = stream->BeginWrite(Bytes(data), data.size(), told, nullptr);
+        switch (round % 5) {
+        case 0:
+            stream->Close();
+            break;
+        case 1:
+            *stream = Open(GENERIC_READ); // ends the old one first
+            break;
+        case 2: {
+            CFileStream moved(std::move(*stream));
+            if (told == nullptr) {
+                moved.EndWrite(result);
+                EXPECT_EQ(moved.GetPosition(), 100'000);
+            }
+            break;
+        }
+        case 3:
+            stream.reset();
+            break;
+        default:
+            std::thread([gone = std::move(stream)]() mutable { gone.reset(); }).join();
+        }
+        EXPECT_EQ(callback.calls, told != nullptr ? 1 : 0) << "the end of a stream waits for the callback";
+        stream.reset();
+    }
+    EXPECT_LE(CountSettledHandles(), before + 2);
+}
+
+TEST_F(AsyncFileStream, TheCallbackMayGoOnOrDestroyTheStream) {
+    const std::string data = Put(L"file", MakeText(PieceSize * 200));
+    for (int round = 0; round < 50; ++round) {
+        auto stream = std::make_unique<CFileStream>(Open(GENERIC_READ));
+        std::string read;
+        unsigned char buffer[PieceSize];
+        Callback chain;
+        chain.action = [&](const IAsyncResult* result) {
+            read.append(reinterpret_cast<char*>(buffer), stream->EndRead(result));
+            if (read.size() == data.size()) {
+                stream.reset();
+                throw std::string("nobody is interested");
+            }
+            stream->BeginRead(buffer, PieceSize, &chain, nullptr);
+        };
+        stream->BeginRead(buffer, PieceSize, &chain, nullptr);
+        for (int i = 0; stream && i < 20'000; ++i) {
+            ::Sleep(1);
+        }
+        ASSERT_EQ(read, data);
+    }
+}
+
+TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
+    // A write function that starts nothing and reports it as pending: the test delivers the completion.
+    static OVERLAPPED* s_overlapped = nullptr;
+    static LPOVERLAPPED_COMPLETION_ROUTINE s_routine = nullptr;
+    static const auto pend = +[](HANDLE, const void*, DWORD, DWORD*, OVERLAPPED* overlapped) -> BOOL {
+        s_overlapped = overlapped;
+        ::SetLastError(ERROR_IO_PENDING);
+        return FALSE;
+    };
+    static const auto bind = +[](HANDLE, LPOVERLAPPED_COMPLETION_ROUTINE routine, ULONG) -> BOOL {
+        s_routine = routine;
+        return TRUE;
+    };
+    const ImportHook write("WriteFile", reinterpret_cast<void*>(pend));
+    const ImportHook binding("BindIoCompletionCallback", reinterpret_cast<void*>(bind));
+    Callback callback;
+    {
+        CFileStream stream = Open();
+        const IAsyncResult* result = stream.BeginWrite(Bytes("abc"), 3, &callback, nullptr);
+        OVERLAPPED* const first = s_overlapped;
+        ExpectThrow<CInvalidOperationException>(
+            [&] { stream.EndWrite(result); },
+            {.contains = L"Wait handle cannot be used for async operation completion notification"});
+        result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr); // idle again
+        EXPECT_NE(s_overlapped, first) << "the system still writes to the first one";
+        s_routine(0, 3, first);
+        EXPECT_EQ(stream.GetPosition(), 0) << "the abandoned operation counts no more";
+        EXPECT_EQ(callback.calls, 0);
+        s_routine(0, 2, s_overlapped);
+        ExpectThrow<CWin32Exception>([&] { stream.EndWrite(result); },
+                                     {.code = ERROR_DISK_FULL, .method = L"ZelCore::IO::CFileStream::CompleteIOCallback"});
+        result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
+        s_routine(0xC000009Cul, 0, s_overlapped); // a kernel status in place of an error code
+        ExpectThrow<CWin32Exception>([&] { stream.EndWrite(result); }, {.code = 23});
+    }
+}
+
+TEST_F(AsyncFileStream, AnImmediateFailureLeavesTheStreamIdle) {
+    Put(L"file", "0123456789");
+    CFileStream stream = Open(GENERIC_READ);
+    unsigned char byte = 0;
+    for (int i = 0; i < 300; ++i) {
+        ExpectThrow<CWin32Exception>([&] { stream.BeginWrite(&byte, 1, nullptr, nullptr); },
+                                     {.code = 5, .method = L"ZelCore::IO::CFileStream::BeginWrite"});
+    }
+    EXPECT_EQ(stream.EndRead(stream.BeginRead(&byte, 1, nullptr, nullptr)), 1u);
+    // A full disk fails at once, and some systems report the end of the operation as well.
+    const std::wstring full = L"Z:\\dev\\full";
+    if (::GetFileAttributesW(full.c_str()) != INVALID_FILE_ATTRIBUTES) {
+        for (int i = 0; i < 300; ++i) {
+            CFileStream device(full, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED);
+            ExpectThrow<CWin32Exception>([&] { device.EndWrite(device.BeginWrite(&byte, 1, nullptr, nullptr)); },
+                                         {.code = ERROR_DISK_FULL});
+        }
+    }
+}
+
+TEST_F(AsyncFileStream, RunsOutOfMemoryOnlyBeforeAnOperationStarts) {
+    Put(L"file", "0123456789");
+    FailingAllocations allocations;
+    Sweep([&](int n) {
+        unsigned char byte = 0;
+        allocations.FailOn(n);
+        try {
+            CFileStream stream = Open(GENERIC_READ);
+            stream.EndRead(stream.BeginRead(&byte, 1, nullptr, nullptr));
+            EXPECT_EQ(byte, '0');
+        } catch (const std::bad_alloc&) {
+        }
+        const bool failed = allocations.HasFailed();
+        allocations.FailOn(0);
+        return failed;
+    });
+}
