@@ -362,11 +362,8 @@ public:
     CStagingFolder(const CStagingFolder&) = delete;
     CStagingFolder& operator=(const CStagingFolder&) = delete;
     ~CStagingFolder() {
-        try {
-            if (!m_path.empty()) {
-                CDirectory::Delete(m_path.c_str(), true, false);
-            }
-        } catch (...) { // what stays in the temporary folder is no failure of the archive
+        if (!m_path.empty() && !TryDelete()) {
+            TryDelete(); // memory may have been short, or a scanner may have had a file open
         }
     }
 
@@ -389,6 +386,16 @@ public:
     }
 
 private:
+    /// What stays in the temporary folder is no failure of the archive.
+    bool TryDelete() const noexcept {
+        try {
+            CDirectory::Delete(m_path.c_str(), true, false);
+            return true;
+        } catch (...) {
+            return false;
+        }
+    }
+
     std::wstring m_path;
     std::wstring m_subfolder;
     std::size_t m_fileCount = 0;

@@ -1,0 +1,216 @@
+#include "Support/Expect.h"
+#include "Support/ImportHook.h"
+#include "Support/Streams.h"
+
+#include "ZelCore/ArgumentNullException.h"
+#include "ZelCore/IO/Compression/DeflateStream.h"
+#include "ZelCore/IO/IOException.h"
+#include "ZelCore/IO/ReadOnlyRefMemoryStream.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelCore/NotSupportedException.h"
+
+using namespace ZelCore;
+using namespace ZelCore::IO;
+using namespace ZelCore::IO::Compression;
+using namespace ZelTest;
+
+namespace {
+
+constexpr auto Compress = CompressionMode::Compress;
+constexpr auto Decompress = CompressionMode::Decompress;
+const wchar_t* const Initialize = L"ZelCore::IO::Compression::CDeflateStream::impl::Initialize";
+
+std::string Deflated(const std::string& text, bool gzip, std::size_t piece = SIZE_MAX) {
+    TestStream target;
+    CDeflateStream stream(target, Compress, gzip);
+    for (std::size_t at = 0; at < text.size(); at += std::min(piece, text.size() - at)) {
+        stream.Write(Bytes(text) + at, std::min(piece, text.size() - at));
+    }
+    stream.Close();
+    EXPECT_LE(target.largestWrite, 16384u);
+    return target.data;
+}
+
+std::string Inflated(const std::string& data, bool gzip, std::size_t piece = 1000, std::size_t dribble = SIZE_MAX) {
+    TestStream source(data);
+    source.largestRead = dribble;
+    CDeflateStream stream(source, Decompress, gzip);
+    std::string text;
+    std::string buffer(piece, '\0');
+    while (const std::size_t read = stream.Read(reinterpret_cast<unsigned char*>(buffer.data()), piece)) {
+        text.append(buffer, 0, read);
+    }
+    EXPECT_EQ(stream.Read(reinterpret_cast<unsigned char*>(buffer.data()), 1), 0u) << "and so on";
+    return text;
+}
+
+} // namespace
+
+TEST(DeflateStream, GivesBackWhatWasWrittenInAnyPieces) {
+    for (const bool gzip : {false, true}) {
+        for (const std::size_t size : {0, 1, 100, 16384, 200'000}) {
+            const std::string text = MakeText(size, static_cast<unsigned>(size));
+            const std::string data = Deflated(text, gzip);
+            EXPECT_EQ(Deflated(text, gzip, 777), data);
+            for (const std::size_t piece : {1, 13, 4096, 300'000}) {
+                EXPECT_EQ(Inflated(data, gzip, piece, piece * 3), text);
+            }
+        }
+    }
+    std::string noise(500'000, '\0'); // more output than input, in pieces of exactly one buffer
+    for (std::size_t i = 0, x = 1; i < noise.size(); ++i) {
+        noise[i] = static_cast<char>((x = x * 6364136223846793005u + 1442695040888963407u) >> 56);
+    }
+    EXPECT_EQ(Inflated(Deflated(noise, false), false), noise);
+    // Made by Python: zlib.compressobj(wbits=-15) and gzip.compress(b"", mtime=0).
+    EXPECT_EQ(Inflated(std::string("\xCBH\xCD\xC9\xC9\x07\x00", 7), false), "hello");
+    EXPECT_EQ(Inflated(std::string("\x1F\x8B\x08\0\0\0\0\0\x02\xFF\x03\0\0\0\0\0\0\0\0\0", 20), true), "");
+    EXPECT_EQ(Deflated("", false), std::string("\x03\0", 2)) << "an empty stream is complete";
+}
+
+TEST(DeflateStream, ReadsNothingBehindTheEnd) {
+    TestStream source(Deflated("text", true) + "behind");
+    CDeflateStream stream(source, Decompress, true);
+    unsigned char buffer[10];
+    EXPECT_EQ(stream.Read(buffer, 10), 4u);
+    const int calls = source.calls;
+    EXPECT_EQ(stream.Read(buffer, 10), 0u);
+    EXPECT_EQ(source.calls, calls) << "the end is known without asking";
+}
+
+TEST(DeflateStream, ChecksItsArguments) {
+    TestStream stream;
+    const auto create = [&](unsigned capabilities, int mode) {
+        stream.capabilities = static_cast<StreamCapabilities>(capabilities);
+        CDeflateStream(stream, static_cast<CompressionMode>(mode), false);
+    };
+    ExpectThrow<CArgumentNullException>([] { CDeflateStream(std::shared_ptr<CStream>(), Compress, false); },
+                                        {.param = L"stream", .method = Initialize, .line = 144});
+    ExpectThrow<CArgumentException>([&] { create(1, 0); },
+                                    {.message = L"'Stream must be writable when mode is 'Compress'': parameter name: "
+                                                L"'mode'",
+                                     .method = Initialize, .line = 150, .file = L"DeflateStream.cpp"});
+    ExpectThrow<CArgumentException>([&] { create(2, 1); },
+                                    {.message = L"'Stream must be readable when mode is 'Decompress'': parameter name: "
+                                                L"'mode'",
+                                     .line = 157});
+    ExpectThrow<CArgumentOutOfRangeException>([&] { create(3, 2); },
+                                              {.param = L"mode", .contains = L"was Unknown", .line = 162});
+    create(3, 0);
+    CDeflateStream writer(stream, Compress, false);
+    CDeflateStream reader(stream, Decompress, false);
+    unsigned char byte = 0;
+    ExpectThrow<CArgumentNullException>([&] { writer.Write(nullptr, 1); }, {.param = L"data"});
+    ExpectThrow<CArgumentNullException>([&] { reader.Read(nullptr, 1); }, {.param = L"buffer"});
+    writer.Write(nullptr, 0);
+    EXPECT_EQ(reader.Read(nullptr, 0), 0u);
+    ExpectThrow<CInvalidOperationException>([&] { writer.Read(&byte, 0); },
+                                            {.message = L"Cannot read from the compression stream", .line = 265});
+    ExpectThrow<CInvalidOperationException>([&] { reader.Write(&byte, 0); },
+                                            {.message = L"Cannot write to the decompression stream", .line = 292});
+    ExpectThrow<CNotSupportedException>([&] { reader.GetLength(); }, {.line = 248});
+    ExpectThrow<CNotSupportedException>([&] { reader.GetPosition(); }, {.line = 254});
+    ExpectThrow<CNotSupportedException>([&] { reader.Seek(0, SeekOrigin::Begin); }, {.line = 281});
+    EXPECT_EQ(writer.GetCapabilities(), StreamCapabilities::CanWrite);
+    EXPECT_EQ(reader.GetCapabilities(), StreamCapabilities::CanRead);
+}
+
+TEST(DeflateStream, ClosesOnceAndLeavesTheStreamBelowAlone) {
+    const auto target = std::make_shared<TestStream>();
+    {
+        CDeflateStream first(target, Compress, true);
+        first.Write(Bytes("text"), 4);
+        const std::size_t before = target->data.size();
+        first.Flush();
+        EXPECT_EQ(target->data.size(), before);
+        CDeflateStream second(std::move(first));
+        for (CDeflateStream* closed : {&first, &second}) {
+            closed->Close();
+            closed->Close();
+            EXPECT_EQ(closed->GetCapabilities(), StreamCapabilities::None);
+            unsigned char byte = 0;
+            const auto failure = [](int line) { return Failure{.message = L"The handle is invalid", .line = line}; };
+            ExpectThrow<CInvalidOperationException>([&] { closed->Read(&byte, 1); }, failure(261));
+            ExpectThrow<CInvalidOperationException>([&] { closed->Write(&byte, 1); }, failure(288));
+            ExpectThrow<CInvalidOperationException>([&] { closed->Flush(); }, failure(230));
+        }
+        EXPECT_EQ(Inflated(target->data, true), "text");
+        target->data.clear();
+        first = CDeflateStream(target, Compress, false);
+        first.Write(Bytes("more"), 4);
+        first = CDeflateStream(target, Decompress, false); // finishes what it had
+        EXPECT_EQ(Inflated(target->data, false), "more");
+        EXPECT_EQ(target.use_count(), 3) << "a closed stream keeps its share until it is destroyed";
+    }
+    EXPECT_EQ(target.use_count(), 1);
+    EXPECT_FALSE(target->closed);
+    EXPECT_EQ(target->flushes, 0);
+}
+
+TEST(DeflateStream, CutAndFlippedDataIsReportedOrHarmless) {
+    const std::string text = MakeText(3000);
+    for (const bool gzip : {false, true}) {
+        const std::string data = Deflated(text, gzip);
+        for (std::size_t length = 0; length < data.size(); ++length) {
+            ExpectThrow<CIOException>([&] { Inflated(data.substr(0, length), gzip); },
+                                      {.code = static_cast<unsigned long>(-5), .line = 135});
+        }
+        int survived = 0;
+        for (std::size_t i = 0; i < data.size() * 8; ++i) {
+            std::string flipped = data;
+            flipped[i / 8] = static_cast<char>(flipped[i / 8] ^ (1 << (i % 8)));
+            try {
+                survived += Inflated(flipped, gzip) == text ? 1 : 0;
+            } catch (const CIOException& e) {
+                EXPECT_TRUE(e.GetError() == -3 || e.GetError() == -5) << e.GetError();
+            }
+        }
+        EXPECT_LT(survived, gzip ? 80 : 30) << "the unchecked bits of the header, and those of the padding";
+    }
+    ExpectThrow<CIOException>([] { Inflated("no gzip", true); },
+                              {.code = static_cast<unsigned long>(-3), .message = L"incorrect header check: '-3'"});
+}
+
+TEST(DeflateStream, AFailureBelowOrInMemoryPassesThroughAndIsSurvived) {
+    const std::string text = MakeText(100'000);
+    const auto compress = [&](TestStream& target) {
+        CDeflateStream stream(target, Compress, true);
+        stream.Write(Bytes(text), text.size());
+        stream.Close();
+    };
+    Sweep([&](int n) {
+        TestStream target;
+        target.failOn = n;
+        try {
+            compress(target);
+            return false;
+        } catch (const CFormatException& e) {
+            EXPECT_STREQ(e.GetMethod(), L"TestStream");
+        }
+        EXPECT_EQ(target.calls, n) << "nothing more is written, neither by Close nor by the destructor";
+        return true;
+    });
+    TestStream target;
+    CDeflateStream failing(target, Compress, true);
+    failing.Write(Bytes(text), 1);
+    target.failOn = target.calls + 1;
+    ExpectThrow<CFormatException>([&] { failing.Close(); });
+    EXPECT_EQ(failing.GetCapabilities(), StreamCapabilities::None) << "closed all the same";
+    FailingAllocations allocations;
+    for (const CompressionMode mode : {Compress, Decompress}) {
+        Sweep([&](int n) {
+            TestStream other;
+            allocations.FailOn(n);
+            try {
+                CDeflateStream(other, mode, false);
+            } catch (const std::bad_alloc&) {
+            } catch (const CIOException& e) {
+                EXPECT_EQ(e.GetError(), -4);
+                EXPECT_EQ(e.GetSourceLine(), 182);
+            }
+            const bool failed = allocations.HasFailed();
+            allocations.FailOn(0);
+            return failed;
+        });
+    }
+}
