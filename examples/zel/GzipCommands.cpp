@@ -1,0 +1,72 @@
+#include "GzipCommands.h"
+
+#include "Files.h"
+
+#include "ZelCore/FormatException.h"
+#include "ZelCore/IO/Compression/DeflateStream.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace Zel {
+
+using namespace ZelCore::IO;
+using namespace ZelCore::IO::Compression;
+
+namespace {
+
+struct Options {
+    std::string source;
+    std::string target;
+    bool overwrite = false;
+};
+
+void Compress(const Options& options) {
+    const std::wstring source = FromUtf8(options.source);
+    const std::wstring target = options.target.empty() ? source + L".gz" : FromUtf8(options.target);
+    CFileStream input = OpenForReading(source);
+    Progress progress(0);
+    WriteNewFile(target, options.overwrite, [&](CStream& output) {
+        CDeflateStream gzip(output, CompressionMode::Compress, true);
+        CopyStream(input, gzip, progress);
+        gzip.Close();
+    });
+}
+
+void Decompress(const Options& options) {
+    const std::wstring source = FromUtf8(options.source);
+    std::wstring target = FromUtf8(options.target);
+    if (target.empty()) {
+        if (!source.ends_with(L".gz") || source.size() == 3) {
+            throw ZelCore::CFormatException((source + L" does not end in .gz: name the target, please").c_str(),
+                                            ZEL_SITE(L"Zel::Decompress"));
+        }
+        target = source.substr(0, source.size() - 3);
+    }
+    CFileStream input = OpenForReading(source);
+    Progress progress(0);
+    WriteNewFile(target, options.overwrite, [&](CStream& output) {
+        CDeflateStream gzip(input, CompressionMode::Decompress, true);
+        CopyStream(gzip, output, progress);
+    });
+}
+
+void AddCommand(CLI::App& app, const char* name, const char* text, const char* targetText, void (*run)(const Options&)) {
+    CLI::App* const command = app.add_subcommand(name, text);
+    const auto options = std::make_shared<Options>();
+    command->add_option("source", options->source, "The file to read")->required();
+    command->add_option("target", options->target, targetText);
+    command->add_flag("--overwrite", options->overwrite, "Replace an existing target");
+    command->callback([run, options] { run(*options); });
+}
+
+} // namespace
+
+void AddGzipCommands(CLI::App& app) {
+    AddCommand(app, "gzip", "Compress a file", "The file to write, the source with .gz without", &Compress);
+    AddCommand(app, "gunzip", "Decompress a file of one gzip member", "The file to write, the source less .gz without",
+               &Decompress);
+}
+
+} // namespace Zel

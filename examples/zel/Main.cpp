@@ -1,0 +1,59 @@
+#include "Console.h"
+#include "GzipCommands.h"
+#include "ZipCommands.h"
+
+#include "ZelCore/Exception.h"
+
+#include <CLI/CLI.hpp>
+
+#include <sstream>
+
+namespace {
+
+enum ExitCode { Done = 0, Failed = 1, WrongUse = 2 };
+
+/// The arguments behind the program's name, last one first, as the parser wants them.
+std::vector<std::string> ToArguments(int argc, wchar_t** argv) {
+    std::vector<std::string> arguments;
+    for (int i = argc - 1; i > 0; --i) {
+        arguments.push_back(Zel::ToUtf8(argv[i]));
+    }
+    return arguments;
+}
+
+int Run(int argc, wchar_t** argv) {
+    CLI::App app("zel: archives and compressed files with the ZelCore library", "zel");
+    app.require_subcommand(1);
+    app.footer("Examples:\n"
+               "  zel zip create backup.zip Documents Pictures\n"
+               "  zel zip list backup.zip\n"
+               "  zel zip extract backup.zip --to restored\n"
+               "  zel gzip log.txt\n\n"
+               "Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong use.\n"
+               "`zel COMMAND --help` tells more.");
+    Zel::AddZipCommands(app);
+    Zel::AddGzipCommands(app);
+    try {
+        app.parse(ToArguments(argc, argv));
+    } catch (const CLI::ParseError& e) {
+        std::ostringstream out, error;
+        const int status = app.exit(e, out, error);
+        Zel::Print(Zel::FromUtf8(out.str()));
+        Zel::PrintError(Zel::FromUtf8(error.str()));
+        return status == 0 ? Done : WrongUse;
+    }
+    return Done;
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const ZelCore::CException& e) {
+        Zel::PrintError(std::wstring(L"zel: ") + e.GetExceptionMessage() + L"\n");
+    } catch (const std::exception& e) {
+        Zel::PrintError(L"zel: " + Zel::FromUtf8(e.what()) + L"\n");
+    }
+    return Failed;
+}

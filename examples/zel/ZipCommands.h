@@ -1,0 +1,12 @@
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace Zel {
+
+/// `zel zip create|list|extract|test|add|update|delete`
+void AddZipCommands(CLI::App& app);
+
+} // namespace Zel

@@ -1,0 +1,89 @@
+# Shared by ./demo, ./test and benchmarks/run: packages, builds, and Wine where it is needed.
+# Sourced, from the repository's folder.
+
+say() { printf '== %s\n' "$*"; }
+die() { printf 'failed: %s\n' "$*" >&2; exit 1; }
+
+is_windows() { [ -n "${MSYSTEM:-}" ]; }
+
+# install_packages NAME...: what is not there yet, by name.
+install_packages() {
+    local missing=() name
+    for name in "$@"; do
+        dpkg-query -W -f '${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=("$name")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    say "installing ${missing[*]}"
+    local as_root=()
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -qq -y --no-install-recommends "${missing[@]}" \
+        >"$PWD/build/apt.log" 2>&1 || { tail -n 20 "$PWD/build/apt.log"; die "apt-get"; }
+}
+
+# set_up [EXTRA...]: everything that a build and a test run need, and the extra packages.
+set_up() {
+    mkdir -p build
+    if is_windows; then
+        local missing=() name
+        for name in gcc cmake ninja zlib gtest cli11 python; do
+            pacman -Q "$MINGW_PACKAGE_PREFIX-$name" >/dev/null 2>&1 || missing+=("$MINGW_PACKAGE_PREFIX-$name")
+        done
+        for name in unzip zip; do
+            pacman -Q "$name" >/dev/null 2>&1 || missing+=("$name")
+        done
+        [ ${#missing[@]} -eq 0 ] || { say "installing ${missing[*]}"; pacman -S --needed --noconfirm "${missing[@]}"; }
+        return
+    fi
+    install_packages gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev wine \
+        wine64 cmake ninja-build googletest libcli11-dev unzip zip python3 "$@"
+    export LC_ALL=C.UTF-8 WINEPREFIX=$PWD/build/wine WINEDEBUG=-all WINEDLLOVERRIDES='winedbg.exe=d;mscoree=d;mshtml=d'
+}
+
+# wine_server: the process id of the server of our prefix; nothing when none is running.
+wine_server() {
+    local process
+    for process in /proc/[0-9]*; do
+        case $(readlink "$process/exe" 2>/dev/null) in
+        */wineserver*) tr '\0' '\n' <"$process/environ" 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" &&
+            { printf '%s\n' "${process#/proc/}"; return; } ;;
+        esac
+    done
+}
+
+# start_wine: a server that stays until the script ends. Without it every test would start the services anew, and
+# those keep the test runner's pipes open.
+start_wine() {
+    is_windows && return
+    local tries
+    for tries in 1 2 3 4 5 6 7 8; do # a server that is about to end would take our programs down with it
+        [ -n "$(wine_server)" ] || break
+        sleep 1
+    done
+    [ -z "$(wine_server)" ] || return 0 # somebody else's, and theirs to end
+    /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 || die "the Wine server does not start"
+    trap stop_wine EXIT
+    wine wineboot -i </dev/null >/dev/null 2>&1 || die "Wine does not start"
+}
+
+# Ends our server and with it what runs in its prefix; others stay.
+stop_wine() {
+    local server
+    server=$(wine_server)
+    [ -z "$server" ] || kill -INT "$server"
+}
+
+# run_program FILE ARGUMENT...: runs one of our programs, under Wine where that is needed.
+run_program() {
+    if is_windows; then "$@"; else wine "$@" 2> >(grep -v -e '^it looks like wine32' -e '^multiarch needs' \
+        -e '^execute "dpkg' -e '^apt-get install wine32' >&2); fi
+}
+
+# build PRESET: configures once, then builds what has changed.
+build() {
+    say "building $1"
+    if [ ! -f "build/$1/build.ninja" ]; then
+        cmake --preset "$1" >"build/$1.configure.log" 2>&1 || { tail -n 30 "build/$1.configure.log"; die "cmake"; }
+    fi
+    cmake --build --preset "$1" >"build/$1.build.log" 2>&1 || { tail -n 60 "build/$1.build.log"; die "the build of $1"; }
+}

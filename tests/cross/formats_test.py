@@ -1,0 +1,169 @@
+"""What zel writes is read by Python, and what Python writes is read by zel.
+
+usage: formats_test.py FOLDER [EMULATOR] ZEL
+"""
+import gzip
+import os
+import random
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import zipfile
+import zlib
+
+FOLDER = sys.argv[1]
+ZEL = sys.argv[2:]
+WIDE = "Ünïcödé 数据.txt"
+
+
+def zel(*arguments, status=0):
+    run = subprocess.run([*ZEL, *arguments], capture_output=True, stdin=subprocess.DEVNULL)
+    output = run.stdout.decode("utf-8") + run.stderr.decode("utf-8", "replace")
+    assert run.returncode == status, f"{arguments}: exit status {run.returncode}: {output}"
+    return output
+
+
+def contents():
+    noise = random.Random(1)
+    return {
+        "tree/empty": b"",
+        "tree/text.txt": b"the quick brown fox\r\n" * 5000,
+        "tree/noise.bin": noise.randbytes(70_000),
+        "tree/deep/er/" + WIDE: "数据".encode() * 3,
+        "tree/one": b"x",
+    }
+
+
+class Formats(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(dir=FOLDER)
+        self.old = os.getcwd()
+        os.chdir(self.folder)
+        for name, data in contents().items():
+            os.makedirs(os.path.dirname(name), exist_ok=True)
+            with open(name, "wb") as file:
+                file.write(data)
+
+    def tearDown(self):
+        os.chdir(self.old)
+        shutil.rmtree(self.folder)
+
+    def check(self, expected):
+        with zipfile.ZipFile("a.zip") as archive:
+            self.assertIsNone(archive.testzip())
+            # The archive does not say that its names are UTF-8, so Python takes them for code page 437.
+            read = {
+                i.filename.encode("cp437").decode(): archive.read(i) for i in archive.infolist() if not i.is_dir()
+            }
+        self.assertEqual(read, expected)
+
+    def read_tree(self, folder):
+        found = {}
+        for path, _, names in os.walk(folder):
+            for name in names:
+                full = os.path.join(path, name)
+                with open(full, "rb") as file:
+                    found[os.path.relpath(full, folder).replace(os.sep, "/")] = file.read()
+        return found
+
+    def test_python_reads_what_we_write(self):
+        for extra in ([], ["--store"]):
+            zel("zip", "create", "a.zip", "tree", "--overwrite", *extra)
+            self.check(contents())
+        expected = contents()
+        with open("tree/one", "wb") as file:
+            file.write(b"changed")
+        zel("zip", "update", "a.zip", "tree")
+        expected["tree/one"] = b"changed"
+        self.check(expected)
+        zel("zip", "delete", "a.zip", "TREE/NOISE.bin", "tree/deep/er/" + WIDE)
+        del expected["tree/noise.bin"], expected["tree/deep/er/" + WIDE]
+        self.check(expected)
+        os.mkdir("other")
+        zel("zip", "add", "a.zip", "other", os.path.join("tree", "deep", "er", WIDE))
+        expected[WIDE] = contents()["tree/deep/er/" + WIDE]
+        self.check(expected)
+        self.assertIn("in 5 entries", zel("zip", "list", "a.zip"))
+
+    def test_the_deflate_data_of_an_entry_is_plain_deflate(self):
+        zel("zip", "create", "a.zip", "tree")
+        with zipfile.ZipFile("a.zip") as archive, open("a.zip", "rb") as file:
+            info = archive.getinfo("tree/text.txt")
+            file.seek(info.header_offset + 30 + len(info.filename.encode()))
+            data = zlib.decompressobj(wbits=-15).decompress(file.read(info.compress_size))
+        self.assertEqual(data, contents()["tree/text.txt"])
+
+    def test_we_read_what_python_writes(self):
+        for method in (zipfile.ZIP_STORED, zipfile.ZIP_DEFLATED):
+            for level in (0, 1, 9):
+                with zipfile.ZipFile("a.zip", "w", method, compresslevel=level) as archive:
+                    archive.comment = b"PK\5" * 40
+                    for name, data in contents().items():
+                        archive.writestr(name, data)
+                    archive.mkdir("folder") if hasattr(archive, "mkdir") else archive.writestr("folder/", b"")
+                zel("zip", "test", "a.zip")
+                zel("zip", "extract", "a.zip", "--to", "out", "--overwrite")
+                self.assertEqual(self.read_tree("out"), contents())
+                self.assertTrue(os.path.isdir("out/folder"))
+        shutil.rmtree("out")
+        zel("zip", "extract", "a.zip", "tree/" + "one", "--to", "out")
+        self.assertEqual(self.read_tree("out"), {"tree/one": b"x"})
+
+    def test_extract_writes_nothing_that_it_should_not(self):
+        bad = ["../evil", "a/../../evil", "/evil", "\\evil", "C:/evil", "C:evil", "a:stream", "NUL", "a/con.txt",
+               "com1 .x", "lpt9", "evil.", "evil ", "a/.. /evil", "..\\evil", "\x01", "a*", "CONIN$", "COM²", "./x"]
+        for name in bad:
+            with zipfile.ZipFile("a.zip", "w") as archive:
+                archive.writestr("good", b"")
+                info = zipfile.ZipInfo()
+                info.filename = name
+                archive.writestr(info, b"evil")
+            output = zel("zip", "extract", "a.zip", "--to", "out", status=1)
+            self.assertIn("is not extracted", output, name)
+            self.assertFalse(os.path.exists("out"), name)
+        with zipfile.ZipFile("a.zip", "w") as archive:
+            archive.writestr("tree/one", b"from the archive")
+        self.assertIn("Zel", zel("zip", "extract", "a.zip", status=1))
+        self.assertEqual(self.read_tree("tree")["one"], b"x")
+        zel("zip", "extract", "a.zip", "--overwrite")
+        self.assertEqual(self.read_tree("tree")["one"], b"from the archive")
+
+    def test_failures_leave_no_half_files(self):
+        zel("zip", "create", "a.zip", "tree")
+        with open("a.zip", "rb") as file:
+            data = bytearray(file.read())
+        with zipfile.ZipFile("a.zip") as archive:
+            info = archive.getinfo("tree/text.txt")
+        data[info.header_offset + 30 + len(info.filename) + 5] ^= 0xFF
+        with open("a.zip", "wb") as file:
+            file.write(data)
+        for command in (["test", "a.zip"], ["extract", "a.zip", "tree/text.txt", "--overwrite"]):
+            self.assertIn("CException"[1:], zel("zip", *command, status=1))
+        self.assertEqual(self.read_tree("tree"), {k[5:]: v for k, v in contents().items()})
+        self.assertIn("Error 2", zel("zip", "create", "b.zip", "tree", "missing", status=1))
+        self.assertFalse(os.path.exists("b.zip"))
+        zel("zip", "create", "a.zip", "tree", status=1)
+        zel("zip", "frobnicate", status=2)
+
+    def test_gzip_both_ways(self):
+        for name, data in contents().items():
+            zel("gzip", name)
+            with gzip.open(name + ".gz") as file:
+                self.assertEqual(file.read(), data)
+            with gzip.open("python.gz", "wb") as file:
+                file.write(data)
+            zel("gunzip", "python.gz", "back", "--overwrite")
+            with open("back", "rb") as file:
+                self.assertEqual(file.read(), data)
+            os.remove("python.gz")
+        with open("cut.gz", "wb") as file:
+            file.write(gzip.compress(b"text" * 1000)[:-5])
+        self.assertIn("'-5'", zel("gunzip", "cut.gz", status=1))
+        self.assertFalse(os.path.exists("cut"))
+        zel("gunzip", "back", status=1)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
