@@ -8,8 +8,7 @@ namespace ZelCore {
 
 CArgumentException::CArgumentException(const wchar_t* paramName, const wchar_t* message, const wchar_t* method,
                                        const wchar_t* file, int line)
-    : CException(E_INVALIDARG, message, method, file, line), m_paramName(paramName != nullptr ? paramName : L"") {
-}
+    : CException(E_INVALIDARG, message, method, file, line), m_paramName(paramName != nullptr ? paramName : L"") {}
 
 CArgumentException::CArgumentException(const CArgumentException&) = default;
 
@@ -26,9 +25,9 @@ void CArgumentException::Throw() const {
 const wchar_t* CArgumentException::GetErrorMessage() const {
     if (m_errorMessage.empty()) {
         const wchar_t* message = CException::GetErrorMessage();
-        m_errorMessage = m_paramName.empty() ? message
-                                             : CString::Format(GetMessageText(Message::ParameterName), message,
-                                                               m_paramName.c_str());
+        m_errorMessage = m_paramName.empty()
+                             ? message
+                             : CString::Format(GetMessageText(Message::ParameterName), message, m_paramName.c_str());
     }
     return m_errorMessage.c_str();
 }

@@ -4,12 +4,11 @@
 
 namespace ZelCore {
 
-CArgumentNullException::CArgumentNullException(const wchar_t* paramName, const wchar_t* message,
-                                               const wchar_t* method, const wchar_t* file, int line)
+CArgumentNullException::CArgumentNullException(const wchar_t* paramName, const wchar_t* message, const wchar_t* method,
+                                               const wchar_t* file, int line)
     : CArgumentException(paramName,
                          message != nullptr && *message != L'\0' ? message : GetMessageText(Message::ArgumentNull),
-                         method, file, line) {
-}
+                         method, file, line) {}
 
 CArgumentNullException::CArgumentNullException(const CArgumentNullException&) = default;
 

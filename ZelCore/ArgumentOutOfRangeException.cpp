@@ -16,8 +16,7 @@ CArgumentOutOfRangeException::CArgumentOutOfRangeException(const wchar_t* paramN
                                                            const wchar_t* message, const wchar_t* method,
                                                            const wchar_t* file, int line)
     : CArgumentException(paramName, FormatOutOfRange(message, OrNullText(actualValue)).c_str(), method, file, line),
-      m_actualValue(OrNullText(actualValue)) {
-}
+      m_actualValue(OrNullText(actualValue)) {}
 
 CArgumentOutOfRangeException::CArgumentOutOfRangeException(const CArgumentOutOfRangeException&) = default;
 

@@ -26,8 +26,7 @@ enum Completion { Pending = 0, Synchronous = 1, Asynchronous = 2 };
 
 } // namespace
 
-CAsyncResult::CAsyncResult(CAsyncCallback* callback, void* state) noexcept : m_callback(callback), m_state(state) {
-}
+CAsyncResult::CAsyncResult(CAsyncCallback* callback, void* state) noexcept : m_callback(callback), m_state(state) {}
 
 CAsyncResult::~CAsyncResult() {
     delete m_failure;

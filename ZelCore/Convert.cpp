@@ -3,7 +3,9 @@
 #include "ZelCore/Arguments.h"
 #include "ZelCore/FormatException.h"
 #include "ZelCore/String.h"
+#include "ZelCore/TextCodec.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <cwchar>
@@ -113,8 +115,7 @@ wchar_t* EncodeRest(const unsigned char* in, std::size_t size, wchar_t* out) {
 /// Reads Base64 one character at a time where a group holds anything but four digits.
 class CBase64 {
 public:
-    CBase64(const wchar_t* begin, const wchar_t* end, unsigned char* out) : m_in(begin), m_end(end), m_out(out) {
-    }
+    CBase64(const wchar_t* begin, const wchar_t* end, unsigned char* out) : m_in(begin), m_end(end), m_out(out) {}
 
     unsigned char* Decode() {
         for (;;) {
@@ -136,6 +137,9 @@ public:
 
 private:
     void DecodePlainGroups() {
+        const std::size_t done = TextCodec::DecodeBase64(m_in, static_cast<std::size_t>(m_end - m_in), m_out);
+        m_in += done;
+        m_out += done / 4 * 3;
         while (m_end - m_in >= 4) {
             const unsigned a = LookUp(Base64Values, m_in[0]);
             const unsigned b = LookUp(Base64Values, m_in[1]);
@@ -200,8 +204,7 @@ auto ParseNumber(const wchar_t* value, Message invalid, Parse parse, const wchar
     wchar_t* end = nullptr;
     const auto number = parse(value, &end);
     if (end == value || *end != L'\0') {
-        throw CArgumentException(L"value", CString::Format(GetMessageText(invalid), value).c_str(), method, file,
-                                 line);
+        throw CArgumentException(L"value", CString::Format(GetMessageText(invalid), value).c_str(), method, file, line);
     }
     return number;
 }
@@ -222,9 +225,14 @@ std::wstring CConvert::ToBase64String(const unsigned char* data, std::size_t siz
         std::size_t left = size;
         const std::size_t perLine = insertLineBreaks ? GroupsPerLine : groups;
         while (left >= 3) {
-            for (std::size_t group = 0; group < perLine && left >= 3; ++group, in += 3, left -= 3) {
-                out = EncodeGroup(in, out);
+            const std::size_t lineSize = std::min(perLine, left / 3) * 3;
+            const std::size_t done = TextCodec::EncodeBase64(in, lineSize, out);
+            out += done / 3 * 4;
+            for (const unsigned char *end = in + lineSize, *group = in + done; group != end; group += 3) {
+                out = EncodeGroup(group, out);
             }
+            in += lineSize;
+            left -= lineSize;
             if (left != 0 && insertLineBreaks && static_cast<std::size_t>(in - data) % (GroupsPerLine * 3) == 0) {
                 *out++ = L'\r';
                 *out++ = L'\n';
@@ -254,7 +262,9 @@ std::wstring CConvert::ToHexString(const unsigned char* value, std::size_t size)
     CheckNotNull(value, L"value", ZEL_SITE(L"ZelCore::CConvert::ToHexString"));
     std::wstring text;
     text.resize_and_overwrite(size * 2, [&](wchar_t* out, std::size_t) { // GCC 12 passes the capacity
-        for (std::size_t i = 0; i < size; ++i) {
+        const std::size_t done = TextCodec::EncodeHex(value, size, out);
+        out += done * 2;
+        for (std::size_t i = done; i < size; ++i) {
             out = Put(out, HexPairs[value[i]]);
         }
         return size * 2;
@@ -267,7 +277,8 @@ std::vector<unsigned char> CConvert::FromHexString(const wchar_t* value) {
     const std::size_t length = GetLength(value);
     std::vector<unsigned char> bytes(length / 2);
     unsigned seen = length % 2 != 0 ? static_cast<unsigned>(Invalid) : 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const std::size_t done = TextCodec::DecodeHex(value, length, bytes.data());
+    for (std::size_t i = done / 2; i < bytes.size(); ++i) {
         const unsigned high = LookUp(HexValues, value[2 * i]);
         const unsigned low = LookUp(HexValues, value[2 * i + 1]);
         seen |= high | low;

@@ -29,8 +29,7 @@ std::string GetReadableName(const std::type_info& type) {
 
 CException::CException(int error, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line)
     : m_message(OrEmpty(message)), m_method(OrEmpty(method)), m_sourceFile(::PathFindFileNameW(OrEmpty(file))),
-      m_sourceLine(line), m_error(error) {
-}
+      m_sourceLine(line), m_error(error) {}
 
 CException::CException(const CException&) = default;
 
@@ -50,9 +49,9 @@ const wchar_t* CException::GetErrorMessage() const {
 
 const wchar_t* CException::GetExceptionMessage() const {
     if (m_exceptionText.empty()) {
-        m_exceptionText = CString::Format(GetMessageText(Message::ExceptionText),
-                                          GetReadableName(typeid(*this)).c_str(), m_sourceFile.c_str(), m_sourceLine,
-                                          GetErrorMessage());
+        m_exceptionText =
+            CString::Format(GetMessageText(Message::ExceptionText), GetReadableName(typeid(*this)).c_str(),
+                            m_sourceFile.c_str(), m_sourceLine, GetErrorMessage());
     }
     return m_exceptionText.c_str();
 }

@@ -1,7 +1,7 @@
 #include "ZelCore/Guid.h"
 
-#include "ZelCore/Arguments.h"
 #include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
 #include "ZelCore/String.h"
 #include "ZelWin32/UniqueHandle.h"
 #include "ZelWin32/Win32Exception.h"

@@ -27,8 +27,8 @@ struct MessageTable {
             const wchar_t* text = nullptr;
             const int length = ::LoadStringW(module, FirstMessage + static_cast<unsigned>(index),
                                              reinterpret_cast<wchar_t*>(&text), 0);
-            std::copy_n(text, std::clamp<std::size_t>(static_cast<std::size_t>(std::max(length, 0)), 0,
-                                                      LongestMessage - 1),
+            std::copy_n(text,
+                        std::clamp<std::size_t>(static_cast<std::size_t>(std::max(length, 0)), 0, LongestMessage - 1),
                         texts[index].begin());
         }
     }

@@ -5,11 +5,13 @@
 
 namespace ZelCore {
 
-CNotImplementedException::CNotImplementedException(const wchar_t* message, const wchar_t* method, const wchar_t* file, int line)
-    : CException(static_cast<int>(0x80004001u), CString::Format(GetMessageText(Message::NotImplemented), message != nullptr ? message : L"",
+CNotImplementedException::CNotImplementedException(const wchar_t* message, const wchar_t* method, const wchar_t* file,
+                                                   int line)
+    : CException(static_cast<int>(0x80004001u),
+                 CString::Format(GetMessageText(Message::NotImplemented), message != nullptr ? message : L"",
                                  method != nullptr ? method : L"")
-                     .c_str(), method, file, line) {
-}
+                     .c_str(),
+                 method, file, line) {}
 
 CNotImplementedException::CNotImplementedException(const CNotImplementedException&) = default;
 

@@ -2,9 +2,9 @@
 
 namespace ZelCore {
 
-CNotSupportedException::CNotSupportedException(const wchar_t* message, const wchar_t* method, const wchar_t* file, int line)
-    : CException(static_cast<int>(0xF3351BB6u), message, method, file, line) {
-}
+CNotSupportedException::CNotSupportedException(const wchar_t* message, const wchar_t* method, const wchar_t* file,
+                                               int line)
+    : CException(static_cast<int>(0xF3351BB6u), message, method, file, line) {}
 
 CNotSupportedException::CNotSupportedException(const CNotSupportedException&) = default;
 

@@ -10,8 +10,7 @@ namespace ZelCore {
 using ZelWin32::CheckWin32;
 using ZelWin32::ThrowLastError;
 
-CResourceManager::CResourceManager(void* module) noexcept : m_module(module) {
-}
+CResourceManager::CResourceManager(void* module) noexcept : m_module(module) {}
 
 std::wstring CResourceManager::GetString(unsigned id) const {
     const wchar_t* text = nullptr;

@@ -52,8 +52,8 @@ public:
     PositionalPrintf() {
         const HMODULE runtime = ::LoadLibraryW(L"ucrtbase.dll");
         CheckWin32(runtime != nullptr, ZEL_SITE(L"`anonymous-namespace'::PositionalPrintf::PositionalPrintf"));
-        m_print = reinterpret_cast<Print>(
-            reinterpret_cast<void*>(::GetProcAddress(runtime, "__stdio_common_vswprintf_p")));
+        m_print =
+            reinterpret_cast<Print>(reinterpret_cast<void*>(::GetProcAddress(runtime, "__stdio_common_vswprintf_p")));
         CheckWin32(m_print != nullptr, ZEL_SITE(L"`anonymous-namespace'::PositionalPrintf::PositionalPrintf"));
         m_setHandler = reinterpret_cast<SetHandler>(
             reinterpret_cast<void*>(::GetProcAddress(runtime, "_set_thread_local_invalid_parameter_handler")));
@@ -76,8 +76,7 @@ private:
     using SetHandler = Handler(__cdecl*)(Handler);
 
     static void __cdecl IgnoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned,
-                                               std::uintptr_t) {
-    }
+                                               std::uintptr_t) {}
 
     Print m_print = nullptr;
     SetHandler m_setHandler = nullptr;

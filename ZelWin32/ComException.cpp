@@ -27,13 +27,11 @@ std::wstring Compose(const wchar_t* message, const _com_error& error) {
 } // namespace
 
 CComException::CComException(long hr, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line)
-    : CComException(_com_error(hr), message, method, file, line) {
-}
+    : CComException(_com_error(hr), message, method, file, line) {}
 
 CComException::CComException(const _com_error& error, const wchar_t* message, const wchar_t* method,
                              const wchar_t* file, int line)
-    : CException(error.Error(), Compose(message, error).c_str(), method, file, line) {
-}
+    : CException(error.Error(), Compose(message, error).c_str(), method, file, line) {}
 
 CComException::CComException(const CComException&) = default;
 

@@ -16,8 +16,8 @@ void* CPEModule::GetModuleHandleOf(const void* address) noexcept {
 std::wstring CPEModule::GetModuleFileNameW(void* module) {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
-        const DWORD length = ::GetModuleFileNameW(static_cast<HMODULE>(module), path.data(),
-                                                  static_cast<DWORD>(path.size()));
+        const DWORD length =
+            ::GetModuleFileNameW(static_cast<HMODULE>(module), path.data(), static_cast<DWORD>(path.size()));
         CheckWin32(length != 0, ZEL_SITE(L"ZelWin32::CPEModule::GetModuleFileNameW"));
         if (length < path.size()) {
             path.resize(length);

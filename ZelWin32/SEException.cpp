@@ -15,9 +15,8 @@ CSEException::CSETranslatorSentry::Translator
 SetRuntimeTranslator(CSEException::CSETranslatorSentry::Translator translator) noexcept {
     using Translator = CSEException::CSETranslatorSentry::Translator;
     using SetFunction = Translator(__cdecl*)(Translator);
-    static const auto set = reinterpret_cast<SetFunction>(reinterpret_cast<void*>(
-        ::GetProcAddress(::GetModuleHandleW(L"msvcrt"),
-                         "?_set_se_translator@@YAP6AXIPEAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z")));
+    static const auto set = reinterpret_cast<SetFunction>(reinterpret_cast<void*>(::GetProcAddress(
+        ::GetModuleHandleW(L"msvcrt"), "?_set_se_translator@@YAP6AXIPEAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z")));
     return set != nullptr ? set(translator) : nullptr;
 }
 
@@ -52,8 +51,7 @@ void CSEException::CSETranslatorSentry::SETranslator(unsigned int code, _EXCEPTI
 }
 
 CSEException::CSEException(unsigned long code, const wchar_t* method, const wchar_t* file, int line)
-    : CWin32Exception(code, nullptr, method, file, line) {
-}
+    : CWin32Exception(code, nullptr, method, file, line) {}
 
 CSEException::CSEException(const CSEException&) = default;
 

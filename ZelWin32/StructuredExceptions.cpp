@@ -41,11 +41,18 @@ namespace {
 /// Raised by language runtimes and debuggers for their own purposes, or impossible to handle on the spot.
 bool IsForeign(DWORD code) noexcept {
     constexpr DWORD foreign[] = {
-        0x20474343, 0x21474343, 0x22474343,             // this compiler's throw, unwind and forced unwind
-        0xE06D7363,                                     // the other compiler's throw
-        0x406D1388,                                     // naming of a thread
-        0x40010005, 0x40010006, 0x40010008, 0x4001000A, // control keys and debug output
-        EXCEPTION_BREAKPOINT, EXCEPTION_SINGLE_STEP, EXCEPTION_STACK_OVERFLOW,
+        0x20474343,
+        0x21474343,
+        0x22474343, // this compiler's throw, unwind and forced unwind
+        0xE06D7363, // the other compiler's throw
+        0x406D1388, // naming of a thread
+        0x40010005,
+        0x40010006,
+        0x40010008,
+        0x4001000A, // control keys and debug output
+        EXCEPTION_BREAKPOINT,
+        EXCEPTION_SINGLE_STEP,
+        EXCEPTION_STACK_OVERFLOW,
     };
     return std::find(std::begin(foreign), std::end(foreign), code) != std::end(foreign);
 }
@@ -87,8 +94,8 @@ bool HasGuardedFrame(const CONTEXT& fault, const SETranslationScope& scope) noex
         }
         void* data = nullptr;
         DWORD64 frame = 0;
-        const auto handler = ::RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, context.Rip, function, &context, &data,
-                                                &frame, nullptr);
+        const auto handler =
+            ::RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, context.Rip, function, &context, &data, &frame, nullptr);
         if (handler != nullptr && !IsOwnPersonality(reinterpret_cast<const void*>(handler))) {
             return true;
         }
@@ -167,9 +174,8 @@ struct Registration {
 /// A code raised by a call of RaiseException cannot be raised again by running the instruction once more.
 bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
     const void* module = CPEModule::GetModuleHandleOf(record.ExceptionAddress);
-    return module != nullptr &&
-           (module == ::GetModuleHandleW(L"kernelbase") || module == ::GetModuleHandleW(L"kernel32") ||
-            module == ::GetModuleHandleW(L"ntdll"));
+    return module != nullptr && (module == ::GetModuleHandleW(L"kernelbase") ||
+                                 module == ::GetModuleHandleW(L"kernel32") || module == ::GetModuleHandleW(L"ntdll"));
 }
 
 /// Lets the search for a handler go on as if nobody had looked.

@@ -17,9 +17,9 @@ constexpr bool IsRpcStatus(DWORD code) noexcept {
 struct SETranslationScope {
     void(__cdecl* translator)(unsigned int, EXCEPTION_POINTERS*) = nullptr;
     SETranslationScope* previous = nullptr;
-    const void* stackTop = nullptr;      ///< frames at or above this address belong to the sentry's callers
-    const void* handlerChain = nullptr;  ///< the thread's list of structured handlers when the scope began
-    bool searching = false;              ///< the translator declined the exception that comes next
+    const void* stackTop = nullptr;     ///< frames at or above this address belong to the sentry's callers
+    const void* handlerChain = nullptr; ///< the thread's list of structured handlers when the scope began
+    bool searching = false;             ///< the translator declined the exception that comes next
     EXCEPTION_RECORD record{};
     CONTEXT context{};
 };

@@ -17,10 +17,8 @@ public:
     using Type = typename Traits::Type;
 
     UniqueHandle() noexcept = default;
-    explicit UniqueHandle(Type value) noexcept : m_value(value) {
-    }
-    UniqueHandle(UniqueHandle&& other) noexcept : m_value(other.Release()) {
-    }
+    explicit UniqueHandle(Type value) noexcept : m_value(value) {}
+    UniqueHandle(UniqueHandle&& other) noexcept : m_value(other.Release()) {}
     UniqueHandle& operator=(UniqueHandle&& other) noexcept {
         if (this != &other) {
             Reset(other.Release());

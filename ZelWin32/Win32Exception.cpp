@@ -12,8 +12,7 @@ using ZelCore::Message;
 
 CWin32Exception::CWin32Exception(unsigned long error, const wchar_t* message, const wchar_t* method,
                                  const wchar_t* file, int line)
-    : CException(static_cast<int>(error), message, method, file, line) {
-}
+    : CException(static_cast<int>(error), message, method, file, line) {}
 
 CWin32Exception::CWin32Exception(const CWin32Exception&) = default;
 
@@ -31,9 +30,8 @@ const wchar_t* CWin32Exception::GetErrorMessage() const {
     if (m_errorMessage.empty()) {
         const wchar_t* message = CException::GetErrorMessage();
         const std::wstring text = GetErrorText();
-        m_errorMessage = *message != L'\0'
-                             ? CString::Format(GetMessageText(Message::MessageAndText), message, text.c_str())
-                             : text;
+        m_errorMessage =
+            *message != L'\0' ? CString::Format(GetMessageText(Message::MessageAndText), message, text.c_str()) : text;
     }
     return m_errorMessage.c_str();
 }

@@ -3,8 +3,7 @@
 namespace ZelXml {
 
 CXmlException::CXmlException(int error, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line)
-    : CException(error, message, method, file, line) {
-}
+    : CException(error, message, method, file, line) {}
 
 CXmlException::CXmlException(const CXmlException&) = default;
 

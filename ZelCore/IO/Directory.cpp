@@ -94,11 +94,11 @@ void CDirectory::Create(const wchar_t* directoryPath, _SECURITY_ATTRIBUTES* secu
         }
         const DWORD error = ::GetLastError();
         if (error != ERROR_ALREADY_EXISTS) {
-            throw CWin32Exception(error,
-                                  CString::Format(GetMessageText(Message::CannotCreateDirectoryPart), prefix.c_str(),
-                                                  directoryPath)
-                                      .c_str(),
-                                  ZEL_SITE(L"ZelCore::IO::CDirectory::Create"));
+            throw CWin32Exception(
+                error,
+                CString::Format(GetMessageText(Message::CannotCreateDirectoryPart), prefix.c_str(), directoryPath)
+                    .c_str(),
+                ZEL_SITE(L"ZelCore::IO::CDirectory::Create"));
         }
     }
 }

@@ -29,8 +29,8 @@ void CFile::Copy(const wchar_t* source, const wchar_t* destination, bool overwri
 void CFile::Move(const wchar_t* source, const wchar_t* destination, bool overwrite, bool allowCopy) {
     CheckNotEmpty(source, L"source", ZEL_SITE(L"ZelCore::IO::CFile::Move"));
     CheckNotEmpty(destination, L"destination", ZEL_SITE(L"ZelCore::IO::CFile::Move"));
-    const DWORD flags = MOVEFILE_WRITE_THROUGH | (overwrite ? MOVEFILE_REPLACE_EXISTING : 0) |
-                        (allowCopy ? MOVEFILE_COPY_ALLOWED : 0);
+    const DWORD flags =
+        MOVEFILE_WRITE_THROUGH | (overwrite ? MOVEFILE_REPLACE_EXISTING : 0) | (allowCopy ? MOVEFILE_COPY_ALLOWED : 0);
     CheckWin32(::MoveFileExW(source, destination, flags), ZEL_SITE(L"ZelCore::IO::CFile::Move"));
 }
 

@@ -1,7 +1,7 @@
 #include "ZelCore/IO/FileStream.h"
 
-#include "ZelCore/Arguments.h"
 #include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
 #include "ZelCore/AsyncResult.h"
 #include "ZelCore/IO/FileStreamOperation.h"
 #include "ZelCore/InvalidOperationException.h"
@@ -36,8 +36,8 @@ DWORD HighPart(std::int64_t value) {
 
 void CheckNotNegative(std::int64_t value, const wchar_t* name, const wchar_t* method, const wchar_t* file, int line) {
     if (value < 0) {
-        throw CArgumentException(name, FormatOutOfRange(nullptr, std::to_wstring(value).c_str()).c_str(), method,
-                                 file, line);
+        throw CArgumentException(name, FormatOutOfRange(nullptr, std::to_wstring(value).c_str()).c_str(), method, file,
+                                 line);
     }
 }
 
@@ -54,8 +54,7 @@ void CheckNotNegative(std::int64_t value, const wchar_t* name, const wchar_t* me
 class CFileStream::CFileStreamAsyncResult final : public CAsyncResultT<std::size_t> {
 public:
     CFileStreamAsyncResult(CAsyncCallback* callback, void* state, bool isRead, std::size_t count) noexcept
-        : CAsyncResultT(callback, state), m_isRead(isRead), m_count(count) {
-    }
+        : CAsyncResultT(callback, state), m_isRead(isRead), m_count(count) {}
 
     void AddRef() noexcept {
         ++m_references;
@@ -88,8 +87,7 @@ private:
 class CFileStream::CFileIOCOmpletionCallback final : private Threading::CIOCOmpletionCallback {
 public:
     CFileIOCOmpletionCallback(impl& stream, const RefPtr<COutstandingOperations>& outstanding) noexcept
-        : m_stream(&stream), m_outstanding(outstanding) {
-    }
+        : m_stream(&stream), m_outstanding(outstanding) {}
 
     void AddRef() noexcept {
         ++m_references;
@@ -159,10 +157,9 @@ public:
     }
 
     template <class Transfer>
-    const IAsyncResult* Begin(bool isRead, std::size_t count, CAsyncCallback* callback, void* state,
-                              Transfer transfer, const wchar_t* method, const wchar_t* file, int line);
-    std::size_t End(const IAsyncResult* asyncResult, bool isRead, const wchar_t* method, const wchar_t* file,
-                    int line);
+    const IAsyncResult* Begin(bool isRead, std::size_t count, CAsyncCallback* callback, void* state, Transfer transfer,
+                              const wchar_t* method, const wchar_t* file, int line);
+    std::size_t End(const IAsyncResult* asyncResult, bool isRead, const wchar_t* method, const wchar_t* file, int line);
     void CompleteIOCallback(CFileStreamAsyncResult& result, DWORD error, DWORD bytesTransferred);
     void Close() noexcept;
 
@@ -254,14 +251,12 @@ void CFileStream::CFileIOCOmpletionCallback::Deliver(CFileStreamAsyncResult& res
 
 CFileStream::impl::impl(const wchar_t* fileName, DWORD desiredAccess, DWORD shareMode,
                         SECURITY_ATTRIBUTES* securityAttributes, DWORD creationDisposition, DWORD flagsAndAttributes)
-    : name(fileName),
-      handle(::CreateFileW(fileName, desiredAccess, shareMode, securityAttributes, creationDisposition,
-                           flagsAndAttributes, nullptr)),
+    : name(fileName), handle(::CreateFileW(fileName, desiredAccess, shareMode, securityAttributes, creationDisposition,
+                                           flagsAndAttributes, nullptr)),
       asynchronous((flagsAndAttributes & FILE_FLAG_OVERLAPPED) != 0) {
     if (!handle) {
         const DWORD error = ::GetLastError();
-        throw CWin32Exception(error,
-                              CString::Format(GetMessageText(Message::CannotCreateFileStream), fileName).c_str(),
+        throw CWin32Exception(error, CString::Format(GetMessageText(Message::CannotCreateFileStream), fileName).c_str(),
                               ZEL_SITE(L"ZelCore::IO::CFileStream::CFileStream"));
     }
     if ((desiredAccess & (GENERIC_READ | FILE_READ_DATA)) != 0) {
@@ -278,8 +273,7 @@ CFileStream::impl::impl(const wchar_t* fileName, DWORD desiredAccess, DWORD shar
 
 template <class Transfer>
 const IAsyncResult* CFileStream::impl::Begin(bool isRead, std::size_t count, CAsyncCallback* callback, void* state,
-                                             Transfer transfer, const wchar_t* method, const wchar_t* file,
-                                             int line) {
+                                             Transfer transfer, const wchar_t* method, const wchar_t* file, int line) {
     if (closing) { // a callback that goes on reading would keep Close waiting
         ThrowInvalidOperation(Message::InvalidHandle, method, file, line);
     }
@@ -370,11 +364,9 @@ CFileStream::CFileStream(const std::wstring& fileName, unsigned long desiredAcce
                          _SECURITY_ATTRIBUTES* securityAttributes, unsigned long creationDisposition,
                          unsigned long flagsAndAttributes)
     : CFileStream(fileName.c_str(), desiredAccess, shareMode, securityAttributes, creationDisposition,
-                  flagsAndAttributes) {
-}
+                  flagsAndAttributes) {}
 
-CFileStream::CFileStream(CFileStream&& other) noexcept : m_impl(std::move(other.m_impl)) {
-}
+CFileStream::CFileStream(CFileStream&& other) noexcept : m_impl(std::move(other.m_impl)) {}
 
 CFileStream& CFileStream::operator=(CFileStream&& other) noexcept {
     if (this != &other) {
@@ -474,9 +466,9 @@ std::size_t CFileStream::Read(unsigned char* buffer, std::size_t count) {
     stream.CheckSynchronous(ZEL_SITE(L"ZelCore::IO::CFileStream::Read"));
     CheckNotNull(buffer, L"buffer", ZEL_SITE(L"ZelCore::IO::CFileStream::Read"));
     DWORD read = 0;
-    CheckWin32(::ReadFile(stream.handle.Get(), buffer, static_cast<DWORD>(std::min(count, LargestPiece)), &read,
-                          nullptr),
-               ZEL_SITE(L"ZelCore::IO::CFileStream::Read"));
+    CheckWin32(
+        ::ReadFile(stream.handle.Get(), buffer, static_cast<DWORD>(std::min(count, LargestPiece)), &read, nullptr),
+        ZEL_SITE(L"ZelCore::IO::CFileStream::Read"));
     stream.position += read;
     return read;
 }
@@ -517,8 +509,8 @@ void CFileStream::Write(const unsigned char* buffer, std::size_t count) {
     CheckNotNull(buffer, L"buffer", ZEL_SITE(L"ZelCore::IO::CFileStream::Write"));
     do { // a count of 0 makes one call too
         DWORD written = 0;
-        CheckWin32(::WriteFile(stream.handle.Get(), buffer, static_cast<DWORD>(std::min(count, LargestPiece)),
-                               &written, nullptr),
+        CheckWin32(::WriteFile(stream.handle.Get(), buffer, static_cast<DWORD>(std::min(count, LargestPiece)), &written,
+                               nullptr),
                    ZEL_SITE(L"ZelCore::IO::CFileStream::Write"));
         if (written == 0 && count != 0) {
             throw CWin32Exception(ERROR_DISK_FULL, nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::Write"));

@@ -14,15 +14,13 @@ template <class T> class RefPtr {
 public:
     RefPtr() noexcept = default;
     /// Takes over the reference that a new object is born with.
-    explicit RefPtr(T* adopted) noexcept : m_object(adopted) {
-    }
+    explicit RefPtr(T* adopted) noexcept : m_object(adopted) {}
     RefPtr(const RefPtr& other) noexcept : m_object(other.m_object) {
         if (m_object != nullptr) {
             m_object->AddRef();
         }
     }
-    RefPtr(RefPtr&& other) noexcept : m_object(other.Detach()) {
-    }
+    RefPtr(RefPtr&& other) noexcept : m_object(other.Detach()) {}
     RefPtr& operator=(RefPtr other) noexcept {
         std::swap(m_object, other.m_object);
         return *this;

@@ -6,8 +6,7 @@ namespace ZelCore::IO {
 
 CIOException::CIOException(int error, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line)
     : CException(error, CString::Format(L"%s: '%d'", message != nullptr ? message : L"", error).c_str(), method, file,
-                 line) {
-}
+                 line) {}
 
 CIOException::CIOException(const CIOException&) = default;
 

@@ -10,8 +10,7 @@
 namespace ZelCore::IO {
 
 CMemoryStream::CMemoryStream() noexcept
-    : m_capabilities(StreamCapabilities::CanRead | StreamCapabilities::CanSeek), m_position(0) {
-}
+    : m_capabilities(StreamCapabilities::CanRead | StreamCapabilities::CanSeek), m_position(0) {}
 
 CMemoryStream::~CMemoryStream() = default;
 

@@ -24,8 +24,7 @@ bool IsRooted(const wchar_t* path) {
 }
 
 /// Calls a function that fills a buffer and returns the length, or the size that it needs. 0 is a failure.
-template <class Fill>
-std::wstring FillPath(Fill fill, const wchar_t* method, const wchar_t* file, int line) {
+template <class Fill> std::wstring FillPath(Fill fill, const wchar_t* method, const wchar_t* file, int line) {
     std::wstring buffer(MAX_PATH, L'\0');
     for (;;) {
         ::SetLastError(ERROR_SUCCESS);
@@ -112,9 +111,9 @@ std::wstring CPath::GetTempFileNameW(const std::wstring& directory, const wchar_
     constexpr std::size_t longestPrefix = 3;
     if (std::wcslen(prefix) > longestPrefix) {
         // The text of another message stands here by long habit, and log filters look for it.
-        throw CArgumentException(
-            L"prefix", FormatOutOfRange(GetMessageText(Message::SourceSwitchNotFound), prefix).c_str(),
-            ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
+        throw CArgumentException(L"prefix",
+                                 FormatOutOfRange(GetMessageText(Message::SourceSwitchNotFound), prefix).c_str(),
+                                 ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
     }
     wchar_t buffer[MAX_PATH] = {};
     CheckWin32(static_cast<int>(::GetTempFileNameW(directory.c_str(), prefix, 0, buffer)),

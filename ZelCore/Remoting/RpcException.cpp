@@ -20,8 +20,7 @@ std::wstring GetStatusText(long status) {
 } // namespace
 
 CRpcException::CRpcException(long status, const wchar_t* method, const wchar_t* file, int line)
-    : CException(status, GetStatusText(status).c_str(), method, file, line) {
-}
+    : CException(status, GetStatusText(status).c_str(), method, file, line) {}
 
 CRpcException::CRpcException(const CRpcException&) = default;
 

@@ -2,8 +2,7 @@
 
 namespace ZelCore::Threading {
 
-CIOCOmpletionCallback::CIOCOmpletionCallback() noexcept : OVERLAPPED{} {
-}
+CIOCOmpletionCallback::CIOCOmpletionCallback() noexcept : OVERLAPPED{} {}
 
 CIOCOmpletionCallback::~CIOCOmpletionCallback() = default;
 

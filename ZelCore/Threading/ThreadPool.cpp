@@ -1,7 +1,7 @@
 #include "ZelCore/Threading/ThreadPool.h"
 
-#include "ZelCore/ThrowSite.h"
 #include "ZelCore/Threading/IOCOmpletionCallback.h"
+#include "ZelCore/ThrowSite.h"
 #include "ZelWin32/LastError.h"
 #include "ZelWin32/Windows.h"
 

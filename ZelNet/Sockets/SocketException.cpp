@@ -4,8 +4,7 @@ namespace ZelNet::Sockets {
 
 CSocketException::CSocketException(int error, const wchar_t* message, const wchar_t* method, const wchar_t* file,
                                    int line)
-    : CWin32Exception(static_cast<unsigned long>(error), message, method, file, line) {
-}
+    : CWin32Exception(static_cast<unsigned long>(error), message, method, file, line) {}
 
 CSocketException::CSocketException(const CSocketException&) = default;
 

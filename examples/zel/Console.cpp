@@ -52,8 +52,7 @@ std::string ToUtf8(const std::wstring& text) {
                         : ZelCore::CString::ToMultiByte(text.data(), static_cast<int>(text.size()), Utf8);
 }
 
-Progress::Progress(std::uint64_t total) : m_visible(IsConsole(::GetStdHandle(STD_ERROR_HANDLE))), m_total(total) {
-}
+Progress::Progress(std::uint64_t total) : m_visible(IsConsole(::GetStdHandle(STD_ERROR_HANDLE))), m_total(total) {}
 
 Progress::~Progress() {
     if (m_visible && m_shownAt != 0) {
@@ -83,10 +82,9 @@ void Progress::Show() {
     }
     m_shownAt = now;
     const double megabytes = static_cast<double>(m_bytes) / 1'000'000;
-    std::wstring line =
-        m_total != 0 ? ZelCore::CString::Format(L"%I64u of %I64u, %.1f MB  %s", m_files, m_total, megabytes,
-                                                m_name.c_str())
-                     : ZelCore::CString::Format(L"%.1f MB  %s", megabytes, m_name.c_str());
+    std::wstring line = m_total != 0 ? ZelCore::CString::Format(L"%I64u of %I64u, %.1f MB  %s", m_files, m_total,
+                                                                megabytes, m_name.c_str())
+                                     : ZelCore::CString::Format(L"%.1f MB  %s", megabytes, m_name.c_str());
     line.resize(LineWidth, L' ');
     PrintError(L"\r" + line);
 }

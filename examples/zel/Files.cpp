@@ -73,8 +73,7 @@ std::vector<Source> CollectSources(const std::vector<std::wstring>& paths) {
 }
 
 CFileStream OpenForReading(const std::wstring& path) {
-    return {path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-            FILE_FLAG_SEQUENTIAL_SCAN};
+    return {path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN};
 }
 
 void WriteNewFile(const std::wstring& path, bool overwrite, const std::function<void(CStream& file)>& write) {

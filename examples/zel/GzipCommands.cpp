@@ -52,7 +52,8 @@ void Decompress(const Options& options) {
     });
 }
 
-void AddCommand(CLI::App& app, const char* name, const char* text, const char* targetText, void (*run)(const Options&)) {
+void AddCommand(CLI::App& app, const char* name, const char* text, const char* targetText,
+                void (*run)(const Options&)) {
     CLI::App* const command = app.add_subcommand(name, text);
     const auto options = std::make_shared<Options>();
     command->add_option("source", options->source, "The file to read")->required();

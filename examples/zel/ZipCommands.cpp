@@ -45,12 +45,9 @@ struct Options {
 /// A window on a file that tells how much of it was read.
 class WatchedStream final : public CStream {
 public:
-    WatchedStream(CStream& base, Progress& progress) : m_base(base), m_progress(progress) {
-    }
-    void Close() override {
-    }
-    void Flush() override {
-    }
+    WatchedStream(CStream& base, Progress& progress) : m_base(base), m_progress(progress) {}
+    void Close() override {}
+    void Flush() override {}
     StreamCapabilities GetCapabilities() const override {
         return StreamCapabilities::CanRead;
     }
@@ -103,8 +100,7 @@ void Create(const Options& options) {
     const std::vector<Source> sources = CollectSources(options.GetItems());
     const std::wstring path = options.GetArchive();
     if (!options.overwrite && CFile::Exists(path.c_str())) {
-        throw ZelCore::CFormatException((path + L" exists; --overwrite replaces it").c_str(),
-                                        ZEL_SITE(L"Zel::Create"));
+        throw ZelCore::CFormatException((path + L" exists; --overwrite replaces it").c_str(), ZEL_SITE(L"Zel::Create"));
     }
     try {
         CZipArchive archive(path.c_str(), ZipArchiveMode::Create);
@@ -162,10 +158,8 @@ void List(const Options& options) {
 class Sink final : public CStream {
 public:
     std::uint64_t size = 0;
-    void Close() override {
-    }
-    void Flush() override {
-    }
+    void Close() override {}
+    void Flush() override {}
     StreamCapabilities GetCapabilities() const override {
         return StreamCapabilities::CanWrite;
     }
@@ -188,11 +182,11 @@ public:
 
 void CheckSize(const std::wstring& name, std::uint64_t size, const CZipArchiveEntry& entry) {
     if (size != entry.GetUncompressedSize()) {
-        throw ZelCore::CFormatException(
-            CString::Format(L"Entry '%s' has %I64u bytes where the archive says %lu", name.c_str(), size,
-                            static_cast<unsigned long>(entry.GetUncompressedSize()))
-                .c_str(),
-            ZEL_SITE(L"Zel::CheckSize"));
+        throw ZelCore::CFormatException(CString::Format(L"Entry '%s' has %I64u bytes where the archive says %lu",
+                                                        name.c_str(), size,
+                                                        static_cast<unsigned long>(entry.GetUncompressedSize()))
+                                            .c_str(),
+                                        ZEL_SITE(L"Zel::CheckSize"));
     }
 }
 
@@ -231,9 +225,8 @@ std::vector<std::wstring> ChooseNames(const CZipArchive& archive, const std::vec
 void ExtractEntry(const CZipArchive& archive, const std::wstring& name, const std::wstring& path, bool overwrite,
                   Progress& progress) {
     const auto entry = archive.GetEntry(name.c_str());
-    WriteNewFile(path, overwrite, [&](CStream& file) {
-        CheckSize(name, CopyStream(entry->GetStream(), file, progress), *entry);
-    });
+    WriteNewFile(path, overwrite,
+                 [&](CStream& file) { CheckSize(name, CopyStream(entry->GetStream(), file, progress), *entry); });
 }
 
 void Extract(const Options& options) {

@@ -129,8 +129,7 @@ bool FailingCalls::ShouldFail(Thunk* thunk) {
 
 FailingAllocations::FailingAllocations()
     : m_runtime("malloc", reinterpret_cast<void*>(&FailingMalloc), L"libstdc++-6.dll"),
-      m_library("malloc", reinterpret_cast<void*>(&FailingMalloc)) {
-}
+      m_library("malloc", reinterpret_cast<void*>(&FailingMalloc)) {}
 
 FailingAllocations::~FailingAllocations() {
     t_failOn = 0;

@@ -17,8 +17,7 @@ inline const unsigned char* Bytes(const std::string& text) {
 class TestStream final : public ZelCore::IO::CStream {
 public:
     TestStream() = default;
-    explicit TestStream(std::string text) : data(std::move(text)) {
-    }
+    explicit TestStream(std::string text) : data(std::move(text)) {}
 
     std::string data;
     std::size_t position = 0;

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <windows.h>
 #include <shellapi.h>
+#include <windows.h>
 
 #include <filesystem>
 #include <fstream>

@@ -92,8 +92,9 @@ TEST(AsyncResult, ReportsWhatTheSystemRefuses) {
     FailingCalls calls({{"CreateEventW"}, {"SetEvent"}, {"WaitForSingleObject", WAIT_FAILED}});
     CAsyncResult result(nullptr, nullptr);
     calls.FailOn(1);
-    ExpectThrow<ZelWin32::CWin32Exception>([&] { result.GetWaitHandle(); },
-                                           {.code = 0x800705AA, .contains = L"ATL originated: ", .method = L"", .line = 0});
+    ExpectThrow<ZelWin32::CWin32Exception>(
+        [&] { result.GetWaitHandle(); },
+        {.code = 0x800705AA, .contains = L"ATL originated: ", .method = L"", .line = 0});
     calls.FailOn(2);
     ExpectThrow<ZelWin32::CWin32Exception>([&] { result.EndInvoke(); }, {.code = 1450});
     calls.FailOn(1);

@@ -57,11 +57,16 @@ TEST(Convert, Base64RefusesEverythingElse) {
         const wchar_t* method;
         const char* why;
     } rows[] = {
-        {L"Zg", Decode, "an incomplete group"},      {L"Zm9vZ", Decode, "one character too many"},
-        {L"Zg=", Decode, "half of the padding"},     {L"=Zg=", Decode, "padding first"},
-        {L"Z===", Decode, "padding second"},         {L"Zg=v", Decode, "a digit after padding"},
-        {L"Zg==Zg==", Decode, "data after the end"}, {L"Zm9v====", Decode, "a group of padding"},
-        {L"Zm9v!", IsInBase64, "no digit"},          {L"Zm\u01309v", IsInBase64, "no ASCII"},
+        {L"Zg", Decode, "an incomplete group"},
+        {L"Zm9vZ", Decode, "one character too many"},
+        {L"Zg=", Decode, "half of the padding"},
+        {L"=Zg=", Decode, "padding first"},
+        {L"Z===", Decode, "padding second"},
+        {L"Zg=v", Decode, "a digit after padding"},
+        {L"Zg==Zg==", Decode, "data after the end"},
+        {L"Zm9v====", Decode, "a group of padding"},
+        {L"Zm9v!", IsInBase64, "no digit"},
+        {L"Zm\u01309v", IsInBase64, "no ASCII"},
         {L"Zg==-", IsInBase64, "no digit after the end"},
     };
     for (const auto& row : rows) {

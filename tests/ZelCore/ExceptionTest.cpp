@@ -32,8 +32,7 @@ namespace {
 
 // CException keeps its code for itself; the classes that show it have their own accessor.
 template <class Exception> struct Exposed : Exception {
-    explicit Exposed(const Exception& e) : Exception(e) {
-    }
+    explicit Exposed(const Exception& e) : Exception(e) {}
     unsigned long Code() const {
         return static_cast<unsigned long>(CException::GetError());
     }

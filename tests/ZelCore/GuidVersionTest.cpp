@@ -37,13 +37,12 @@ TEST(Guid, RefusesWhatIsNone) {
     for (const wchar_t* bad : {L"x", L"DD", L"\u0144", L" "}) {
         ExpectThrow<CArgumentOutOfRangeException>([&] { CGuid().ToString(bad); }, {.param = L"format"});
     }
-    for (const wchar_t* bad :
-         {L"(00112233-4455-6677-8899-aabbccddeeff)", L"00112233445566778899aabbccddeeff", L"{",
-          L"00112233-4455-6677-8899-aabbccddeef", L"00112233-4455-6677-8899-aabbccddeeff0",
-          L"0011223g-4455-6677-8899-aabbccddeeff", L"00112233-4455-6677-8899+aabbccddeeff"}) {
-        ExpectThrow<CArgumentException>([&] { CGuid::Parse(bad); },
-                                        {.param = L"guid", .contains = (std::wstring(L"Invalid GUID string '") + bad +
-                                                                        L"'").c_str()});
+    for (const wchar_t* bad : {L"(00112233-4455-6677-8899-aabbccddeeff)", L"00112233445566778899aabbccddeeff", L"{",
+                               L"00112233-4455-6677-8899-aabbccddeef", L"00112233-4455-6677-8899-aabbccddeeff0",
+                               L"0011223g-4455-6677-8899-aabbccddeeff", L"00112233-4455-6677-8899+aabbccddeeff"}) {
+        ExpectThrow<CArgumentException>(
+            [&] { CGuid::Parse(bad); },
+            {.param = L"guid", .contains = (std::wstring(L"Invalid GUID string '") + bad + L"'").c_str()});
     }
     ExpectThrow<CArgumentException>([] { CGuid::Parse(L""); }, {.message = L"'': parameter name: 'guid'"});
     ExpectThrow<CArgumentNullException>([] { CGuid::Parse(nullptr); }, {.param = L"guid"});
@@ -93,8 +92,9 @@ TEST(Version, RefusesWhatIsNone) {
     const wchar_t* names[] = {L"major", L"minor", L"build", L"revision"};
     for (int i = 0; i < 4; ++i) {
         const int n[] = {i == 0 ? -1 : 0, i == 1 ? -1 : 0, i == 2 ? -1 : 0, i >= 2 ? -1 : 0};
-        ExpectThrow<CArgumentException>([&] { CVersion(n[0], n[1], n[2], n[3]); },
-                                        {.param = names[i], .contains = L": argument is out of range, actual value was -1"});
+        ExpectThrow<CArgumentException>(
+            [&] { CVersion(n[0], n[1], n[2], n[3]); },
+            {.param = names[i], .contains = L": argument is out of range, actual value was -1"});
     }
 }
 

@@ -148,8 +148,6 @@ TEST(SEException, PutsBackTheTranslatorOfTheRuntime) {
         EXPECT_EQ(set(mine), mine);
     }
     EXPECT_EQ(set(mine), nullptr) << "there was none before";
-    {
-        const Sentry sentry(nullptr);
-    }
+    { const Sentry sentry(nullptr); }
     EXPECT_EQ(set(nullptr), mine);
 }

@@ -1,7 +1,7 @@
 #include "ZelCore/IO/Compression/DeflateStream.h"
 
-#include "ZelCore/Arguments.h"
 #include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
 #include "ZelCore/IO/IOException.h"
 #include "ZelCore/InvalidOperationException.h"
 #include "ZelCore/NotSupportedException.h"
@@ -108,10 +108,9 @@ void CDeflateStream::impl::Initialize(bool gzip) {
     }
     constexpr int memoryLevel = 8;
     const int windowBits = gzip ? 16 + MAX_WBITS : -MAX_WBITS;
-    const int result = m_mode == CompressionMode::Compress
-                           ? ::deflateInit2(&m_zlib, Z_DEFAULT_COMPRESSION, Z_DEFLATED, windowBits, memoryLevel,
-                                            Z_DEFAULT_STRATEGY)
-                           : ::inflateInit2(&m_zlib, windowBits);
+    const int result = m_mode == CompressionMode::Compress ? ::deflateInit2(&m_zlib, Z_DEFAULT_COMPRESSION, Z_DEFLATED,
+                                                                            windowBits, memoryLevel, Z_DEFAULT_STRATEGY)
+                                                           : ::inflateInit2(&m_zlib, windowBits);
     if (result != Z_OK) {
         ThrowZlib(m_zlib, result, ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Initialize", 182));
     }
@@ -200,15 +199,12 @@ void CDeflateStream::impl::Release() noexcept {
 }
 
 CDeflateStream::CDeflateStream(CStream& stream, CompressionMode mode, bool gzip)
-    : m_impl(std::make_unique<impl>(mode, nullptr, &stream, gzip)) {
-}
+    : m_impl(std::make_unique<impl>(mode, nullptr, &stream, gzip)) {}
 
 CDeflateStream::CDeflateStream(const std::shared_ptr<CStream>& stream, CompressionMode mode, bool gzip)
-    : m_impl(std::make_unique<impl>(mode, stream, stream.get(), gzip)) {
-}
+    : m_impl(std::make_unique<impl>(mode, stream, stream.get(), gzip)) {}
 
-CDeflateStream::CDeflateStream(CDeflateStream&& other) noexcept : m_impl(std::move(other.m_impl)) {
-}
+CDeflateStream::CDeflateStream(CDeflateStream&& other) noexcept : m_impl(std::move(other.m_impl)) {}
 
 CDeflateStream& CDeflateStream::operator=(CDeflateStream&& other) noexcept {
     if (this != &other) {
@@ -239,8 +235,7 @@ StreamCapabilities CDeflateStream::GetCapabilities() const {
     if (!IsOpen()) {
         return StreamCapabilities::None;
     }
-    return m_impl->GetMode() == CompressionMode::Compress ? StreamCapabilities::CanWrite
-                                                          : StreamCapabilities::CanRead;
+    return m_impl->GetMode() == CompressionMode::Compress ? StreamCapabilities::CanWrite : StreamCapabilities::CanRead;
 }
 
 std::int64_t CDeflateStream::GetLength() const {

@@ -10,6 +10,7 @@
 #include "ZelCore/InvalidOperationException.h"
 #include "ZelCore/NotSupportedException.h"
 #include "ZelCore/String.h"
+#include "ZelWin32/LastError.h"
 #include "ZelWin32/Windows.h"
 
 #include <algorithm>
@@ -53,8 +54,7 @@ using Bytes = std::vector<unsigned char>;
 /// Takes little-endian fields off a record one after the other.
 class CFieldReader {
 public:
-    explicit CFieldReader(const unsigned char* record) : m_next(record) {
-    }
+    explicit CFieldReader(const unsigned char* record) : m_next(record) {}
     CFieldReader& operator>>(std::uint16_t& field) {
         field = static_cast<std::uint16_t>(Take(2));
         return *this;
@@ -77,8 +77,7 @@ private:
 
 class CFieldWriter {
 public:
-    explicit CFieldWriter(unsigned char* record) : m_next(record) {
-    }
+    explicit CFieldWriter(unsigned char* record) : m_next(record) {}
     CFieldWriter& operator<<(std::uint16_t field) {
         return Put(field, 2);
     }
@@ -99,8 +98,7 @@ private:
 /// Reads a stream through one bounded buffer: a directory of many small records costs few system calls.
 class CReadAhead {
 public:
-    explicit CReadAhead(CStream& stream) : m_stream(stream), m_buffer(ReadAheadSize) {
-    }
+    explicit CReadAhead(CStream& stream) : m_stream(stream), m_buffer(ReadAheadSize) {}
 
     /// Reads until `count` bytes have arrived or the stream ends.
     std::size_t GreedyRead(unsigned char* buffer, std::size_t count) {
@@ -130,6 +128,13 @@ private:
 template <class Source> bool Fill(Source& source, Bytes& bytes, std::size_t size) {
     bytes.resize(size);
     return size == 0 || source.GreedyRead(bytes.data(), size) == size;
+}
+
+/// A record and the variable part behind it, in one call.
+void WriteRecord(CStream& stream, std::span<const unsigned char> record, const Bytes& variable) {
+    Bytes bytes(record.begin(), record.end());
+    bytes.insert(bytes.end(), variable.begin(), variable.end());
+    stream.Write(bytes.data(), bytes.size());
 }
 
 struct CCentralDirectoryFileHeader {
@@ -176,10 +181,7 @@ struct CCentralDirectoryFileHeader {
                                     << crc32 << compressedSize << uncompressedSize << nameLength << extraLength
                                     << commentLength << diskStart << internalAttributes << externalAttributes
                                     << localHeaderOffset;
-        stream.Write(record.data(), record.size());
-        if (!variable.empty()) {
-            stream.Write(variable.data(), variable.size());
-        }
+        WriteRecord(stream, record, variable);
     }
 
     std::uint64_t GetSize() const {
@@ -213,10 +215,8 @@ struct CLocalFileHeader {
     explicit CLocalFileHeader(const CCentralDirectoryFileHeader& central)
         : versionNeeded(central.versionNeeded), flags(central.flags), method(central.method), time(central.time),
           date(central.date), crc32(central.crc32), compressedSize(central.compressedSize),
-          uncompressedSize(central.uncompressedSize), nameLength(central.nameLength),
-          extraLength(central.extraLength),
-          variable(central.variable.begin(), central.variable.begin() + central.nameLength + central.extraLength) {
-    }
+          uncompressedSize(central.uncompressedSize), nameLength(central.nameLength), extraLength(central.extraLength),
+          variable(central.variable.begin(), central.variable.begin() + central.nameLength + central.extraLength) {}
 
     void Read(CStream& stream, const std::wstring& entryName) {
         std::array<unsigned char, Size> record;
@@ -235,10 +235,7 @@ struct CLocalFileHeader {
         std::array<unsigned char, Size> record;
         CFieldWriter(record.data()) << signature << versionNeeded << flags << method << time << date << crc32
                                     << compressedSize << uncompressedSize << nameLength << extraLength;
-        stream.Write(record.data(), record.size());
-        if (!variable.empty()) {
-            stream.Write(variable.data(), variable.size());
-        }
+        WriteRecord(stream, record, variable);
     }
 };
 
@@ -273,10 +270,7 @@ struct CEndOfCentralDirectoryRecord {
         std::array<unsigned char, Size> record;
         CFieldWriter(record.data()) << signature << disk << directoryDisk << entriesOnDisk << totalEntries
                                     << directorySize << directoryOffset << commentLength;
-        stream.Write(record.data(), record.size());
-        if (!comment.empty()) {
-            stream.Write(comment.data(), comment.size());
-        }
+        WriteRecord(stream, record, comment);
     }
 
 private:
@@ -315,11 +309,9 @@ private:
 class CReadOnlySubStream final : public CStream {
 public:
     CReadOnlySubStream(CStream& base, std::uint64_t length)
-        : m_base(base), m_start(base.GetPosition()), m_length(static_cast<std::int64_t>(length)) {
-    }
+        : m_base(base), m_start(base.GetPosition()), m_length(static_cast<std::int64_t>(length)) {}
 
-    void Close() override {
-    }
+    void Close() override {}
     void Flush() override {
         throw CNotSupportedException(
             nullptr, ZEL_SITE(L"ZelCore::IO::Compression::`anonymous-namespace'::CReadOnlySubStream::Flush"));
@@ -375,10 +367,12 @@ public:
     /// Creates an empty file. Looking for a free name takes the longer the more files a folder has, so they are
     /// spread over subfolders.
     std::wstring CreateFile() {
-        constexpr std::size_t filesPerFolder = 200;
-        if (m_fileCount % filesPerFolder == 0) {
-            m_subfolder = CPath::Combine(m_path.c_str(), std::to_wstring(m_fileCount / filesPerFolder).c_str());
-            CDirectory::Create(m_subfolder.c_str(), nullptr);
+        if (m_fileCount % FilesPerFolder == 0) {
+            m_subfolder = GetSubfolder(m_fileCount / FilesPerFolder);
+            // One level is missing, and the general way would try them all. It may be there after a failure.
+            if (!::CreateDirectoryW(m_subfolder.c_str(), nullptr) && ::GetLastError() != ERROR_ALREADY_EXISTS) {
+                ZelWin32::ThrowLastError(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+            }
         }
         std::wstring path = CPath::GetTempFileNameW(m_subfolder, L"zip");
         ++m_fileCount;
@@ -386,9 +380,19 @@ public:
     }
 
 private:
+    static constexpr std::size_t FilesPerFolder = 16;
+
+    std::wstring GetSubfolder(std::size_t index) const {
+        return CPath::Combine(m_path.c_str(), std::to_wstring(index).c_str());
+    }
+
     /// What stays in the temporary folder is no failure of the archive.
     bool TryDelete() const noexcept {
         try {
+            // The shell takes its time for every single folder: leave it only those that still hold something.
+            for (std::size_t i = 0; i * FilesPerFolder < m_fileCount; ++i) {
+                ::RemoveDirectoryW(GetSubfolder(i).c_str());
+            }
             CDirectory::Delete(m_path.c_str(), true, false);
             return true;
         } catch (...) {
@@ -404,8 +408,7 @@ private:
 /// Deletes a file that turns out not to be needed.
 class CFileGuard {
 public:
-    explicit CFileGuard(const std::wstring& path) : m_path(&path) {
-    }
+    explicit CFileGuard(const std::wstring& path) : m_path(&path) {}
     CFileGuard(const CFileGuard&) = delete;
     CFileGuard& operator=(const CFileGuard&) = delete;
     ~CFileGuard() {
@@ -507,6 +510,16 @@ public:
             ReadDirectory();
         }
     }
+    impl(const impl&) = delete;
+    impl& operator=(const impl&) = delete;
+    /// The shell deletes a folder of many files ten times slower than the files are deleted one by one.
+    ~impl() {
+        for (const auto& [name, record] : m_table) {
+            if (!record.stagingPath.empty()) {
+                ::DeleteFileW(record.stagingPath.c_str());
+            }
+        }
+    }
 
     const CEntryTable& GetTable() const noexcept {
         return m_table;
@@ -520,8 +533,7 @@ public:
 
     std::unique_ptr<CStream> OpenEntry(const CEntryTable::value_type& entry);
     template <class WriteData> void Add(const wchar_t* entryName, bool compress, WriteData writeData);
-    template <class WriteData>
-    void Update(CEntryTable::iterator old, const wchar_t* entryName, WriteData writeData);
+    template <class WriteData> void Update(CEntryTable::iterator old, const wchar_t* entryName, WriteData writeData);
     void Delete(CEntryTable::iterator entry) {
         m_table.erase(entry);
     }
@@ -532,8 +544,7 @@ private:
     void ReadDirectory();
     std::unique_ptr<CStream> OpenStaged(const CEntryRecord& entry) const;
     template <class WriteData> CEntryRecord Stage(const wchar_t* entryName, bool compress, WriteData writeData);
-    void SeekToLocalHeader(const CEntryTable::value_type& entry, const wchar_t* method, const wchar_t* file,
-                           int line);
+    void SeekToLocalHeader(const CEntryTable::value_type& entry, const wchar_t* method, const wchar_t* file, int line);
     void EnsureEntriesLoaded();
     void StageRaw(CEntryTable::value_type& entry);
     void CheckLimits(std::uint64_t position) const;
@@ -589,13 +600,12 @@ CEntryTable::iterator CZipArchive::impl::FindExisting(const wchar_t* entryName, 
     return entry;
 }
 
-void CZipArchive::impl::CheckNew(const wchar_t* entryName, const wchar_t* method, const wchar_t* file,
-                                 int line) const {
+void CZipArchive::impl::CheckNew(const wchar_t* entryName, const wchar_t* method, const wchar_t* file, int line) const {
     CheckName(entryName, method, file, line);
     CheckWritable(method, file, line);
     if (m_table.contains(entryName)) {
-        throw CArgumentException(L"entryName", CString::Format(L"Entry '%s' already exists", entryName).c_str(),
-                                 method, file, line);
+        throw CArgumentException(L"entryName", CString::Format(L"Entry '%s' already exists", entryName).c_str(), method,
+                                 file, line);
     }
     if (m_table.size() >= Largest16) {
         ThrowTooLarge(L"Cannot add ZIP entry '%s': an archive holds at most 65535 entries", entryName, method, file,
@@ -640,9 +650,8 @@ std::unique_ptr<CStream> CZipArchive::impl::OpenEntry(const CEntryTable::value_t
 template <class WriteData>
 CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, WriteData writeData) {
     const std::wstring_view name(entryName);
-    const std::string utf8 = name.size() <= Largest16
-                                 ? CString::ToMultiByte(entryName, static_cast<int>(name.size()), Utf8)
-                                 : std::string();
+    const std::string utf8 =
+        name.size() <= Largest16 ? CString::ToMultiByte(entryName, static_cast<int>(name.size()), Utf8) : std::string();
     if (utf8.empty() || utf8.size() > Largest16) {
         throw CArgumentException(L"entryName", L"The name is longer than 65535 bytes",
                                  ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
@@ -684,8 +693,7 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
     return record;
 }
 
-template <class WriteData>
-void CZipArchive::impl::Add(const wchar_t* entryName, bool compress, WriteData writeData) {
+template <class WriteData> void CZipArchive::impl::Add(const wchar_t* entryName, bool compress, WriteData writeData) {
     m_table.emplace(entryName, Stage(entryName, compress, writeData));
 }
 
@@ -721,8 +729,7 @@ void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
     CopyStream(window, file, [](const unsigned char*, std::size_t) {});
     // An entry whose header leaves the size to what follows its data, or whose data is cut, would be lost here.
     if (local.compressedSize != header.compressedSize || file.GetLength() != header.compressedSize) {
-        ThrowInvalidEntry(entry.first,
-                          ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
+        ThrowInvalidEntry(entry.first, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
     }
     file.Close();
     header.flags &= static_cast<std::uint16_t>(~HasDataDescriptor); // the rewritten header has the sizes itself
@@ -801,8 +808,7 @@ void CZipArchive::impl::Finish() {
     }
 }
 
-CZipArchive::CZipArchive(const wchar_t* path, ZipArchiveMode mode) : m_impl(std::make_unique<impl>(path, mode)) {
-}
+CZipArchive::CZipArchive(const wchar_t* path, ZipArchiveMode mode) : m_impl(std::make_unique<impl>(path, mode)) {}
 
 CZipArchive::CZipArchive(CZipArchive&&) noexcept = default;
 
@@ -929,8 +935,7 @@ void CZipArchive::UpdateEntry(const wchar_t* entryName, const unsigned char* dat
     const auto old = archive.FindExisting(entryName, L"Cannot update non-existent entry '%s'",
                                           ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry"));
     archive.Update(old, entryName,
-                   FromBuffer(entryName, data, size,
-                              ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry")));
+                   FromBuffer(entryName, data, size, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::UpdateEntry")));
 }
 
 void CZipArchive::DeleteEntry(const wchar_t* entryName) {

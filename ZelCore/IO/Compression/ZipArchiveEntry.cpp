@@ -6,8 +6,7 @@ namespace ZelCore::IO::Compression {
 
 CZipArchiveEntry::CZipArchiveEntry(std::unique_ptr<CStream> stream, std::uint32_t compressedSize,
                                    std::uint32_t uncompressedSize) noexcept
-    : m_stream(std::move(stream)), m_compressedSize(compressedSize), m_uncompressedSize(uncompressedSize) {
-}
+    : m_stream(std::move(stream)), m_compressedSize(compressedSize), m_uncompressedSize(uncompressedSize) {}
 
 CZipArchiveEntry::CZipArchiveEntry(CZipArchiveEntry&&) noexcept = default;
 

@@ -42,8 +42,8 @@ TEST_F(FileStream, OpensLikeCreateFile) {
     const struct {
         DWORD access;
         unsigned capabilities;
-    } rows[] = {{GENERIC_READ, 5},        {FILE_READ_DATA, 5},  {GENERIC_WRITE, 6}, {FILE_WRITE_DATA, 6},
-                {ReadWrite, 7},           {GENERIC_ALL, 4},     {FILE_READ_ATTRIBUTES, 4}};
+    } rows[] = {{GENERIC_READ, 5}, {FILE_READ_DATA, 5}, {GENERIC_WRITE, 6},       {FILE_WRITE_DATA, 6},
+                {ReadWrite, 7},    {GENERIC_ALL, 4},    {FILE_READ_ATTRIBUTES, 4}};
     for (const auto& row : rows) {
         const CFileStream stream = Open(row.access);
         EXPECT_EQ(static_cast<unsigned>(stream.GetCapabilities()), row.capabilities);
@@ -95,14 +95,20 @@ TEST_F(FileStream, RefusesEverythingOnceClosedOrMovedFrom) {
     for (CFileStream* stream : {&first, &second}) {
         unsigned char byte = 0;
         const std::function<void()> operations[] = {
-            [&] { stream->GetCapabilities(); },   [&] { stream->GetLength(); },
-            [&] { stream->GetPosition(); },       [&] { stream->Read(&byte, 1); },
-            [&] { stream->Write(&byte, 1); },     [&] { stream->Seek(0, SeekOrigin::Begin); },
-            [&] { stream->Flush(); },             [&] { stream->SetLength(0); },
+            [&] { stream->GetCapabilities(); },
+            [&] { stream->GetLength(); },
+            [&] { stream->GetPosition(); },
+            [&] { stream->Read(&byte, 1); },
+            [&] { stream->Write(&byte, 1); },
+            [&] { stream->Seek(0, SeekOrigin::Begin); },
+            [&] { stream->Flush(); },
+            [&] { stream->SetLength(0); },
             [&] { stream->Lock(0, 1, CFileStream::LockType::Shared); },
-            [&] { stream->Unlock(0, 1); },        [&] { stream->BeginRead(&byte, 1, nullptr, nullptr); },
+            [&] { stream->Unlock(0, 1); },
+            [&] { stream->BeginRead(&byte, 1, nullptr, nullptr); },
             [&] { stream->BeginWrite(&byte, 1, nullptr, nullptr); },
-            [&] { stream->EndRead(nullptr); },    [&] { stream->EndWrite(nullptr); },
+            [&] { stream->EndRead(nullptr); },
+            [&] { stream->EndWrite(nullptr); },
         };
         for (const auto& operation : operations) {
             ExpectThrow<CInvalidOperationException>(operation, {.message = Closed});
@@ -125,7 +131,7 @@ TEST_F(FileStream, LocksRanges) {
     second.Unlock(distant, 10);
     first.Unlock(distant, 10);
     first.Lock(distant, 10, static_cast<Lock>(5)); // as good as exclusive
-    second.Lock(5, 10, Lock::Exclusive);       // the low half alone does not collide
+    second.Lock(5, 10, Lock::Exclusive);           // the low half alone does not collide
     std::atomic<bool> locked{false};
     std::thread waiting([&] {
         second.Lock(distant + 5, 1, Lock::Shared);
@@ -160,8 +166,15 @@ TEST_F(FileStream, AFullDiskLosesNothingSilently) {
 
 TEST_F(FileStream, EveryFailingSystemCallSurfacesWithItsCode) {
     Put(L"file", "0123456789");
-    FailingCalls calls({{"CreateFileW", ~std::uintptr_t{0}}, {"ReadFile"}, {"WriteFile"}, {"SetFilePointerEx"}, {"GetFileSizeEx"}, {"SetEndOfFile"},
-                        {"FlushFileBuffers"}, {"LockFileEx"}, {"UnlockFileEx"}});
+    FailingCalls calls({{"CreateFileW", ~std::uintptr_t{0}},
+                        {"ReadFile"},
+                        {"WriteFile"},
+                        {"SetFilePointerEx"},
+                        {"GetFileSizeEx"},
+                        {"SetEndOfFile"},
+                        {"FlushFileBuffers"},
+                        {"LockFileEx"},
+                        {"UnlockFileEx"}});
     const auto useAll = [&] {
         CFileStream stream = Open();
         unsigned char byte = 0;

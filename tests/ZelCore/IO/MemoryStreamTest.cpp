@@ -36,14 +36,22 @@ TEST(Stream, BaseRefusesWhatAStreamDoesNotOffer) {
     };
     constexpr std::type_identity<CNotSupportedException> notSupported;
     constexpr std::type_identity<CInvalidOperationException> invalid;
-    check(notSupported, [&] { stream.BeginRead(nullptr, 0, nullptr, nullptr); }, L"ZelCore::IO::CStream::BeginRead");
-    check(notSupported, [&] { stream.BeginWrite(nullptr, 0, nullptr, nullptr); }, L"ZelCore::IO::CStream::BeginWrite");
-    check(notSupported, [&] { stream.EndRead(nullptr); }, L"ZelCore::IO::CStream::EndRead");
-    check(notSupported, [&] { stream.EndWrite(nullptr); }, L"ZelCore::IO::CStream::EndWrite");
-    check(invalid, [&] { stream.GetReadTimeout(); }, L"ZelCore::IO::CStream::GetReadTimeout");
-    check(invalid, [&] { stream.GetWriteTimeout(); }, L"ZelCore::IO::CStream::GetWriteTimeout");
-    check(invalid, [&] { stream.SetReadTimeout(1); }, L"ZelCore::IO::CStream::SetReadTimeout");
-    check(invalid, [&] { stream.SetWriteTimeout(1); }, L"ZelCore::IO::CStream::SetWriteTimeout");
+    check(
+        notSupported, [&] { stream.BeginRead(nullptr, 0, nullptr, nullptr); }, L"ZelCore::IO::CStream::BeginRead");
+    check(
+        notSupported, [&] { stream.BeginWrite(nullptr, 0, nullptr, nullptr); }, L"ZelCore::IO::CStream::BeginWrite");
+    check(
+        notSupported, [&] { stream.EndRead(nullptr); }, L"ZelCore::IO::CStream::EndRead");
+    check(
+        notSupported, [&] { stream.EndWrite(nullptr); }, L"ZelCore::IO::CStream::EndWrite");
+    check(
+        invalid, [&] { stream.GetReadTimeout(); }, L"ZelCore::IO::CStream::GetReadTimeout");
+    check(
+        invalid, [&] { stream.GetWriteTimeout(); }, L"ZelCore::IO::CStream::GetWriteTimeout");
+    check(
+        invalid, [&] { stream.SetReadTimeout(1); }, L"ZelCore::IO::CStream::SetReadTimeout");
+    check(
+        invalid, [&] { stream.SetWriteTimeout(1); }, L"ZelCore::IO::CStream::SetWriteTimeout");
     EXPECT_STREQ(stream.GetName(), L"");
 }
 
@@ -85,9 +93,8 @@ TEST(MemoryStream, ReadsAndSeeks) {
         std::int64_t offset;
         SeekOrigin origin;
         const wchar_t* message;
-    } bad[] = {{-5, SeekOrigin::End, Before},       {-1, SeekOrigin::Begin, Before},
-               {INT64_MIN, SeekOrigin::End, Before}, {5, SeekOrigin::Begin, After},
-               {1, SeekOrigin::End, After},          {INT64_MAX, SeekOrigin::Current, After}};
+    } bad[] = {{-5, SeekOrigin::End, Before}, {-1, SeekOrigin::Begin, Before}, {INT64_MIN, SeekOrigin::End, Before},
+               {5, SeekOrigin::Begin, After}, {1, SeekOrigin::End, After},     {INT64_MAX, SeekOrigin::Current, After}};
     for (const auto& row : bad) {
         ExpectThrow<CArgumentException>([&] { stream.Seek(row.offset, row.origin); },
                                         {.message = row.message, .method = L"ZelCore::IO::CMemoryStream::Seek"});

@@ -25,9 +25,15 @@ std::vector<std::wstring> g_created;
 TEST_F(Paths, TextOperations) {
     const struct {
         const wchar_t *path1, *path2, *combined;
-    } combined[] = {{L"C:\\a", L"b", L"C:\\a\\b"},  {L"C:\\a\\", L"b", L"C:\\a\\b"}, {L"C:/a/", L"b", L"C:/a/b"},
-                    {L"C:", L"b", L"C:b"},          {L"", L"b", L"b"},               {L"a", L"", L"a"},
-                    {L"C:\\a", L"\\b", L"\\b"},     {L"C:\\a", L"/b", L"/b"},        {L"C:\\a", L"D:b", L"D:b"},
+    } combined[] = {{L"C:\\a", L"b", L"C:\\a\\b"},
+                    {L"C:\\a\\", L"b", L"C:\\a\\b"},
+                    {L"C:/a/", L"b", L"C:/a/b"},
+                    {L"C:", L"b", L"C:b"},
+                    {L"", L"b", L"b"},
+                    {L"a", L"", L"a"},
+                    {L"C:\\a", L"\\b", L"\\b"},
+                    {L"C:\\a", L"/b", L"/b"},
+                    {L"C:\\a", L"D:b", L"D:b"},
                     {L"", L"", L""}};
     for (const auto& row : combined) {
         EXPECT_EQ(CPath::Combine(row.path1, row.path2), row.combined);
@@ -89,13 +95,19 @@ TEST_F(Paths, AsksTheSystem) {
 
 TEST_F(Paths, NullIsRefusedByName) {
     const std::pair<const wchar_t*, std::function<void()>> rows[] = {
-        {L"path", [] { CPath::AddBackslash(nullptr); }},       {L"path", [] { CPath::GetFileName(nullptr); }},
-        {L"path", [] { CPath::GetDirectoryName(nullptr); }},   {L"path", [] { CPath::GetFullPath(nullptr); }},
-        {L"path", [] { CPath::NormalizePath(nullptr); }},      {L"path", [] { CPath::NormalizeUncName(nullptr); }},
-        {L"path1", [] { CPath::Combine(nullptr, nullptr); }},  {L"path2", [] { CPath::Combine(L"", nullptr); }},
+        {L"path", [] { CPath::AddBackslash(nullptr); }},
+        {L"path", [] { CPath::GetFileName(nullptr); }},
+        {L"path", [] { CPath::GetDirectoryName(nullptr); }},
+        {L"path", [] { CPath::GetFullPath(nullptr); }},
+        {L"path", [] { CPath::NormalizePath(nullptr); }},
+        {L"path", [] { CPath::NormalizeUncName(nullptr); }},
+        {L"path1", [] { CPath::Combine(nullptr, nullptr); }},
+        {L"path2", [] { CPath::Combine(L"", nullptr); }},
         {L"prefix", [] { CPath::GetTempFileNameW(L"", nullptr); }},
-        {L"filePath", [] { CFile::Exists(nullptr); }},         {L"filePath", [] { CFile::GetSize(nullptr); }},
-        {L"filePath", [] { CFile::Delete(nullptr, false); }},  {L"source", [] { CFile::Copy(nullptr, nullptr, false); }},
+        {L"filePath", [] { CFile::Exists(nullptr); }},
+        {L"filePath", [] { CFile::GetSize(nullptr); }},
+        {L"filePath", [] { CFile::Delete(nullptr, false); }},
+        {L"source", [] { CFile::Copy(nullptr, nullptr, false); }},
         {L"destination", [] { CFile::Copy(L"a", nullptr, false); }},
         {L"source", [] { CFile::Move(nullptr, L"", false, false); }},
         {L"destination", [] { CFile::Move(L"a", nullptr, false, false); }},
@@ -107,8 +119,10 @@ TEST_F(Paths, NullIsRefusedByName) {
         ExpectThrow<CArgumentNullException>(action, {.param = param});
     }
     const std::pair<const wchar_t*, std::function<void()>> empty[] = {
-        {L"filePath", [] { CFile::GetSize(L""); }},          {L"filePath", [] { CFile::Delete(L"", false); }},
-        {L"source", [] { CFile::Copy(L"", nullptr, true); }}, {L"destination", [] { CFile::Move(L"a", L"", true, true); }},
+        {L"filePath", [] { CFile::GetSize(L""); }},
+        {L"filePath", [] { CFile::Delete(L"", false); }},
+        {L"source", [] { CFile::Copy(L"", nullptr, true); }},
+        {L"destination", [] { CFile::Move(L"a", L"", true, true); }},
         {L"directoryPath", [] { CDirectory::Create(L"", nullptr); }},
         {L"directoryPath", [] { CDirectory::Delete(L"", true, false); }},
     };
@@ -171,9 +185,10 @@ TEST_F(FilesAndFolders, CreateMakesEveryLevel) {
     CDirectory::Create(deep.c_str(), nullptr);
     EXPECT_TRUE(CDirectory::Exists(At(L"one\\two\\three\\four").c_str()));
     Put(L"file", "");
-    ExpectThrow<CWin32Exception>([&] { CDirectory::Create(At(L"file\\x").c_str(), nullptr); },
-                                 {.contains = (L"Could not create the part '" + At(L"file\\x\\") + L"' of directory '" +
-                                               At(L"file\\x") + L"'").c_str()});
+    ExpectThrow<CWin32Exception>(
+        [&] { CDirectory::Create(At(L"file\\x").c_str(), nullptr); },
+        {.contains = (L"Could not create the part '" + At(L"file\\x\\") + L"' of directory '" + At(L"file\\x") + L"'")
+                         .c_str()});
     static const auto record = +[](const wchar_t* path, SECURITY_ATTRIBUTES* security) -> BOOL {
         g_created.push_back(path + std::wstring(security != nullptr ? L"*" : L""));
         return TRUE;
@@ -183,11 +198,15 @@ TEST_F(FilesAndFolders, CreateMakesEveryLevel) {
         const wchar_t* path;
         std::vector<std::wstring> levels;
     } rows[] = {
-        {L"C:\\a\\b", {L"C:\\a\\*", L"C:\\a\\b\\*"}},   {L"C:/a", {L"C:\\a\\*"}},
-        {L"a\\b", {L"a\\*", L"a\\b\\*"}},               {L"\\a", {L"\\a\\*"}},
+        {L"C:\\a\\b", {L"C:\\a\\*", L"C:\\a\\b\\*"}},
+        {L"C:/a", {L"C:\\a\\*"}},
+        {L"a\\b", {L"a\\*", L"a\\b\\*"}},
+        {L"\\a", {L"\\a\\*"}},
         {L"\\\\s\\h\\a\\b", {L"\\\\s\\h\\a\\*", L"\\\\s\\h\\a\\b\\*"}},
-        {L"//s/h/a", {L"\\\\s\\h\\a\\*"}},              {L"\\\\s\\h", {}},
-        {L"\\\\?\\C:\\a", {L"\\\\?\\C:\\a\\*"}},        {L"C:\\", {}},
+        {L"//s/h/a", {L"\\\\s\\h\\a\\*"}},
+        {L"\\\\s\\h", {}},
+        {L"\\\\?\\C:\\a", {L"\\\\?\\C:\\a\\*"}},
+        {L"C:\\", {}},
     };
     for (const auto& row : rows) {
         g_created.clear();
@@ -206,7 +225,8 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     CDirectory::Create(At(L"tree\\a\\b").c_str(), nullptr);
     Put(L"tree\\a\\file", "x");
     const std::wstring tree = At(L"tree"), missing = At(L"missing");
-    ExpectThrow<CWin32Exception>([&] { CDirectory::Delete(tree.c_str(), false, false); }, {.code = ERROR_DIR_NOT_EMPTY});
+    ExpectThrow<CWin32Exception>([&] { CDirectory::Delete(tree.c_str(), false, false); },
+                                 {.code = ERROR_DIR_NOT_EMPTY});
     for (const wchar_t* wild : {L"tr*", L"tre?"}) {
         ExpectThrow<CArgumentException>([&] { CDirectory::Delete(At(wild).c_str(), true, false); },
                                         {.param = L"directoryPath"});

@@ -89,7 +89,9 @@ TEST(DeflateStream, ChecksItsArguments) {
     ExpectThrow<CArgumentException>([&] { create(1, 0); },
                                     {.message = L"'Stream must be writable when mode is 'Compress'': parameter name: "
                                                 L"'mode'",
-                                     .method = Initialize, .line = 150, .file = L"DeflateStream.cpp"});
+                                     .method = Initialize,
+                                     .line = 150,
+                                     .file = L"DeflateStream.cpp"});
     ExpectThrow<CArgumentException>([&] { create(2, 1); },
                                     {.message = L"'Stream must be readable when mode is 'Decompress'': parameter name: "
                                                 L"'mode'",

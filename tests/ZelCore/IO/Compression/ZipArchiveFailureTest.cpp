@@ -91,10 +91,21 @@ TEST_F(ZipArchiveFailure, TheNthFailingSystemCallLeavesNothingBehind) {
     UseAll();
     handles = CountHandles();
     const ImportHook hook("SetEndOfFile", reinterpret_cast<void*>(&NoteRewrite));
-    FailingCalls calls({{"CreateFileW", ~std::uintptr_t{0}}, {"ReadFile"}, {"WriteFile"}, {"SetFilePointerEx"},
-                        {"GetFileSizeEx"}, {"SetEndOfFile"}, {"FlushFileBuffers"}, {"GetTempPathW"},
-                        {"GetTempFileNameW"}, {"UuidCreate", 14}, {"UuidToStringW", 14}, {"CreateDirectoryW"},
-                        {"WideCharToMultiByte"}, {"MultiByteToWideChar"}, {"FileTimeToDosDateTime"}});
+    FailingCalls calls({{"CreateFileW", ~std::uintptr_t{0}},
+                        {"ReadFile"},
+                        {"WriteFile"},
+                        {"SetFilePointerEx"},
+                        {"GetFileSizeEx"},
+                        {"SetEndOfFile"},
+                        {"FlushFileBuffers"},
+                        {"GetTempPathW"},
+                        {"GetTempFileNameW"},
+                        {"UuidCreate", 14},
+                        {"UuidToStringW", 14},
+                        {"CreateDirectoryW"},
+                        {"WideCharToMultiByte"},
+                        {"MultiByteToWideChar"},
+                        {"FileTimeToDosDateTime"}});
     Sweep([&](int n) {
         bool failed = false;
         CheckOnce([&](bool failing) { calls.FailOn(failing ? n : 0); },
@@ -221,7 +232,8 @@ TEST_F(ZipArchiveFailure, NamesTheLimitsOfTheFormat) {
     archive.AddEntry(L"a", Bytes("x"), 1, true);
     archive.AddEntry(L"b", Bytes("x"), 1, true);
     ExpectThrow<CInvalidOperationException>(
-        [&] { archive.Flush(); }, {.message = L"Cannot save the ZIP archive: its directory lies beyond 4294967295 bytes"});
+        [&] { archive.Flush(); },
+        {.message = L"Cannot save the ZIP archive: its directory lies beyond 4294967295 bytes"});
     archive.AddEntry(L"c", Bytes("x"), 1, true);
     ExpectThrow<CInvalidOperationException>(
         [&] { archive.Flush(); }, {.message = L"Cannot save ZIP entry 'c': the archive exceeds 4294967295 bytes"});

@@ -309,8 +309,10 @@ TEST_F(ZipArchive, TheWindowOnAnEntryIsReadOnly) {
     const auto entry = archive.GetEntry(L"a");
     CStream& window = entry->GetStream();
     const std::wstring method = L"ZelCore::IO::Compression::`anonymous-namespace'::CReadOnlySubStream::";
-    ExpectThrow<CNotSupportedException>([&] { window.Flush(); }, {.message = L"", .method = (method + L"Flush").c_str()});
-    ExpectThrow<CNotSupportedException>([&] { window.Seek(0, SeekOrigin::Begin); }, {.method = (method + L"Seek").c_str()});
+    ExpectThrow<CNotSupportedException>([&] { window.Flush(); },
+                                        {.message = L"", .method = (method + L"Flush").c_str()});
+    ExpectThrow<CNotSupportedException>([&] { window.Seek(0, SeekOrigin::Begin); },
+                                        {.method = (method + L"Seek").c_str()});
     ExpectThrow<CNotSupportedException>([&] { window.Write(nullptr, 0); }, {.method = (method + L"Write").c_str()});
     EXPECT_EQ(window.GetLength(), 5);
     EXPECT_EQ(static_cast<unsigned>(window.GetCapabilities()), 5u);

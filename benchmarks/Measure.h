@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ZelBench {
+
+/// One figure: our way and the raw way to do the same work, as a ratio of medians.
+struct Benchmark {
+    const char* name;
+    const char* against;
+    double target; ///< the ratio to stay below
+    int repeats;   ///< measurements of either side, taken in turn; at least five
+    std::function<void()> ours;
+    std::function<void()> raw;
+};
+
+/// Seconds that one call takes.
+double Time(const std::function<void()>& action);
+
+/// Measures both sides in turn, prints the line of the result and returns the ratio.
+double Run(const Benchmark& benchmark);
+
+void PrintRow(const char* name, const char* against, double ours, double raw, double target);
+
+std::vector<Benchmark> MakeStreamBenchmarks();
+std::vector<Benchmark> MakeArchiveBenchmarks();
+std::vector<Benchmark> MakeTextBenchmarks();
+
+/// The time to open an archive and read one entry, against what Python took for it (in seconds).
+void RunOpenBenchmark(const std::wstring& archive, const std::wstring& entry, double python);
+
+/// Text that compresses like source code and logs, the same on every run.
+std::string MakeMixedText(std::size_t size);
+
+/// A path in the folder for temporary files.
+std::wstring GetScratchPath(const wchar_t* name);
+
+} // namespace ZelBench
