@@ -2,8 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <shellapi.h>
 #include <windows.h>
+
+#include <shellapi.h>
 
 #include <filesystem>
 #include <fstream>
