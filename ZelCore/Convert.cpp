@@ -83,7 +83,8 @@ std::size_t GetLength(const wchar_t* text) {
         const __m128i block = _mm_load_si128(reinterpret_cast<const __m128i*>(p));
         const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi16(block, _mm_setzero_si128()));
         if (zeros != 0) {
-            return static_cast<std::size_t>(p - text) + static_cast<std::size_t>(__builtin_ctz(zeros)) / 2;
+            return static_cast<std::size_t>(p - text) +
+                   static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(zeros))) / 2;
         }
     }
 }
@@ -94,7 +95,7 @@ wchar_t* Put(wchar_t* out, const DigitPair& pair) {
 }
 
 wchar_t* EncodeGroup(const unsigned char* in, wchar_t* out) {
-    const unsigned bits = in[0] << 16 | in[1] << 8 | in[2];
+    const unsigned bits = static_cast<unsigned>(in[0] << 16 | in[1] << 8 | in[2]);
     return Put(Put(out, Base64Pairs[bits >> 12]), Base64Pairs[bits & 0xFFF]);
 }
 

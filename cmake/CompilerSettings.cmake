@@ -11,6 +11,9 @@ target_compile_options(zel_settings INTERFACE
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
   $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual>)
 target_link_options(zel_settings INTERFACE -Wl,--no-insert-timestamp)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_link_libraries(zel_settings INTERFACE winpthread) # GCC's driver adds it by itself
+endif()
 if(ZEL_WERROR)
   target_compile_options(zel_settings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Werror>)
 endif()

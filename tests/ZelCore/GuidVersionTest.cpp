@@ -46,7 +46,7 @@ TEST(Guid, RefusesWhatIsNone) {
     }
     ExpectThrow<CArgumentException>([] { CGuid::Parse(L""); }, {.message = L"'': parameter name: 'guid'"});
     ExpectThrow<CArgumentNullException>([] { CGuid::Parse(nullptr); }, {.param = L"guid"});
-    for (const std::size_t size : {0, 15, 17}) {
+    for (const std::size_t size : {0u, 15u, 17u}) {
         ExpectThrow<CArgumentException>([&] { CGuid(std::vector<unsigned char>(size)); }, {.param = L"guidBytes"});
     }
     FailingCalls calls({{"UuidCreate", 1824}, {"UuidToStringW", 14}});

@@ -277,6 +277,7 @@ private:
     /// Moves the stream to the last record, which may have a comment of any content behind it.
     static bool Find(CStream& stream) {
         constexpr std::int64_t smallStep = 16;
+        constexpr std::int64_t largeStep = 65536;
         const std::int64_t length = stream.Seek(0, SeekOrigin::End);
         if (length < static_cast<std::int64_t>(Size)) {
             return false;
@@ -287,7 +288,7 @@ private:
         for (std::int64_t end = first; end > 0;) {
             // Beyond the longest comment there is nothing but a file that is no archive: search it in big steps.
             const bool isComment = first - end <= static_cast<std::int64_t>(Largest16);
-            const std::int64_t begin = std::max<std::int64_t>(end - (isComment ? smallStep : ReadAheadSize), 0);
+            const std::int64_t begin = std::max<std::int64_t>(end - (isComment ? smallStep : largeStep), 0);
             stream.Seek(begin, SeekOrigin::Begin);
             if (!Fill(stream, chunk, static_cast<std::size_t>(end - begin))) {
                 return false;

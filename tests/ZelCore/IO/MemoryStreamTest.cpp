@@ -56,7 +56,7 @@ TEST(Stream, BaseRefusesWhatAStreamDoesNotOffer) {
 }
 
 TEST(Stream, GreedyReadGathersWhatDribbles) {
-    for (const std::size_t piece : {1, 3, 7, 100}) {
+    for (const std::size_t piece : {1u, 3u, 7u, 100u}) {
         TestStream stream("0123456789");
         stream.largestRead = piece;
         unsigned char buffer[12] = {};

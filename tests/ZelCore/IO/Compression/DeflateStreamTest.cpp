@@ -48,11 +48,11 @@ std::string Inflated(const std::string& data, bool gzip, std::size_t piece = 100
 
 TEST(DeflateStream, GivesBackWhatWasWrittenInAnyPieces) {
     for (const bool gzip : {false, true}) {
-        for (const std::size_t size : {0, 1, 100, 16384, 200'000}) {
+        for (const std::size_t size : {0u, 1u, 100u, 16384u, 200'000u}) {
             const std::string text = MakeText(size, static_cast<unsigned>(size));
             const std::string data = Deflated(text, gzip);
             EXPECT_EQ(Deflated(text, gzip, 777), data);
-            for (const std::size_t piece : {1, 13, 4096, 300'000}) {
+            for (const std::size_t piece : {1u, 13u, 4096u, 300'000u}) {
                 EXPECT_EQ(Inflated(data, gzip, piece, piece * 3), text);
             }
         }
