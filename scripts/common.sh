@@ -61,6 +61,7 @@ start_wine() {
         sleep 1
     done
     [ -z "$(wine_server)" ] || return 0 # somebody else's, and theirs to end
+    mkdir -p "$WINEPREFIX"
     /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 || die "the Wine server does not start"
     trap stop_wine EXIT
     wine wineboot -i </dev/null >/dev/null 2>&1 || die "Wine does not start"
