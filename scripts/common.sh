@@ -65,6 +65,9 @@ start_wine() {
     /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 || die "the Wine server does not start"
     trap stop_wine EXIT
     wine wineboot -i </dev/null >/dev/null 2>&1 || die "Wine does not start"
+    # The first ordinary program starts the desktop's processes, which keep its pipes. So it has none.
+    wine wineboot </dev/null >/dev/null 2>&1 || die "Wine does not boot"
+    wine cmd /c exit </dev/null >/dev/null 2>&1 || die "Wine does not run programs"
 }
 
 # Ends our server and with it what runs in its prefix; others stay.
