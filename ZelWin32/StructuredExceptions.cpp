@@ -46,15 +46,12 @@ bool IsForeign(DWORD code) noexcept {
         0x22474343, // this compiler's throw, unwind and forced unwind
         0xE06D7363, // the other compiler's throw
         0x406D1388, // naming of a thread
-        0x40010005,
-        0x40010006,
-        0x40010008,
-        0x4001000A, // control keys and debug output
         EXCEPTION_BREAKPOINT,
         EXCEPTION_SINGLE_STEP,
         EXCEPTION_STACK_OVERFLOW,
     };
-    return std::find(std::begin(foreign), std::end(foreign), code) != std::end(foreign);
+    const bool isForDebugger = (code & 0xFFFFFFF0) == 0x40010000; // control keys and debug output
+    return isForDebugger || std::find(std::begin(foreign), std::end(foreign), code) != std::end(foreign);
 }
 
 const void* GetHandlerChain() noexcept {

@@ -49,6 +49,7 @@ wine_server() {
             { printf '%s\n' "${process#/proc/}"; return; } ;;
         esac
     done
+    return 0
 }
 
 # start_wine: a server that stays until the script ends. Without it every test would start the services anew, and
@@ -63,6 +64,7 @@ start_wine() {
     [ -z "$(wine_server)" ] || return 0 # somebody else's, and theirs to end
     mkdir -p "$WINEPREFIX"
     /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 || die "the Wine server does not start"
+    own_wine_server=yes
     trap stop_wine EXIT
     wine wineboot -i </dev/null >/dev/null 2>&1 || die "Wine does not start"
     # The first ordinary program starts the desktop's processes, which keep its pipes. So it has none.
@@ -73,14 +75,14 @@ start_wine() {
 # Ends our server and with it what runs in its prefix; others stay.
 stop_wine() {
     local server
+    [ -n "${own_wine_server:-}" ] || return 0
     server=$(wine_server)
-    [ -z "$server" ] || kill -INT "$server"
+    [ -z "$server" ] || kill -INT "$server" || true
 }
 
 # run_program FILE ARGUMENT...: runs one of our programs, under Wine where that is needed.
 run_program() {
-    if is_windows; then "$@"; else wine "$@" 2> >(grep -v -e '^it looks like wine32' -e '^multiarch needs' \
-        -e '^execute "dpkg' -e '^apt-get install wine32' >&2); fi
+    if is_windows; then "$@"; else /usr/lib/wine/wine64 "$@"; fi
 }
 
 # build PRESET: configures once, then builds what has changed.

@@ -60,7 +60,7 @@ void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     if (result != 0 && (throwIfMissing || (result != ERROR_FILE_NOT_FOUND && result != invalidPath))) {
         throw CWin32Exception(static_cast<DWORD>(result), nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
-    if (operation.fAnyOperationsAborted) {
+    if (result == 0 && operation.fAnyOperationsAborted) {
         throw CWin32Exception(ERROR_CANCELLED, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
 }

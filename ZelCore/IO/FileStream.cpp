@@ -13,6 +13,8 @@
 #include "ZelWin32/Win32Exception.h"
 
 #include <algorithm>
+#include <new>
+#include <optional>
 
 namespace ZelCore::IO {
 
@@ -54,7 +56,7 @@ void CheckNotNegative(std::int64_t value, const wchar_t* name, const wchar_t* me
 class CFileStream::CFileStreamAsyncResult final : public CAsyncResultT<std::size_t> {
 public:
     CFileStreamAsyncResult(CAsyncCallback* callback, void* state, bool isRead, std::size_t count) noexcept
-        : CAsyncResultT(callback, state), m_isRead(isRead), m_count(count) {}
+        : CAsyncResultT(callback, state), m_isRead(isRead), m_hasCallback(callback != nullptr), m_count(count) {}
 
     void AddRef() noexcept {
         ++m_references;
@@ -71,12 +73,24 @@ public:
     std::size_t GetCount() const noexcept {
         return m_count;
     }
+    bool HasCallback() const noexcept {
+        return m_hasCallback;
+    }
+    /// A failure that there was no memory to keep as an exception; 0 when there is none.
+    void SetError(DWORD error) noexcept {
+        m_error = error;
+    }
+    DWORD GetError() const noexcept {
+        return m_error;
+    }
 
 private:
     ~CFileStreamAsyncResult() = default;
 
     std::atomic<int> m_references{1};
     bool m_isRead;
+    bool m_hasCallback;
+    DWORD m_error = ERROR_SUCCESS;
     std::size_t m_count;
 };
 
@@ -103,39 +117,52 @@ public:
         Offset = LowPart(position);
         OffsetHigh = HighPart(position);
         m_result = result;
-        m_state = Pending;
+        m_state = ++m_operation << StateBits | Pending;
         m_outstanding->Started();
         AddRef();
         return this;
     }
 
+    /// Tells the operations that this structure serves one after the other apart.
+    std::uint64_t GetOperation() const noexcept {
+        return m_operation;
+    }
+
     /// Cuts the tie to the stream. False when the completion has begun and will go its way.
     bool Retire() noexcept {
-        State expected = Pending;
-        return m_state.compare_exchange_strong(expected, Retired);
+        return Leave(m_state.load() >> StateBits, Retired);
     }
 
     /// Retires an operation that the system refused to start. It may still be reported as completed: some
     /// systems do so for a full disk. So the system's reference is given up only after a while.
     /// False when the report has come already, and the operation counts as started.
-    bool Abandon() noexcept;
+    bool Abandon(std::uint64_t operation) noexcept;
 
     void OnCompleted(unsigned long error, unsigned long bytesTransferred) noexcept override;
 
 private:
-    enum State { Idle, Pending, Completing, Retired, Abandoned };
+    enum State : std::uint64_t { Idle, Pending, Completing, Retired, Abandoned };
+    static constexpr int StateBits = 3;
 
     ~CFileIOCOmpletionCallback() override = default;
 
     static constexpr ULONGLONG GracePeriod = 60'000; // milliseconds
     static SRWLOCK s_abandonedLock;
-    static CFileIOCOmpletionCallback* s_abandoned;
+    static CFileIOCOmpletionCallback* s_oldestAbandoned;
+    static CFileIOCOmpletionCallback** s_abandonedEnd;
+
+    /// The one way out of the pending state: of the pool, the stream and its End method one succeeds.
+    bool Leave(std::uint64_t operation, State state) noexcept {
+        std::uint64_t expected = operation << StateBits | Pending;
+        return m_state.compare_exchange_strong(expected, operation << StateBits | state);
+    }
 
     static bool TakeFromAbandoned(const CFileIOCOmpletionCallback* completion) noexcept;
     void Deliver(CFileStreamAsyncResult& result, DWORD error, DWORD bytesTransferred) noexcept;
 
     std::atomic<int> m_references{1};
-    std::atomic<State> m_state{Idle};
+    std::uint64_t m_operation = 0;
+    std::atomic<std::uint64_t> m_state{Idle}; ///< the operation's number and its State
     impl* m_stream;
     RefPtr<COutstandingOperations> m_outstanding;
     RefPtr<CFileStreamAsyncResult> m_result;
@@ -144,7 +171,8 @@ private:
 };
 
 SRWLOCK CFileStream::CFileIOCOmpletionCallback::s_abandonedLock = SRWLOCK_INIT;
-CFileStream::CFileIOCOmpletionCallback* CFileStream::CFileIOCOmpletionCallback::s_abandoned = nullptr;
+CFileStream::CFileIOCOmpletionCallback* CFileStream::CFileIOCOmpletionCallback::s_oldestAbandoned = nullptr;
+CFileStream::CFileIOCOmpletionCallback** CFileStream::CFileIOCOmpletionCallback::s_abandonedEnd = &s_oldestAbandoned;
 
 class CFileStream::impl {
 public:
@@ -187,34 +215,39 @@ public:
 
 bool CFileStream::CFileIOCOmpletionCallback::TakeFromAbandoned(const CFileIOCOmpletionCallback* completion) noexcept {
     ::AcquireSRWLockExclusive(&s_abandonedLock);
-    CFileIOCOmpletionCallback** link = &s_abandoned;
+    CFileIOCOmpletionCallback** link = &s_oldestAbandoned;
     while (*link != nullptr && *link != completion) {
         link = &(*link)->m_nextAbandoned;
     }
     const bool found = *link != nullptr;
     if (found) {
         *link = completion->m_nextAbandoned;
+        if (*link == nullptr) {
+            s_abandonedEnd = link;
+        }
     }
     ::ReleaseSRWLockExclusive(&s_abandonedLock);
     return found;
 }
 
-bool CFileStream::CFileIOCOmpletionCallback::Abandon() noexcept {
-    State expected = Pending;
-    if (!m_state.compare_exchange_strong(expected, Abandoned)) {
+bool CFileStream::CFileIOCOmpletionCallback::Abandon(std::uint64_t operation) noexcept {
+    if (!Leave(operation, Abandoned)) {
         return false;
     }
     m_result = {};
     m_outstanding->NotStarted();
     m_abandonedAt = ::GetTickCount64();
     CFileIOCOmpletionCallback* expired = nullptr;
+    CFileIOCOmpletionCallback** expiredEnd = &expired;
     ::AcquireSRWLockExclusive(&s_abandonedLock);
-    m_nextAbandoned = std::exchange(s_abandoned, this);
-    CFileIOCOmpletionCallback** link = &s_abandoned; // the newest first
-    while (*link != nullptr && (*link)->m_abandonedAt + GracePeriod > m_abandonedAt) {
-        link = &(*link)->m_nextAbandoned;
+    *s_abandonedEnd = this;
+    s_abandonedEnd = &m_nextAbandoned;
+    while (s_oldestAbandoned->m_abandonedAt + GracePeriod < m_abandonedAt) { // ends at this one at the latest
+        *expiredEnd = s_oldestAbandoned;
+        expiredEnd = &s_oldestAbandoned->m_nextAbandoned;
+        s_oldestAbandoned = s_oldestAbandoned->m_nextAbandoned;
     }
-    std::swap(expired, *link);
+    *expiredEnd = nullptr;
     ::ReleaseSRWLockExclusive(&s_abandonedLock);
     while (expired != nullptr) {
         std::exchange(expired, expired->m_nextAbandoned)->Release();
@@ -223,7 +256,9 @@ bool CFileStream::CFileIOCOmpletionCallback::Abandon() noexcept {
 }
 
 void CFileStream::CFileIOCOmpletionCallback::OnCompleted(unsigned long error, unsigned long bytesTransferred) noexcept {
-    if (m_state == Abandoned) {
+    const std::uint64_t operation = m_state.load() >> StateBits;
+    const bool claimed = Leave(operation, Completing);
+    if (!claimed && m_state.load() == (operation << StateBits | Abandoned)) {
         if (TakeFromAbandoned(this)) {
             Release();
         }
@@ -234,8 +269,7 @@ void CFileStream::CFileIOCOmpletionCallback::OnCompleted(unsigned long error, un
     const RefPtr<CFileStreamAsyncResult> result = std::move(m_result);
     COutstandingOperations::Delivery delivery{};
     operations->BeginDelivery(delivery);
-    State expected = Pending;
-    if (m_state.compare_exchange_strong(expected, Completing)) {
+    if (claimed) {
         Deliver(*result.Get(), error, bytesTransferred);
     }
     operations->EndDelivery(delivery);
@@ -284,9 +318,12 @@ const IAsyncResult* CFileStream::impl::Begin(bool isRead, std::size_t count, CAs
     pending = RefPtr<CFileStreamAsyncResult>(new CFileStreamAsyncResult(callback, state, isRead, count));
     // The callback may end the operation, and the stream with it, before the system call has returned.
     CFileStreamAsyncResult* const result = pending.Get();
-    if (!transfer(handle.Get(), static_cast<DWORD>(count), completion->Start(pending, position))) {
+    const RefPtr<CFileIOCOmpletionCallback> started = completion;
+    OVERLAPPED* const overlapped = started->Start(pending, position);
+    const std::uint64_t operation = started->GetOperation();
+    if (!transfer(handle.Get(), static_cast<DWORD>(count), overlapped)) {
         const DWORD error = ::GetLastError();
-        if (error != ERROR_IO_PENDING && completion->Abandon()) {
+        if (error != ERROR_IO_PENDING && started->Abandon(operation)) {
             completion = {};
             pending = {};
             throw CWin32Exception(error, nullptr, method, file, line);
@@ -305,6 +342,14 @@ std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead,
         pending->EndInvoke();
     } catch (...) {
         const RefPtr<CFileStreamAsyncResult> ended = std::move(pending);
+        if (!ended->IsCompleted() && !ended->HasCallback()) {
+            // The system has no event to wait with. The caller's buffer is the system's until the end all the same.
+            ::CancelIoEx(handle.Get(), nullptr);
+            while (!ended->IsCompleted()) {
+                ::Sleep(1);
+            }
+            throw;
+        }
         if (!ended->IsCompleted()) {
             // EndInvoke refused to wait. The system still works on the operation and will report to nobody,
             // unless the report is under way already: then it ends at once and counts.
@@ -320,31 +365,49 @@ std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead,
         }
         throw;
     }
-    return std::exchange(pending, {})->GetResult();
+    const RefPtr<CFileStreamAsyncResult> ended = std::move(pending);
+    if (ended->GetError() != ERROR_SUCCESS) { // there was no memory to tell at once
+        throw CWin32Exception(ended->GetError(), nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::CompleteIOCallback"));
+    }
+    return ended->GetResult();
 }
 
 void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD error, DWORD bytesTransferred) {
     if (error == ERROR_SUCCESS && !result.IsRead() && bytesTransferred < result.GetCount()) {
         error = ERROR_DISK_FULL;
     }
-    position += bytesTransferred;
-    result.SetResult(bytesTransferred);
     if (error == ERROR_SUCCESS) {
+        position += bytesTransferred;
+        result.SetResult(bytesTransferred);
         result.SetAsCompleted(false);
-    } else {
-        result.SetAsCompleted(
-            false, CWin32Exception(error, nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::CompleteIOCallback")));
+        return;
     }
+    std::optional<CWin32Exception> failure;
+    try {
+        failure.emplace(error, nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::CompleteIOCallback"));
+    } catch (const std::bad_alloc&) { // whoever waits must learn of it: the End method throws it from the code
+        result.SetError(error);
+        result.SetAsCompleted(false);
+        return;
+    }
+    result.SetAsCompleted(false, *failure);
 }
 
 void CFileStream::impl::Close() noexcept {
-    if (!handle) {
-        return;
-    }
     closing = true;
     if (asynchronous) {
-        ::CancelIoEx(handle.Get(), nullptr);
-        outstanding->WaitUntilDelivered();
+        if (handle) {
+            ::CancelIoEx(handle.Get(), nullptr);
+        }
+        if (outstanding->IsDeliveringHere()) {
+            // An operation that the callback has begun reports to nobody from here on.
+            if (completion) {
+                completion->Retire();
+            }
+            outstanding->WaitForOtherDeliveries();
+        } else {
+            outstanding->WaitUntilDelivered(); // also when a callback has closed the stream and not returned yet
+        }
     }
     handle.Reset();
 }

@@ -21,7 +21,8 @@ namespace ZelCore::IO {
 /// Threads: one thread at a time. Asynchronous operations complete on a thread of the system's pool, and their
 /// callback may use the stream, even close or destroy it. Closing, destroying or assigning to a stream elsewhere
 /// while an operation is outstanding cancels the operation and waits until its callback has returned; only then
-/// may the operation's buffer be released.
+/// may the operation's buffer be released. Inside a callback nothing waits: the buffer of an operation begun there must
+/// outlive the operation.
 class ZELCORE_API CFileStream : public CStream {
 public:
     /// Whether other holders of a lock may share the range. Any value but Shared locks exclusively.

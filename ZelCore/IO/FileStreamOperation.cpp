@@ -49,20 +49,31 @@ void COutstandingOperations::EndDelivery(const Delivery& delivery) noexcept {
     ::WakeAllConditionVariable(&m_changed);
 }
 
+bool COutstandingOperations::IsDeliveringHere() noexcept {
+    const ExclusiveLock lock(m_lock);
+    return CountDeliveries(true) != 0;
+}
+
 void COutstandingOperations::WaitUntilDelivered() noexcept {
     const ExclusiveLock lock(m_lock);
-    while (m_count != 0 && !IsDeliveringHere()) {
+    while (m_count != 0) {
         ::SleepConditionVariableSRW(&m_changed, &m_lock, INFINITE, 0);
     }
 }
 
-bool COutstandingOperations::IsDeliveringHere() const noexcept {
-    for (const Delivery* delivery = m_deliveries; delivery != nullptr; delivery = delivery->next) {
-        if (delivery->thread == ::GetCurrentThreadId()) {
-            return true;
-        }
+void COutstandingOperations::WaitForOtherDeliveries() noexcept {
+    const ExclusiveLock lock(m_lock);
+    while (CountDeliveries(false) != 0) {
+        ::SleepConditionVariableSRW(&m_changed, &m_lock, INFINITE, 0);
     }
-    return false;
+}
+
+int COutstandingOperations::CountDeliveries(bool here) const noexcept {
+    int count = 0;
+    for (const Delivery* delivery = m_deliveries; delivery != nullptr; delivery = delivery->next) {
+        count += (delivery->thread == ::GetCurrentThreadId()) == here ? 1 : 0;
+    }
+    return count;
 }
 
 } // namespace ZelCore::IO

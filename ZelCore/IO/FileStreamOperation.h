@@ -73,12 +73,18 @@ public:
     void BeginDelivery(Delivery& delivery) noexcept;
     void EndDelivery(const Delivery& delivery) noexcept;
 
-    /// Waits until every operation has been delivered and its callback has returned. Inside such a callback it
-    /// returns at once: whoever closes a stream there is in nobody's way.
+    /// Whether the calling code runs inside a callback of one of the operations.
+    bool IsDeliveringHere() noexcept;
+
+    /// Waits until every operation has been delivered and its callback has returned. Not inside a callback: the
+    /// system may deliver everything on that one thread.
     void WaitUntilDelivered() noexcept;
 
+    /// Waits for callbacks that run on other threads, not for operations that are still under way.
+    void WaitForOtherDeliveries() noexcept;
+
 private:
-    bool IsDeliveringHere() const noexcept;
+    int CountDeliveries(bool here) const noexcept;
 
     std::atomic<int> m_references{1};
     SRWLOCK m_lock = SRWLOCK_INIT;

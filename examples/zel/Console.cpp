@@ -43,8 +43,10 @@ void PrintError(const std::wstring& text) {
 }
 
 std::wstring FromUtf8(const std::string& text) {
-    return text.empty() ? std::wstring()
-                        : ZelCore::CString::ToWideChar(text.data(), static_cast<int>(text.size()), Utf8);
+    const std::size_t start = text.starts_with(BracketMark) ? 1 : 0;
+    return text.size() == start
+               ? std::wstring()
+               : ZelCore::CString::ToWideChar(text.data() + start, static_cast<int>(text.size() - start), Utf8);
 }
 
 std::string ToUtf8(const std::wstring& text) {

@@ -9,6 +9,10 @@ namespace Zel {
 void Print(const std::wstring& text);
 void PrintError(const std::wstring& text);
 
+/// Stands in front of an argument that starts with a bracket, which the parser would take for a list.
+constexpr const char* BracketMark = "\x02";
+
+/// The text without the mark.
 std::wstring FromUtf8(const std::string& text);
 std::string ToUtf8(const std::wstring& text);
 

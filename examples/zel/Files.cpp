@@ -36,11 +36,19 @@ std::wstring Join(const std::wstring& folder, const std::wstring& name) {
     throw CWin32Exception(static_cast<unsigned long>(e.code().value()), path.c_str(), ZEL_SITE(L"Zel::CollectSources"));
 }
 
+/// Links may lead in circles.
+bool IsLink(const std::filesystem::path& path) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 void Collect(const std::filesystem::path& folder, const std::wstring& entryName, std::vector<Source>& sources) {
     const std::size_t before = sources.size();
     for (const auto& item : std::filesystem::directory_iterator(folder)) {
         const std::wstring name = Join(entryName, item.path().filename().wstring());
-        if (item.is_directory()) {
+        if (item.is_directory() && IsLink(item.path())) {
+            PrintError(L"zel: left out, since it is a link: " + item.path().wstring() + L"\n");
+        } else if (item.is_directory()) {
             Collect(item.path(), name, sources);
         } else {
             sources.push_back({item.path().wstring(), name});
@@ -79,7 +87,7 @@ CFileStream OpenForReading(const std::wstring& path) {
 void WriteNewFile(const std::wstring& path, bool overwrite, const std::function<void(CStream& file)>& write) {
     const bool replace = overwrite && CFile::Exists(path.c_str());
     const std::wstring target = replace ? path + L".zel-new" : path;
-    CFileStream file(target, GENERIC_WRITE, 0, nullptr, replace ? CREATE_ALWAYS : CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+    CFileStream file(target, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
     try {
         write(file);
         file.Close();
@@ -93,13 +101,16 @@ void WriteNewFile(const std::wstring& path, bool overwrite, const std::function<
     }
 }
 
-std::uint64_t CopyStream(CStream& source, CStream& target, Progress& progress) {
+std::uint64_t CopyStream(CStream& source, CStream& target, Progress& progress, std::uint64_t expected) {
     std::vector<unsigned char> buffer(PieceSize);
     std::uint64_t total = 0;
     while (const std::size_t read = source.Read(buffer.data(), buffer.size())) {
         target.Write(buffer.data(), read);
         total += read;
         progress.AddBytes(read);
+        if (total > expected) { // an archive that lies about its sizes must not fill the disk
+            break;
+        }
     }
     return total;
 }

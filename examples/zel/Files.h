@@ -4,6 +4,7 @@
 
 #include "ZelCore/IO/FileStream.h"
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -27,7 +28,8 @@ ZelCore::IO::CFileStream OpenForReading(const std::wstring& path);
 void WriteNewFile(const std::wstring& path, bool overwrite,
                   const std::function<void(ZelCore::IO::CStream& file)>& write);
 
-/// Copies to the end of the source in pieces; returns the number of bytes.
-std::uint64_t CopyStream(ZelCore::IO::CStream& source, ZelCore::IO::CStream& target, Progress& progress);
+/// Copies to the end of the source in pieces, or until more than `expected` bytes have come; returns their number.
+std::uint64_t CopyStream(ZelCore::IO::CStream& source, ZelCore::IO::CStream& target, Progress& progress,
+                         std::uint64_t expected = UINT64_MAX);
 
 } // namespace Zel

@@ -16,13 +16,15 @@ enum ExitCode { Done = 0, Failed = 1, WrongUse = 2 };
 std::vector<std::string> ToArguments(int argc, wchar_t** argv) {
     std::vector<std::string> arguments;
     for (int i = argc - 1; i > 0; --i) {
-        arguments.push_back(Zel::ToUtf8(argv[i]));
+        const std::string argument = Zel::ToUtf8(argv[i]);
+        arguments.push_back((argument.starts_with('[') ? Zel::BracketMark : "") + argument);
     }
     return arguments;
 }
 
 int Run(int argc, wchar_t** argv) {
     CLI::App app("zel: archives and compressed files with the ZelCore library", "zel");
+    app.allow_windows_style_options(false); // "/folder" is a path
     app.require_subcommand(1);
     app.footer("Examples:\n"
                "  zel zip create backup.zip Documents Pictures\n"

@@ -102,38 +102,82 @@ void Create(const Options& options) {
     if (!options.overwrite && CFile::Exists(path.c_str())) {
         throw ZelCore::CFormatException((path + L" exists; --overwrite replaces it").c_str(), ZEL_SITE(L"Zel::Create"));
     }
+    // Beside its place until it is complete: a failure costs nothing that was there.
+    const std::wstring target = path + L".zel-new";
+    if (CFile::Exists(target.c_str())) {
+        throw ZelCore::CFormatException((target + L" is in the way").c_str(), ZEL_SITE(L"Zel::Create"));
+    }
+    CZipArchive archive(target.c_str(), ZipArchiveMode::Create);
     try {
-        CZipArchive archive(path.c_str(), ZipArchiveMode::Create);
         AddSources(archive, sources, options.store);
+        CZipArchive(std::move(archive)); // ends it, and throws if it cannot be written
+        CFile::Move(target.c_str(), path.c_str(), true, false);
     } catch (...) {
-        CFile::Delete(path.c_str(), false);
+        try {
+            CZipArchive(std::move(archive));
+        } catch (const ZelCore::CException&) { // the first failure counts
+        }
+        CFile::Delete(target.c_str(), false);
         throw;
     }
     Print(CString::Format(L"%I64u entries, %I64d bytes\n", static_cast<std::uint64_t>(sources.size()),
                           CFile::GetSize(path.c_str())));
 }
 
+/// Opens an archive for changes after all of them were checked: a change that fails half-way would be saved.
+CZipArchive OpenForUpdate(const Options& options, const std::vector<std::wstring>& names, bool mustExist) {
+    {
+        const CZipArchive archive(options.GetArchive().c_str(), ZipArchiveMode::Read);
+        for (const std::wstring& name : names) {
+            if ((archive.GetEntry(name.c_str()) != nullptr) != mustExist) {
+                const wchar_t* const format = mustExist ? L"There is no entry '%s'" : L"There is an entry '%s' already";
+                throw ZelCore::CFormatException(CString::Format(format, name.c_str()).c_str(),
+                                                ZEL_SITE(L"Zel::OpenForUpdate"));
+            }
+        }
+    } // closed again
+    return {options.GetArchive().c_str(), ZipArchiveMode::Update};
+}
+
+/// The same for files to read into it.
+CZipArchive OpenForUpdate(const Options& options, const std::vector<Source>& sources, bool mustExist) {
+    std::vector<std::wstring> names;
+    for (const Source& source : sources) {
+        names.push_back(source.entryName);
+        if (!IsFolderName(source.entryName)) {
+            OpenForReading(source.path);
+        }
+    }
+    return OpenForUpdate(options, names, mustExist);
+}
+
 void Add(const Options& options) {
     const std::vector<Source> sources = CollectSources(options.GetItems());
-    CZipArchive archive(options.GetArchive().c_str(), ZipArchiveMode::Update);
-    AddSources(archive, sources, options.store);
+    {
+        CZipArchive archive = OpenForUpdate(options, sources, false);
+        AddSources(archive, sources, options.store);
+    }
     Print(CString::Format(L"%I64u entries added\n", static_cast<std::uint64_t>(sources.size())));
 }
 
 void Update(const Options& options) {
     const std::vector<Source> sources = CollectSources(options.GetItems());
-    CZipArchive archive(options.GetArchive().c_str(), ZipArchiveMode::Update);
-    PutSources(
-        sources, [&](const wchar_t* name, CStream& data) { archive.UpdateEntry(name, data); },
-        [&](const wchar_t* name) { archive.UpdateEntry(name, nullptr, 0); });
+    {
+        CZipArchive archive = OpenForUpdate(options, sources, true);
+        PutSources(
+            sources, [&](const wchar_t* name, CStream& data) { archive.UpdateEntry(name, data); },
+            [&](const wchar_t* name) { archive.UpdateEntry(name, nullptr, 0); });
+    }
     Print(CString::Format(L"%I64u entries updated\n", static_cast<std::uint64_t>(sources.size())));
 }
 
 void Delete(const Options& options) {
     const std::vector<std::wstring> names = options.GetItems();
-    CZipArchive archive(options.GetArchive().c_str(), ZipArchiveMode::Update);
-    for (const std::wstring& name : names) {
-        archive.DeleteEntry(name.c_str());
+    {
+        CZipArchive archive = OpenForUpdate(options, names, true);
+        for (const std::wstring& name : names) {
+            archive.DeleteEntry(name.c_str());
+        }
     }
     Print(CString::Format(L"%I64u entries deleted\n", static_cast<std::uint64_t>(names.size())));
 }
@@ -182,11 +226,11 @@ public:
 
 void CheckSize(const std::wstring& name, std::uint64_t size, const CZipArchiveEntry& entry) {
     if (size != entry.GetUncompressedSize()) {
-        throw ZelCore::CFormatException(CString::Format(L"Entry '%s' has %I64u bytes where the archive says %lu",
-                                                        name.c_str(), size,
-                                                        static_cast<unsigned long>(entry.GetUncompressedSize()))
-                                            .c_str(),
-                                        ZEL_SITE(L"Zel::CheckSize"));
+        throw ZelCore::CFormatException(
+            CString::Format(L"Entry '%s' has %I64u bytes or more where the archive says %lu", name.c_str(), size,
+                            static_cast<unsigned long>(entry.GetUncompressedSize()))
+                .c_str(),
+            ZEL_SITE(L"Zel::CheckSize"));
     }
 }
 
@@ -199,7 +243,7 @@ void Test(const Options& options) {
         if (!name.empty()) {
             Sink sink;
             const auto entry = archive.GetEntry(name.c_str());
-            CheckSize(name, CopyStream(entry->GetStream(), sink, progress), *entry);
+            CheckSize(name, CopyStream(entry->GetStream(), sink, progress, entry->GetUncompressedSize()), *entry);
         }
     }
     Print(CString::Format(L"%I64u entries are complete\n", static_cast<std::uint64_t>(names.size())));
@@ -225,8 +269,9 @@ std::vector<std::wstring> ChooseNames(const CZipArchive& archive, const std::vec
 void ExtractEntry(const CZipArchive& archive, const std::wstring& name, const std::wstring& path, bool overwrite,
                   Progress& progress) {
     const auto entry = archive.GetEntry(name.c_str());
-    WriteNewFile(path, overwrite,
-                 [&](CStream& file) { CheckSize(name, CopyStream(entry->GetStream(), file, progress), *entry); });
+    WriteNewFile(path, overwrite, [&](CStream& file) {
+        CheckSize(name, CopyStream(entry->GetStream(), file, progress, entry->GetUncompressedSize()), *entry);
+    });
 }
 
 void Extract(const Options& options) {

@@ -145,7 +145,28 @@ class Formats(unittest.TestCase):
         self.assertIn("Error 2", zel("zip", "create", "b.zip", "tree", "missing", status=1))
         self.assertFalse(os.path.exists("b.zip"))
         zel("zip", "create", "a.zip", "tree", status=1)
+        zel("zip", "create", "a.zip", ".", "--overwrite", status=0)
+        with zipfile.ZipFile("a.zip") as archive:
+            before = archive.namelist()
+        zel("zip", "delete", "a.zip", "tree/one", "missing", status=1)
+        zel("zip", "add", "a.zip", "tree/one", "missing", status=1)
+        with zipfile.ZipFile("a.zip") as archive:
+            self.assertEqual(archive.namelist(), before)
         zel("zip", "frobnicate", status=2)
+
+    def test_updates_lose_nothing(self):
+        with zipfile.ZipFile("many.zip", "w") as archive:
+            for i in range(65_540):
+                archive.writestr(f"{i}", b"")
+        with open("many.zip", "rb") as file:
+            before = file.read()
+        zel("zip", "delete", "many.zip", "5", status=1)
+        with open("many.zip", "rb") as file:
+            self.assertEqual(file.read(), before)
+        os.mkdir("[1,2]")
+        zel("zip", "create", "a.zip", "[1,2]")
+        with zipfile.ZipFile("a.zip") as archive:
+            self.assertEqual(archive.namelist(), ["[1,2]/"])
 
     def test_gzip_both_ways(self):
         for name, data in contents().items():

@@ -32,6 +32,7 @@ constexpr std::uint64_t Largest32 = 0xFFFFFFFF;
 constexpr std::size_t Largest16 = 0xFFFF;
 constexpr std::uint16_t Stored = 0;
 constexpr std::uint16_t Deflated = 8;
+constexpr std::uint16_t IsEncrypted = 1u << 0;
 constexpr std::uint16_t HasDataDescriptor = 1u << 3;
 
 using Bytes = std::vector<unsigned char>;
@@ -564,15 +565,21 @@ void CZipArchive::impl::ReadDirectory() {
     m_end.Read(m_file);
     m_file.Seek(m_end.directoryOffset, SeekOrigin::Begin);
     CReadAhead source(m_file);
+    std::uint64_t directorySize = 0;
     for (unsigned i = 0; i < m_end.totalEntries; ++i) {
         CEntryRecord record;
         record.header.Read(source);
+        directorySize += record.header.GetSize();
         std::wstring name = record.header.GetName();
         const std::size_t before = m_table.size();
         m_table.emplace_hint(m_table.end(), std::move(name), std::move(record));
         if (m_table.size() == before && m_mode != ZipArchiveMode::Read) {
             ThrowInvalidArchive(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::CZipArchive"));
         }
+    }
+    // More records than the end record counts, as in archives of more than 65,535 entries, would not be saved.
+    if (m_mode != ZipArchiveMode::Read && directorySize != m_end.directorySize) {
+        ThrowInvalidArchive(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::CZipArchive"));
     }
 }
 
@@ -733,7 +740,9 @@ void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
         ThrowInvalidEntry(entry.first, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
     }
     file.Close();
-    header.flags &= static_cast<std::uint16_t>(~HasDataDescriptor); // the rewritten header has the sizes itself
+    if ((header.flags & IsEncrypted) == 0) { // an encrypted entry's password check goes by the flag
+        header.flags &= static_cast<std::uint16_t>(~HasDataDescriptor); // the rewritten header has the sizes itself
+    }
     entry.second.stagingPath = std::move(path);
     guard.Keep();
 }
@@ -760,8 +769,8 @@ void CZipArchive::impl::Save() {
     if (m_mode == ZipArchiveMode::Create) {
         CheckLimits(static_cast<std::uint64_t>(m_file.GetPosition()));
     } else {
+        CheckLimits(0); // before the staging, which takes as much room as the entries say
         EnsureEntriesLoaded();
-        CheckLimits(0);
         m_file.Seek(0, SeekOrigin::Begin); // SetLength keeps the position
         m_file.SetLength(0);
     }

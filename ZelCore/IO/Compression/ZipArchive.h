@@ -37,7 +37,8 @@ enum class ZipArchiveMode : int {
 class ZELCORE_API CZipArchive {
 public:
     /// Opens an archive. Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for
-    /// Update also when two entries share a name, since the rewrite would lose one of them. (Read finds the first.)
+    /// Update also when two entries share a name or the directory holds more than its end record says, since the
+    /// rewrite would lose entries. (Read finds the first.)
     /// What opening the file and creating the staging folder fail with passes through.
     CZipArchive(const wchar_t* path, ZipArchiveMode mode);
 

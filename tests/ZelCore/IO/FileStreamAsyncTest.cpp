@@ -238,6 +238,21 @@ TEST_F(AsyncFileStream, TheCallbackMayGoOnOrDestroyTheStream) {
     }
 }
 
+TEST_F(AsyncFileStream, TheCallbackMayDestroyTheStreamWithANewOperationUnderWay) {
+    const std::string data = MakeText(100'000);
+    for (int round = 0; round < 200; ++round) {
+        auto* stream = new CFileStream(Open());
+        Callback first;
+        first.action = [&](const IAsyncResult* result) {
+            stream->EndWrite(result);
+            stream->BeginWrite(Bytes(data), data.size(), nullptr, nullptr);
+            delete stream;
+        };
+        stream->BeginWrite(Bytes(data), data.size(), &first, nullptr);
+        first.Wait();
+    }
+}
+
 TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
     // A write function that starts nothing and reports it as pending: the test delivers the completion.
     static OVERLAPPED* s_overlapped = nullptr;
