@@ -186,6 +186,8 @@ TEST_F(FileStream, EveryFailingSystemCallSurfacesWithItsCode) {
         stream.Lock(0, 1, CFileStream::LockType::Exclusive);
         stream.Unlock(0, 1);
     };
+    useAll(); // what a process opens once is open now
+    ::Sleep(300);
     const int handles = CountHandles();
     Sweep([&](int n) {
         calls.FailOn(n);
