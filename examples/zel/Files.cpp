@@ -1,5 +1,6 @@
 #include "Files.h"
 
+#include "ZelCore/FormatException.h"
 #include "ZelCore/IO/Directory.h"
 #include "ZelCore/IO/File.h"
 #include "ZelCore/IO/Path.h"
@@ -33,7 +34,12 @@ std::wstring Join(const std::wstring& folder, const std::wstring& name) {
 }
 
 [[noreturn]] void ThrowUnreadable(const std::filesystem::filesystem_error& e, const std::wstring& path) {
-    throw CWin32Exception(static_cast<unsigned long>(e.code().value()), path.c_str(), ZEL_SITE(L"Zel::CollectSources"));
+    if (e.code().category() == std::system_category()) {
+        throw CWin32Exception(static_cast<unsigned long>(e.code().value()), path.c_str(),
+                              ZEL_SITE(L"Zel::CollectSources"));
+    }
+    throw ZelCore::CFormatException((path + L": " + FromUtf8(e.code().message())).c_str(),
+                                    ZEL_SITE(L"Zel::CollectSources"));
 }
 
 /// Links may lead in circles.

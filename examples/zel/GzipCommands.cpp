@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
 
 namespace Zel {
@@ -20,6 +21,43 @@ struct Options {
     std::string source;
     std::string target;
     bool overwrite = false;
+};
+
+/// A compressed file whose last part is read byte by byte: then the place where the reader stops tells whether
+/// something follows its data.
+class CarefulInput final : public CStream {
+public:
+    explicit CarefulInput(CFileStream& file) : m_file(file), m_left(file.GetLength()) {}
+
+    bool IsAtEnd() const {
+        return m_left == 0;
+    }
+    void Close() override {}
+    void Flush() override {}
+    StreamCapabilities GetCapabilities() const override {
+        return StreamCapabilities::CanRead;
+    }
+    std::int64_t GetLength() const override {
+        return m_file.GetLength();
+    }
+    std::int64_t GetPosition() const override {
+        return GetLength() - m_left;
+    }
+    std::size_t Read(unsigned char* buffer, std::size_t count) override {
+        constexpr std::int64_t carefulPart = 65536;
+        const std::int64_t wanted = m_left > carefulPart ? m_left - carefulPart : 1;
+        const std::size_t read = m_file.Read(buffer, std::min(count, static_cast<std::size_t>(wanted)));
+        m_left -= static_cast<std::int64_t>(read);
+        return read;
+    }
+    std::int64_t Seek(std::int64_t, SeekOrigin) override {
+        return GetPosition();
+    }
+    void Write(const unsigned char*, std::size_t) override {}
+
+private:
+    CFileStream& m_file;
+    std::int64_t m_left;
 };
 
 void Compress(const Options& options) {
@@ -47,8 +85,13 @@ void Decompress(const Options& options) {
     CFileStream input = OpenForReading(source);
     Progress progress(0);
     WriteNewFile(target, options.overwrite, [&](CStream& output) {
-        CDeflateStream gzip(input, CompressionMode::Decompress, true);
+        CarefulInput whole(input);
+        CDeflateStream gzip(whole, CompressionMode::Decompress, true);
         CopyStream(gzip, output, progress);
+        if (!whole.IsAtEnd()) {
+            throw ZelCore::CFormatException((source + L" goes on behind its first member").c_str(),
+                                            ZEL_SITE(L"Zel::Decompress"));
+        }
     });
 }
 

@@ -336,15 +336,21 @@ void AddZipCommands(CLI::App& app) {
     AddCommand(zip, "test", "Read every entry to its end and compare the sizes", &Test, options)
         .footer("Checksums are not verified: `unzip -t` does that.");
 
+    const char* const rewriting = "The archive is written anew: what stands in front of its entries, such as the\n"
+                                  "program of a self-extracting archive, is dropped.";
+
     CLI::App& add = AddCommand(zip, "add", "Add files and folders to an archive", &Add, options);
     addSources(add);
     addStore(add);
+    add.footer(rewriting);
 
     CLI::App& update = AddCommand(zip, "update", "Replace the data of entries that the archive has", &Update, options);
     addSources(update);
+    update.footer(rewriting);
 
     CLI::App& remove = AddCommand(zip, "delete", "Delete entries from an archive", &Delete, options);
     remove.add_option("entry", options->items, "The names of the entries, as `zel zip list` shows them")->required();
+    remove.footer(rewriting);
 }
 
 } // namespace Zel

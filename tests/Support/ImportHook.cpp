@@ -5,7 +5,6 @@
 #include <windows.h>
 
 #include <cstring>
-#include <winternl.h>
 
 namespace ZelTest {
 
@@ -154,30 +153,6 @@ void Sweep(const std::function<bool(int)>& action) {
         }
     }
     EXPECT_GT(n, 1) << "nothing was made to fail";
-}
-
-int CountHandles() {
-    struct Entry {
-        ULONG process;
-        BYTE type, flags;
-        USHORT handle;
-        void* object;
-        ULONG access;
-    };
-    constexpr auto handleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-    std::vector<unsigned char> buffer(1 << 20);
-    ULONG size = 0;
-    while (::NtQuerySystemInformation(handleInformation, buffer.data(), static_cast<ULONG>(buffer.size()), &size) < 0) {
-        buffer.resize(buffer.size() * 2);
-    }
-    ULONG count = 0;
-    std::memcpy(&count, buffer.data(), sizeof(count));
-    const auto* entries = reinterpret_cast<const Entry*>(buffer.data() + sizeof(void*));
-    int own = 0;
-    for (ULONG i = 0; i < count; ++i) {
-        own += (entries[i].process & 0xFFFF) == (::GetCurrentProcessId() & 0xFFFF) ? 1 : 0;
-    }
-    return own;
 }
 
 } // namespace ZelTest

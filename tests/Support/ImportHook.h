@@ -13,6 +13,13 @@ class ImportHook {
 public:
     /// Fails the running test when the module does not import the function.
     ImportHook(const char* function, void* replacement, const wchar_t* module = L"ZelCore.dll");
+    /// The replacement is a lambda without captures.
+    template <class Lambda>
+    requires requires(Lambda lambda) {
+        +lambda;
+    }
+    ImportHook(const char* function, Lambda replacement)
+        : ImportHook(function, reinterpret_cast<void*>(+replacement)) {}
     ImportHook(const ImportHook&) = delete;
     ImportHook& operator=(const ImportHook&) = delete;
     ~ImportHook();
@@ -79,8 +86,5 @@ private:
 
 /// Runs `action(n)` for n = 1, 2, ... until it returns false: until no call was left to fail.
 void Sweep(const std::function<bool(int)>& action);
-
-/// The number of handles that this process has open.
-int CountHandles();
 
 } // namespace ZelTest

@@ -1,19 +1,12 @@
-#include "Support/Expect.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/Convert.h"
-#include "ZelCore/FormatException.h"
-
-#include <cstring>
-
-using namespace ZelCore;
-using namespace ZelTest;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using Blob = std::vector<unsigned char>;
 
-Bytes ToBytes(const char* text) {
+Blob ToBytes(const char* text) {
     return {text, text + std::strlen(text)};
 }
 
@@ -26,7 +19,7 @@ TEST(Convert, Base64FollowsTheVectorsOfRfc4648) {
     const char* plain[] = {"f", "fo", "foo", "foob", "fooba", "foobar"};
     const wchar_t* encoded[] = {L"Zg==", L"Zm8=", L"Zm9v", L"Zm9vYg==", L"Zm9vYmE=", L"Zm9vYmFy"};
     for (std::size_t i = 0; i < std::size(plain); ++i) {
-        const Bytes bytes = ToBytes(plain[i]);
+        const Blob bytes = ToBytes(plain[i]);
         EXPECT_EQ(CConvert::ToBase64String(bytes.data(), bytes.size(), false), encoded[i]);
         EXPECT_EQ(CConvert::FromBase64String(encoded[i]), bytes);
     }
@@ -36,7 +29,7 @@ TEST(Convert, Base64FollowsTheVectorsOfRfc4648) {
 
 TEST(Convert, Base64BreaksLinesOnlyBetweenThem) {
     for (std::size_t size = 0; size < 400; ++size) {
-        Bytes bytes(size + 1);
+        Blob bytes(size + 1);
         for (std::size_t i = 0; i < size; ++i) {
             bytes[i] = static_cast<unsigned char>(i * 7 + size);
         }
@@ -74,14 +67,14 @@ TEST(Convert, Base64RefusesEverythingElse) {
         ExpectThrow<CFormatException>([&] { CConvert::FromBase64String(row.text); },
                                       {.message = L"Invalid base 64 string", .method = row.method});
     }
-    EXPECT_EQ(CConvert::FromBase64String(L" \r\n\t"), Bytes());
+    EXPECT_EQ(CConvert::FromBase64String(L" \r\n\t"), Blob());
     EXPECT_EQ(CConvert::FromBase64String(L"Z m\n9\tv"), ToBytes("foo"));
     EXPECT_EQ(CConvert::FromBase64String(L"Zm9v Zg =\r= "), ToBytes("foof"));
     ExpectThrow<CArgumentNullException>([] { CConvert::FromBase64String(nullptr); }, {.param = L"value"});
 }
 
 TEST(Convert, HexadecimalBothWays) {
-    Bytes all(256);
+    Blob all(256);
     for (std::size_t i = 0; i < all.size(); ++i) {
         all[i] = static_cast<unsigned char>(i);
     }
@@ -89,8 +82,8 @@ TEST(Convert, HexadecimalBothWays) {
     EXPECT_EQ(text.substr(0, 8), L"00010203");
     EXPECT_EQ(text.substr(504), L"FCFDFEFF");
     EXPECT_EQ(CConvert::FromHexString(text.c_str()), all);
-    EXPECT_EQ(CConvert::FromHexString(L"0a0B"), (Bytes{10, 11}));
-    EXPECT_EQ(CConvert::FromHexString(L""), Bytes());
+    EXPECT_EQ(CConvert::FromHexString(L"0a0B"), (Blob{10, 11}));
+    EXPECT_EQ(CConvert::FromHexString(L""), Blob());
     EXPECT_EQ(CConvert::ToHexString(all.data(), 0), L"");
     for (const wchar_t* bad : {L"abc", L"0g", L"g0", L"0x", L" 0", L"\u01300", L"0\u0661"}) {
         ExpectThrow<CFormatException>([&] { CConvert::FromHexString(bad); }, {.message = L"Invalid base 16 string"});

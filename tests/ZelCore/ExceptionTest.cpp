@@ -1,32 +1,19 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/Configuration/ConfigurationException.h"
-#include "ZelCore/FormatException.h"
 #include "ZelCore/IO/IOException.h"
-#include "ZelCore/InvalidOperationException.h"
 #include "ZelCore/NotImplementedException.h"
-#include "ZelCore/NotSupportedException.h"
 #include "ZelCore/Remoting/RpcException.h"
 #include "ZelCore/TimeoutException.h"
 #include "ZelNet/Sockets/SocketException.h"
 #include "ZelWin32/ComException.h"
 #include "ZelWin32/WNetException.h"
-#include "ZelWin32/Win32Exception.h"
 #include "ZelXml/XmlException.h"
 
-#include <windows.h>
-
 #include <comdef.h>
-#include <cstring>
 #include <memory>
-#include <vector>
 
-using namespace ZelCore;
-using namespace ZelTest;
 using ZelWin32::CComException;
-using ZelWin32::CWin32Exception;
 
 namespace {
 
@@ -110,16 +97,16 @@ TEST(Exception, SystemTextsHaveNoLineBreaksAndUnknownCodesSaySo) {
     EXPECT_EQ(ZelWin32::CWNetException::FormatMessageW(5), known);
     EXPECT_EQ(ZelWin32::CWNetException::FormatMessageW(1208), CWin32Exception::FormatMessageW(1208));
     // A provider's text and a status without text come from calls that are hard to provoke: replace them.
-    static const auto provider = +[](DWORD* code, wchar_t* text, DWORD, wchar_t* name, DWORD) -> DWORD {
+    static const auto provider = [](DWORD* code, wchar_t* text, DWORD, wchar_t* name, DWORD) -> DWORD {
         *code = 77;
         std::wcscpy(text, L"no carrier");
         std::wcscpy(name, L"Net");
         return NO_ERROR;
     };
-    const ImportHook network("WNetGetLastErrorW", reinterpret_cast<void*>(provider));
+    const ImportHook network("WNetGetLastErrorW", provider);
     EXPECT_EQ(ZelWin32::CWNetException::FormatMessageW(1208), L"Net failed with code 77: no carrier");
-    static const auto noText = +[](long, wchar_t*) -> long { return 87; };
-    const ImportHook rpc("DceErrorInqTextW", reinterpret_cast<void*>(noText));
+    static const auto noText = [](long, wchar_t*) -> long { return 87; };
+    const ImportHook rpc("DceErrorInqTextW", noText);
     EXPECT_STREQ(Remoting::CRpcException(1999, SITE).GetErrorMessage(), L"Unknown error 1999");
 }
 

@@ -1,20 +1,11 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/Guid.h"
 #include "ZelCore/ResourceManager.h"
 #include "ZelCore/Version.h"
 #include "ZelWin32/PEModule.h"
-#include "ZelWin32/Win32Exception.h"
-
-#include <windows.h>
 
 #include <climits>
-
-using namespace ZelCore;
-using namespace ZelTest;
-using ZelWin32::CWin32Exception;
 
 TEST(Guid, TextAndBytes) {
     const wchar_t* const text = L"00112233-4455-6677-8899-aabbccddeeff";

@@ -1,14 +1,8 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/String.h"
-#include "ZelWin32/Win32Exception.h"
 
 #include <climits>
-
-using namespace ZelCore;
-using namespace ZelTest;
 
 TEST(String, FormatsLikeTheRuntime) {
     EXPECT_EQ(CString::Format(L"%s|%S|%d|%lu|%04hu|%+03d|%I64u|%c", L"wide", "narrow", -1, 4000000000ul, 7, 5,
@@ -31,8 +25,8 @@ TEST(String, RefusesBadFormats) {
                                         {.method = L"ZelCore::CString::FormatPositional"});
     ExpectThrow<CArgumentNullException>([] { CString::FormatPositionalV(nullptr, {}); },
                                         {.method = L"ZelCore::CString::FormatPositionalV"});
-    static const auto fails = +[](const wchar_t*, va_list) { return -1; };
-    const ImportHook hook("_vscwprintf", reinterpret_cast<void*>(fails));
+    static const auto fails = [](const wchar_t*, va_list) { return -1; };
+    const ImportHook hook("_vscwprintf", fails);
     ExpectThrow<CArgumentException>([] { CString::Format(L"x"); }, {.param = L"format"});
 }
 
@@ -82,13 +76,13 @@ TEST(String, ConvertsCodePages) {
     EXPECT_EQ(CString::ToWideChar("", -1, 65001), L"");
     ExpectThrow<CArgumentNullException>([] { CString::ToMultiByte(nullptr, 0, 65001); }, {.param = L"value"});
     ExpectThrow<CArgumentNullException>([] { CString::ToWideChar(nullptr, 0, 65001); }, {.param = L"value"});
-    ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToMultiByte(L"a", 0, 65001); }, {.code = 87});
-    ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToWideChar("a", 1, 12345); }, {.code = 87});
+    ExpectThrow<CWin32Exception>([] { CString::ToMultiByte(L"a", 0, 65001); }, {.code = 87});
+    ExpectThrow<CWin32Exception>([] { CString::ToWideChar("a", 1, 12345); }, {.code = 87});
     FailingCalls calls({{"WideCharToMultiByte"}, {"MultiByteToWideChar"}});
     for (const int n : {1, 2}) { // measuring, converting
         calls.FailOn(n);
-        ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToMultiByte(L"a", 1, 65001); }, {.code = 1450});
+        ExpectThrow<CWin32Exception>([] { CString::ToMultiByte(L"a", 1, 65001); }, {.code = 1450});
         calls.FailOn(n);
-        ExpectThrow<ZelWin32::CWin32Exception>([] { CString::ToWideChar("a", 1, 65001); }, {.code = 1450});
+        ExpectThrow<CWin32Exception>([] { CString::ToWideChar("a", 1, 65001); }, {.code = 1450});
     }
 }

@@ -1,14 +1,10 @@
-#include "Support/Expect.h"
+#include "Support/Test.h"
 
 #include "ZelCore/Remoting/RpcException.h"
 #include "ZelWin32/SEException.h"
 
-#include <windows.h>
-
-#include <string>
 #include <thread>
 
-using namespace ZelTest;
 using ZelCore::Remoting::CRpcException;
 using ZelWin32::CSEException;
 using Sentry = CSEException::CSETranslatorSentry;
@@ -150,7 +146,7 @@ TEST(SEException, PutsBackTheTranslatorOfTheRuntime) {
     const auto set = reinterpret_cast<Set>(reinterpret_cast<void*>(::GetProcAddress(
         ::GetModuleHandleW(L"msvcrt"), "?_set_se_translator@@YAP6AXIPEAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z")));
     ASSERT_NE(set, nullptr);
-    const auto mine = +[](unsigned, EXCEPTION_POINTERS*) {};
+    const auto mine = [](unsigned, EXCEPTION_POINTERS*) {};
     {
         const Sentry sentry(mine);
         EXPECT_EQ(set(mine), mine);

@@ -184,6 +184,14 @@ class Formats(unittest.TestCase):
         self.assertIn("'-5'", zel("gunzip", "cut.gz", status=1))
         self.assertFalse(os.path.exists("cut"))
         zel("gunzip", "back", status=1)
+        noise = random.Random(2).randbytes(200_000)
+        for first in (b"a", noise):
+            with open("two.gz", "wb") as file:
+                file.write(gzip.compress(first) + gzip.compress(first))
+            self.assertIn("goes on behind", zel("gunzip", "two.gz", status=1))
+            with open("one.gz", "wb") as file:
+                file.write(gzip.compress(noise))
+            zel("gunzip", "one.gz", "back", "--overwrite")
 
 
 if __name__ == "__main__":

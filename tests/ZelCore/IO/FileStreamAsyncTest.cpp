@@ -1,24 +1,13 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
-#include "Support/Streams.h"
-#include "Support/TestFolder.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/AsyncCallback.h"
 #include "ZelCore/AsyncResult.h"
 #include "ZelCore/IO/FileStream.h"
-#include "ZelCore/InvalidOperationException.h"
-#include "ZelWin32/Win32Exception.h"
 
-#include <atomic>
-#include <functional>
 #include <memory>
 #include <thread>
 
-using namespace ZelCore;
 using namespace ZelCore::IO;
-using namespace ZelTest;
-using ZelWin32::CWin32Exception;
 
 namespace {
 
@@ -50,24 +39,13 @@ struct Callback final : CAsyncCallback {
     }
 };
 
-/// Waits until the pool has let go of the handles and memory of earlier operations.
-int CountSettledHandles() {
-    int count = CountHandles();
-    for (int i = 0; i < 50; ++i) {
-        ::Sleep(2);
-        count = std::min(count, CountHandles());
-    }
-    return count;
-}
-
 constexpr std::size_t PieceSize = 64;
 
 } // namespace
 
 TEST_F(AsyncFileStream, TenThousandOperationsFromSeveralStreamsAtOnce) {
     const std::string data = Put(L"file", MakeText(PieceSize * 100));
-    Open().Close();
-    int before = 0;
+    const HandleBalance handles;
     std::atomic<int> wrong{0};
     const auto work = [&](int kind, int operations) {
         CFileStream stream = Open();
@@ -95,20 +73,15 @@ TEST_F(AsyncFileStream, TenThousandOperationsFromSeveralStreamsAtOnce) {
                     : 1;
         }
     };
-    for (const int operations : {50, 1667}) { // the first round makes the pool and its handles
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 6; ++i) {
-            threads.emplace_back(work, i % 3, operations);
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        if (operations == 50) {
-            before = CountSettledHandles();
-        }
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 6; ++i) {
+        threads.emplace_back(work, i % 3, 1667);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
     }
     EXPECT_EQ(wrong, 0);
-    EXPECT_LT(CountSettledHandles(), before + 50) << "the pool may grow, but not with every operation";
+    EXPECT_EQ(handles.GetSettled(), 0);
 }
 
 TEST_F(AsyncFileStream, WritesAndReadsAtItsOwnPosition) {
@@ -175,12 +148,8 @@ TEST_F(AsyncFileStream, RefusesTheWrongCall) {
 
 TEST_F(AsyncFileStream, SurvivesItsEndWithAnOperationUnderWay) {
     const std::string data = MakeText(100'000);
-    int before = 0;
-    std::vector<unsigned char> buffer(data.size());
+    const HandleBalance handles;
     for (int round = 0; round < 1000; ++round) {
-        if (round == 10) {
-            before = CountSettledHandles();
-        }
         Callback callback;
         auto stream = std::make_unique<CFileStream>(Open());
         CAsyncCallback* const told = round % 3 != 0 ? &callback : nullptr;
@@ -212,7 +181,7 @@ TEST_F(AsyncFileStream, SurvivesItsEndWithAnOperationUnderWay) {
         EXPECT_EQ(callback.calls, told != nullptr ? 1 : 0) << "the end of a stream waits for the callback";
         stream.reset();
     }
-    EXPECT_LT(CountSettledHandles(), before + 50) << "the pool may grow, but not with every stream";
+    EXPECT_EQ(handles.GetSettled(), 0);
 }
 
 TEST_F(AsyncFileStream, TheCallbackMayGoOnOrDestroyTheStream) {
@@ -257,17 +226,17 @@ TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
     // A write function that starts nothing and reports it as pending: the test delivers the completion.
     static OVERLAPPED* s_overlapped = nullptr;
     static LPOVERLAPPED_COMPLETION_ROUTINE s_routine = nullptr;
-    static const auto pend = +[](HANDLE, const void*, DWORD, DWORD*, OVERLAPPED* overlapped) -> BOOL {
+    static const auto pend = [](HANDLE, const void*, DWORD, DWORD*, OVERLAPPED* overlapped) -> BOOL {
         s_overlapped = overlapped;
         ::SetLastError(ERROR_IO_PENDING);
         return FALSE;
     };
-    static const auto bind = +[](HANDLE, LPOVERLAPPED_COMPLETION_ROUTINE routine, ULONG) -> BOOL {
+    static const auto bind = [](HANDLE, LPOVERLAPPED_COMPLETION_ROUTINE routine, ULONG) -> BOOL {
         s_routine = routine;
         return TRUE;
     };
-    const ImportHook write("WriteFile", reinterpret_cast<void*>(pend));
-    const ImportHook binding("BindIoCompletionCallback", reinterpret_cast<void*>(bind));
+    const ImportHook write("WriteFile", pend);
+    const ImportHook binding("BindIoCompletionCallback", bind);
     Callback callback;
     {
         CFileStream stream = Open();
@@ -288,6 +257,13 @@ TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
         result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
         s_routine(0xC000009Cul, 0, s_overlapped); // a kernel status in place of an error code
         ExpectThrow<CWin32Exception>([&] { stream.EndWrite(result); }, {.code = 23});
+        result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
+        FailingAllocations allocations;
+        allocations.FailOn(1);
+        s_routine(ERROR_ACCESS_DENIED, 0, s_overlapped); // without the memory to keep an exception
+        EXPECT_TRUE(allocations.HasFailed());
+        allocations.FailOn(0);
+        ExpectThrow<CWin32Exception>([&] { stream.EndWrite(result); }, {.code = 5});
     }
 }
 

@@ -1,19 +1,10 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
-#include "Support/Streams.h"
-#include "Support/TestFolder.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/IO/FileStream.h"
-#include "ZelCore/InvalidOperationException.h"
-#include "ZelWin32/Win32Exception.h"
 
 #include <thread>
 
-using namespace ZelCore;
 using namespace ZelCore::IO;
-using namespace ZelTest;
-using ZelWin32::CWin32Exception;
 
 namespace {
 
@@ -150,13 +141,13 @@ TEST_F(FileStream, LocksRanges) {
 }
 
 TEST_F(FileStream, AFullDiskLosesNothingSilently) {
-    static const auto half = +[](HANDLE, const void*, DWORD size, DWORD* written, OVERLAPPED*) -> BOOL {
+    static const auto half = [](HANDLE, const void*, DWORD size, DWORD* written, OVERLAPPED*) -> BOOL {
         g_largestWrite = std::max(g_largestWrite, size);
         *written = size > 1000 ? size / 2 : 0; // what a nearly full disk does
         return TRUE;
     };
     CFileStream stream = Open();
-    const ImportHook hook("WriteFile", reinterpret_cast<void*>(half));
+    const ImportHook hook("WriteFile", half);
     ExpectThrow<CWin32Exception>([&] { stream.Write(Bytes("x"), 6000); }, {.code = ERROR_DISK_FULL});
     EXPECT_EQ(stream.GetPosition(), 5250) << "3000 + 1500 + 750";
     g_largestWrite = 0;

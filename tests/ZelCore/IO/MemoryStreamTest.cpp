@@ -1,14 +1,8 @@
-#include "Support/Expect.h"
-#include "Support/Streams.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/IO/ReadOnlyRefMemoryStream.h"
-#include "ZelCore/InvalidOperationException.h"
-#include "ZelCore/NotSupportedException.h"
 
-using namespace ZelCore;
 using namespace ZelCore::IO;
-using namespace ZelTest;
 
 namespace {
 

@@ -1,17 +1,10 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
-#include "Support/TestFolder.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/IO/Directory.h"
 #include "ZelCore/IO/File.h"
 #include "ZelCore/IO/Path.h"
-#include "ZelWin32/Win32Exception.h"
 
-using namespace ZelCore;
 using namespace ZelCore::IO;
-using namespace ZelTest;
-using ZelWin32::CWin32Exception;
 
 namespace {
 
@@ -88,8 +81,8 @@ TEST_F(Paths, AsksTheSystem) {
     ExpectThrow<CWin32Exception>([] { CPath::GetTempPathW(); }, {.code = ERROR_INSUFFICIENT_BUFFER});
     calls.FailOn(2);
     ExpectThrow<CWin32Exception>([&] { CPath::GetFullPath(L"x"); }, {.code = 1450});
-    static const auto tooLong = +[](DWORD, wchar_t*) -> DWORD { return 300; };
-    const ImportHook hook("GetTempPathW", reinterpret_cast<void*>(tooLong));
+    static const auto tooLong = [](DWORD, wchar_t*) -> DWORD { return 300; };
+    const ImportHook hook("GetTempPathW", tooLong);
     ExpectThrow<CWin32Exception>([] { CPath::GetTempPathW(); }, {.code = ERROR_INSUFFICIENT_BUFFER});
 }
 
@@ -168,11 +161,11 @@ TEST_F(FilesAndFolders, CopyMoveDelete) {
     CFile::Delete((missing + L"\\file").c_str(), false);
     CFile::Delete(b.c_str(), true);
     static std::vector<DWORD> s_flags;
-    static const auto move = +[](const wchar_t*, const wchar_t*, DWORD flags) -> BOOL {
+    static const auto move = [](const wchar_t*, const wchar_t*, DWORD flags) -> BOOL {
         s_flags.push_back(flags);
         return TRUE;
     };
-    const ImportHook hook("MoveFileExW", reinterpret_cast<void*>(move));
+    const ImportHook hook("MoveFileExW", move);
     for (const int choice : {0, 1, 2, 3}) {
         CFile::Move(L"a", L"b", (choice & 1) != 0, (choice & 2) != 0);
     }
@@ -189,11 +182,11 @@ TEST_F(FilesAndFolders, CreateMakesEveryLevel) {
         [&] { CDirectory::Create(At(L"file\\x").c_str(), nullptr); },
         {.contains = (L"Could not create the part '" + At(L"file\\x\\") + L"' of directory '" + At(L"file\\x") + L"'")
                          .c_str()});
-    static const auto record = +[](const wchar_t* path, SECURITY_ATTRIBUTES* security) -> BOOL {
+    static const auto record = [](const wchar_t* path, SECURITY_ATTRIBUTES* security) -> BOOL {
         g_created.push_back(path + std::wstring(security != nullptr ? L"*" : L""));
         return TRUE;
     };
-    const ImportHook hook("CreateDirectoryW", reinterpret_cast<void*>(record));
+    const ImportHook hook("CreateDirectoryW", record);
     const struct {
         const wchar_t* path;
         std::vector<std::wstring> levels;
@@ -244,10 +237,10 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
         CDirectory::Delete(missing.c_str(), recursive, false);
         ExpectThrow<CWin32Exception>([&] { CDirectory::Delete(missing.c_str(), recursive, true); }, {.code = 2});
     }
-    static const auto aborted = +[](SHFILEOPSTRUCTW* operation) -> int {
+    static const auto aborted = [](SHFILEOPSTRUCTW* operation) -> int {
         operation->fAnyOperationsAborted = TRUE;
         return operation->pFrom[std::wcslen(operation->pFrom) + 1] == L'\0' && operation->fFlags == 0x614 ? 0 : 99;
     };
-    const ImportHook hook("SHFileOperationW", reinterpret_cast<void*>(aborted));
+    const ImportHook hook("SHFileOperationW", aborted);
     ExpectThrow<CWin32Exception>([&] { CDirectory::Delete(tree.c_str(), true, false); }, {.code = ERROR_CANCELLED});
 }

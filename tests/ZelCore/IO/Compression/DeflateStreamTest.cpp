@@ -1,18 +1,11 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
-#include "Support/Streams.h"
+#include "Support/Test.h"
 
-#include "ZelCore/ArgumentNullException.h"
 #include "ZelCore/IO/Compression/DeflateStream.h"
 #include "ZelCore/IO/IOException.h"
 #include "ZelCore/IO/ReadOnlyRefMemoryStream.h"
-#include "ZelCore/InvalidOperationException.h"
-#include "ZelCore/NotSupportedException.h"
 
-using namespace ZelCore;
 using namespace ZelCore::IO;
 using namespace ZelCore::IO::Compression;
-using namespace ZelTest;
 
 namespace {
 

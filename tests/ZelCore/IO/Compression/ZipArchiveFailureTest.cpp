@@ -1,20 +1,12 @@
-#include "Support/Expect.h"
-#include "Support/ImportHook.h"
-#include "Support/Streams.h"
-#include "Support/TestFolder.h"
+#include "Support/Test.h"
 
 #include "ZelCore/IO/Compression/ZipArchive.h"
 #include "ZelCore/IO/IOException.h"
-#include "ZelCore/InvalidOperationException.h"
-#include "ZelWin32/Win32Exception.h"
 
-#include <functional>
 #include <new>
 
-using namespace ZelCore;
 using namespace ZelCore::IO;
 using namespace ZelCore::IO::Compression;
-using namespace ZelTest;
 
 namespace {
 
@@ -71,7 +63,7 @@ protected:
         }
         const bool failed = hasFailed();
         setFailing(false);
-        EXPECT_EQ(CountHandles(), handles);
+        EXPECT_EQ(handles.Get(), 0);
         EXPECT_TRUE(IsTemporaryFolderEmpty());
         if (thrown && !g_rewriting) {
             EXPECT_EQ(Get(L"test.zip"), original) << "changed before it was rewritten";
@@ -81,7 +73,7 @@ protected:
 
     std::string text;
     std::string original;
-    int handles = 0;
+    HandleBalance handles;
 };
 
 } // namespace
@@ -89,7 +81,6 @@ protected:
 TEST_F(ZipArchiveFailure, TheNthFailingSystemCallLeavesNothingBehind) {
     original = Get(L"test.zip");
     UseAll();
-    handles = CountHandles();
     const ImportHook hook("SetEndOfFile", reinterpret_cast<void*>(&NoteRewrite));
     FailingCalls calls({{"CreateFileW", ~std::uintptr_t{0}},
                         {"ReadFile"},
@@ -117,7 +108,6 @@ TEST_F(ZipArchiveFailure, TheNthFailingSystemCallLeavesNothingBehind) {
 TEST_F(ZipArchiveFailure, TheNthFailingAllocationLeavesNothingBehind) {
     original = Get(L"test.zip");
     UseAll();
-    handles = CountHandles();
     const ImportHook hook("SetEndOfFile", reinterpret_cast<void*>(&NoteRewrite));
     FailingAllocations allocations;
     Sweep([&](int n) {
@@ -151,7 +141,7 @@ TEST_F(ZipArchiveFailure, AFailingSourceLeavesTheArchiveAsItWas) {
 TEST_F(ZipArchiveFailure, TheDestructorReportsAFailingSaveUnlessAnotherExceptionIsOnItsWay) {
     FailingCalls calls({{"FlushFileBuffers", 0, 29}});
     calls.FailOn(1);
-    ExpectThrow<ZelWin32::CWin32Exception>([&] { CZipArchive(Path().c_str(), Update); }, {.code = 29});
+    ExpectThrow<CWin32Exception>([&] { CZipArchive(Path().c_str(), Update); }, {.code = 29});
     EXPECT_TRUE(IsTemporaryFolderEmpty());
     calls.FailOn(1);
     ExpectThrow<CFormatException>([&] {
@@ -162,10 +152,10 @@ TEST_F(ZipArchiveFailure, TheDestructorReportsAFailingSaveUnlessAnotherException
     calls.FailOn(1);
     CZipArchive target(Path().c_str(), Update);
     CZipArchive source(At(L"other.zip").c_str(), Create);
-    ExpectThrow<ZelWin32::CWin32Exception>([&] { target = std::move(source); }, {.code = 29});
+    ExpectThrow<CWin32Exception>([&] { target = std::move(source); }, {.code = 29});
     EXPECT_TRUE(target.GetEntryNames().empty()) << "it has taken over the source all the same";
-    static const auto locked = +[](void*) -> int { return 32; };
-    const ImportHook hook("SHFileOperationW", reinterpret_cast<void*>(locked));
+    static const auto locked = [](void*) -> int { return 32; };
+    const ImportHook hook("SHFileOperationW", locked);
     EXPECT_NO_THROW(CZipArchive(Path().c_str(), Update)) << "a staging folder that stays is no failure";
     std::filesystem::remove_all(At(L"tmp"));
     std::filesystem::create_directories(At(L"tmp"));
@@ -211,19 +201,19 @@ TEST_F(ZipArchiveFailure, NamesTheLimitsOfTheFormat) {
     // A file position beyond 4 GiB: the archive lies behind something large.
     static std::int64_t s_offset;
     s_offset = 0;
-    static const auto write = +[](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* o) -> BOOL {
+    static const auto write = [](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* o) -> BOOL {
         if (size == 4096 && s_offset != 0) { // pretends to have written a lot
             *written = size;
             return TRUE;
         }
         return ::WriteFile(file, data, size, written, o);
     };
-    const ImportHook hook("WriteFile", reinterpret_cast<void*>(write));
-    static const auto length = +[](HANDLE, LARGE_INTEGER* size) -> BOOL {
+    const ImportHook hook("WriteFile", write);
+    static const auto length = [](HANDLE, LARGE_INTEGER* size) -> BOOL {
         size->QuadPart = s_offset;
         return TRUE;
     };
-    const ImportHook sizes("GetFileSizeEx", reinterpret_cast<void*>(length));
+    const ImportHook sizes("GetFileSizeEx", length);
     CZipArchive archive(At(L"large.zip").c_str(), Create);
     s_offset = 0x1'0000'0000;
     ExpectThrow<CInvalidOperationException>([&] { archive.AddEntry(L"big", Bytes("x"), 1, true); },

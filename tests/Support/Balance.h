@@ -1,0 +1,89 @@
+#pragma once
+
+#include "Support/ImportHook.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <deque>
+#include <tuple>
+#include <type_traits>
+
+namespace ZelTest {
+
+/// Counts the successful calls of the library that make something against those that release it.
+class Balance {
+public:
+    /// \param step 1 for a call that makes something, -1 for one that releases it
+    template <auto Function> Balance& Count(const char* name, int step) {
+        Counted<Function, decltype(Function)>::Install(*this, name, step);
+        return *this;
+    }
+    int Get() const {
+        return m_open;
+    }
+    /// The same for what other threads are about to release.
+    int GetSettled() const {
+        for (int i = 0; i < 200 && m_open != 0; ++i) {
+            ::Sleep(5);
+        }
+        return m_open;
+    }
+    /// How many calls made something: a balance of nothing proves nothing.
+    int GetMade() const {
+        return m_made;
+    }
+
+private:
+    template <auto Function, class Type> struct Counted;
+    template <auto Function, class Result, class... Arguments> struct Counted<Function, Result (*)(Arguments...)> {
+        static inline Result (*s_original)(Arguments...) = nullptr;
+        static inline Balance* s_balance = nullptr;
+        static inline int s_step = 0;
+
+        static Result Call(Arguments... arguments) {
+            if constexpr (std::is_void_v<Result>) {
+                s_original(arguments...);
+                s_balance->Add(std::get<0>(std::tuple(arguments...)) != nullptr ? s_step : 0);
+            } else {
+                const Result result = s_original(arguments...);
+                s_balance->Add(HasSucceeded(result) ? s_step : 0);
+                return result;
+            }
+        }
+        static void Install(Balance& balance, const char* name, int step) {
+            s_balance = &balance;
+            s_step = step;
+            const ImportHook& hook = balance.m_hooks.emplace_back(name, reinterpret_cast<void*>(&Call));
+            s_original = hook.GetOriginal<Result(Arguments...)>();
+        }
+    };
+    static bool HasSucceeded(int result) { // BOOL
+        return result != 0;
+    }
+    static bool HasSucceeded(long result) { // HRESULT and RPC_STATUS
+        return result == 0;
+    }
+    static bool HasSucceeded(const void* result) { // handles and blocks
+        return result != nullptr && result != reinterpret_cast<const void*>(-1);
+    }
+    void Add(int step) {
+        m_open += step;
+        m_made += step > 0 ? step : 0;
+    }
+
+    std::atomic<int> m_open{0};
+    std::atomic<int> m_made{0};
+    std::deque<ImportHook> m_hooks;
+};
+
+/// Files and events, all that the library closes with CloseHandle.
+class HandleBalance : public Balance {
+public:
+    HandleBalance() {
+        Count<&::CreateFileW>("CreateFileW", 1).Count<&::CreateEventW>("CreateEventW", 1);
+        Count<&::CloseHandle>("CloseHandle", -1);
+    }
+};
+
+} // namespace ZelTest
