@@ -2,6 +2,7 @@
 
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/LastError.h"
+#include "ZelWin32/Win32Exception.h"
 #include "ZelWin32/Windows.h"
 
 namespace ZelWin32 {
@@ -10,6 +11,14 @@ void* CPEModule::GetModuleHandleOf(const void* address) noexcept {
     HMODULE module = nullptr;
     ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                          static_cast<const wchar_t*>(address), &module);
+    return module;
+}
+
+void* CPEModule::Load(const wchar_t* name) {
+    const HMODULE module = ::GetModuleHandleW(name);
+    if (module == nullptr) {
+        throw CWin32Exception(::GetLastError(), name, ZEL_SITE(L"ZelWin32::CPEModule::Load", 59));
+    }
     return module;
 }
 

@@ -14,6 +14,9 @@ public:
     /// The handle of the module that an address of code or static data belongs to; null when there is none.
     static void* GetModuleHandleOf(const void* address) noexcept;
 
+    /// The handle of a module that is loaded already. Throws CWin32Exception with the name when there is none.
+    static void* Load(const wchar_t* name);
+
     /// The full path of a loaded module; of the running program for a null handle.
     /// Throws CWin32Exception for a handle that is no module.
     static std::wstring GetModuleFileNameW(void* module);

@@ -9,6 +9,7 @@
 
 #include <shellapi.h>
 #include <shlwapi.h>
+#include <wincrypt.h>
 
 // The library's own methods of these names must not be renamed in one source file and not in another.
 #undef GetObject

@@ -1,0 +1,152 @@
+#include "ZelCore/Security/Cryptography/AssymetricCipherSupport.h"
+
+#include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelCore/Security/Cryptography/CryptoHandles.h"
+#include "ZelCore/Security/Cryptography/CryptoServiceProvider.h"
+#include "ZelCore/ThrowSite.h"
+#include "ZelWin32/LastError.h"
+#include "ZelWin32/Win32Exception.h"
+
+#include <algorithm>
+#include <string>
+
+namespace ZelCore::Security::Cryptography {
+
+namespace {
+
+using ZelWin32::CheckWin32;
+
+void CheckData(const unsigned char* data, std::size_t size, const wchar_t* name, const wchar_t* method,
+               const wchar_t* file, int line) {
+    if (size != 0) {
+        CheckNotNull(data, name, method, file, line);
+    }
+}
+
+/// A length as the system counts it.
+DWORD ToLength(std::size_t size, const wchar_t* name, const wchar_t* method, const wchar_t* file, int line) {
+    if (size > 0xFFFFFFFF) {
+        throw CArgumentOutOfRangeException(name, std::to_wstring(size).c_str(), nullptr, method, file, line);
+    }
+    return static_cast<DWORD>(size);
+}
+
+HashHandle CreateHash(const CCryptoServiceProvider& provider, SignatureHashAlgorithm algorithm, const wchar_t* method,
+                      const wchar_t* file, int line) {
+    HCRYPTHASH hash = 0;
+    CheckWin32(::CryptCreateHash(provider.GetHandle(),
+                                 algorithm == SignatureHashAlgorithm::Sha1 ? CALG_SHA1 : CALG_SHA_256, 0, 0, &hash),
+               method, file, line);
+    return HashHandle(hash);
+}
+
+void HashAll(const HashHandle& hash, const unsigned char* data, std::size_t size, const wchar_t* method,
+             const wchar_t* file, int line) {
+    CheckWin32(ForEachPiece(data, size,
+                            [&](const unsigned char* piece, DWORD length) {
+                                return ::CryptHashData(hash.Get(), piece, length, 0) != FALSE;
+                            }),
+               method, file, line);
+}
+
+KeyHandle ImportPublicKey(const CCryptoServiceProvider& provider, const CPublicKeyInfo& key, const wchar_t* method,
+                          const wchar_t* file, int line) {
+    HCRYPTKEY handle = 0;
+    CheckWin32(::CryptImportPublicKeyInfo(provider.GetHandle(), X509_ASN_ENCODING | PKCS_7_ASN_ENCODING,
+                                          const_cast<CERT_PUBLIC_KEY_INFO*>(key.GetInfo()), &handle),
+               method, file, line);
+    return KeyHandle(handle);
+}
+
+/// The length of what the key encrypts to, for systems that do not report it.
+DWORD GetBlockLength(const KeyHandle& key) {
+    DWORD bits = 0, size = sizeof(bits);
+    return ::CryptGetKeyParam(key.Get(), KP_BLOCKLEN, reinterpret_cast<BYTE*>(&bits), &size, 0) ? bits / 8 : 0;
+}
+
+} // namespace
+
+std::vector<unsigned char> SignData(const CPrivateKeyInfo& key, SignatureHashAlgorithm hash, const unsigned char* data,
+                                    std::size_t size, bool reverse) {
+    const wchar_t* const method = L"ZelCore::Security::Cryptography::SignData";
+    CheckData(data, size, L"data", ZEL_SITE(method));
+    const CCryptoServiceProvider provider(key.GetContainerName(), key.GetFlags());
+    const HashHandle digest = CreateHash(provider, hash, ZEL_SITE(method, 32));
+    HashAll(digest, data, size, ZEL_SITE(method, 40));
+    DWORD length = 0;
+    CheckWin32(::CryptSignHashW(digest.Get(), AT_KEYEXCHANGE, nullptr, 0, nullptr, &length), ZEL_SITE(method, 46));
+    if (length == 0) {
+        throw CInvalidOperationException(nullptr, ZEL_SITE(method, 50));
+    }
+    std::vector<unsigned char> signature(length);
+    CheckWin32(::CryptSignHashW(digest.Get(), AT_KEYEXCHANGE, nullptr, 0, signature.data(), &length),
+               ZEL_SITE(method, 56));
+    signature.resize(length);
+    if (reverse) {
+        std::reverse(signature.begin(), signature.end());
+    }
+    return signature;
+}
+
+bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm hash, const unsigned char* data, std::size_t size,
+                const unsigned char* signature, std::size_t signatureSize, bool reverse) {
+    const wchar_t* const method = L"ZelCore::Security::Cryptography::VerifyData";
+    CheckData(data, size, L"data", ZEL_SITE(method));
+    CheckData(signature, signatureSize, L"signature", ZEL_SITE(method));
+    const DWORD length = ToLength(signatureSize, L"signatureSize", ZEL_SITE(method));
+    const CCryptoServiceProvider provider;
+    const KeyHandle publicKey = ImportPublicKey(provider, key, ZEL_SITE(method, 80));
+    const HashHandle digest = CreateHash(provider, hash, ZEL_SITE(method, 90));
+    HashAll(digest, data, size, ZEL_SITE(method, 98));
+    std::vector<unsigned char> copy(signature, signature + signatureSize);
+    if (reverse) {
+        std::reverse(copy.begin(), copy.end());
+    }
+    copy.resize(std::max<std::size_t>(copy.size(), 1)); // a pointer also for no signature
+    return ::CryptVerifySignatureW(digest.Get(), copy.data(), length, publicKey.Get(), nullptr, 0) != FALSE;
+}
+
+void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
+    const wchar_t* const method = L"ZelCore::Security::Cryptography::EncryptData";
+    const DWORD size = ToLength(data.size(), L"data", ZEL_SITE(method));
+    const CCryptoServiceProvider provider;
+    const KeyHandle publicKey = ImportPublicKey(provider, key, ZEL_SITE(method, 116));
+    SecureBytes result = data;
+    result.resize(std::max<std::size_t>(result.size(), 1)); // without a pointer the call would only ask for the length
+    DWORD length = size;
+    if (!::CryptEncrypt(publicKey.Get(), 0, TRUE, 0, result.data(), &length, size)) {
+        if (::GetLastError() != ERROR_MORE_DATA) {
+            ZelWin32::ThrowLastError(ZEL_SITE(method, 131));
+        }
+        const DWORD room = length > size ? length : std::max(GetBlockLength(publicKey), size);
+        result.resize(std::max<std::size_t>(room, 1));
+        length = size;
+        CheckWin32(::CryptEncrypt(publicKey.Get(), 0, TRUE, 0, result.data(), &length, room), ZEL_SITE(method, 140));
+    }
+    result.resize(length);
+    if (reverse) {
+        std::reverse(result.begin(), result.end());
+    }
+    data.swap(result);
+}
+
+void DecryptData(const CPrivateKeyInfo& key, SecureBytes& data, bool reverse) {
+    const wchar_t* const method = L"ZelCore::Security::Cryptography::DecryptData";
+    DWORD length = ToLength(data.size(), L"data", ZEL_SITE(method));
+    const CCryptoServiceProvider provider(key.GetContainerName(), key.GetFlags());
+    HCRYPTKEY handle = 0;
+    CheckWin32(::CryptGetUserKey(provider.GetHandle(), AT_KEYEXCHANGE, &handle), ZEL_SITE(method, 159));
+    const KeyHandle privateKey(handle);
+    SecureBytes result = data;
+    if (reverse) {
+        std::reverse(result.begin(), result.end());
+    }
+    result.resize(std::max<std::size_t>(result.size(), 1));
+    CheckWin32(::CryptDecrypt(privateKey.Get(), 0, TRUE, 0, result.data(), &length), ZEL_SITE(method, 173));
+    result.resize(length);
+    data.swap(result);
+}
+
+} // namespace ZelCore::Security::Cryptography

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "ZelCore/Security/Cryptography/PrivateKeyInfo.h"
+#include "ZelCore/Security/Cryptography/PublicKeyInfo.h"
+#include "ZelCore/ZeroMemoryAllocator.h"
+
+namespace ZelCore::Security::Cryptography {
+
+/// The digest that is signed.
+enum class SignatureHashAlgorithm : int {
+    Sha1 = 0, ///< for old data only
+    Sha256 = 1,
+};
+
+// RSA signatures and encryption with PKCS #1 v1.5 padding (RFC 8017). CryptoAPI keeps signatures and cipher text with
+// the lowest byte first, all others with the highest first: `reverse` converts to and from theirs.
+//
+// All throw CWin32Exception for what the system refuses, and CArgumentNullException for a null pointer with a size.
+
+/// Signs data of any size with the container's key.
+ZELCORE_API std::vector<unsigned char> SignData(const CPrivateKeyInfo& key, SignatureHashAlgorithm hash,
+                                                const unsigned char* data, std::size_t size, bool reverse);
+
+/// Whether the signature is that of the data by the owner of the key. Never throws for a signature that does not fit.
+ZELCORE_API bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm hash, const unsigned char* data,
+                            std::size_t size, const unsigned char* signature, std::size_t signatureSize, bool reverse);
+
+/// Replaces the data by its cipher text. It must be at least 11 bytes shorter than the key; on failure it stays as it
+/// was.
+ZELCORE_API void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse);
+
+/// Replaces cipher text by the data; on failure it stays as it was.
+ZELCORE_API void DecryptData(const CPrivateKeyInfo& key, SecureBytes& data, bool reverse);
+
+} // namespace ZelCore::Security::Cryptography

@@ -1,0 +1,175 @@
+#include "ZelCore/Security/Cryptography/CryptoApiTransform.h"
+
+#include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
+#include "ZelCore/NotImplementedException.h"
+#include "ZelCore/ThrowSite.h"
+#include "ZelWin32/LastError.h"
+#include "ZelWin32/Win32Exception.h"
+
+#include <cstring>
+#include <string>
+
+namespace ZelCore::Security::Cryptography {
+
+namespace {
+
+constexpr std::size_t SmallestIV = 8; // bytes, for every algorithm
+
+bool IsWithin(const unsigned char* pointer, const std::vector<unsigned char>& data) {
+    return pointer >= data.data() && pointer < data.data() + data.capacity();
+}
+
+/// The key as CryptImportKey takes it: a PUBLICKEYSTRUC, the length and the bytes.
+SecureBytes MakeKeyBlob(ALG_ID algorithm, const SecureBytes& key) {
+    struct Header {
+        BLOBHEADER blob;
+        DWORD length;
+    };
+    const Header header{{PLAINTEXTKEYBLOB, CUR_BLOB_VERSION, 0, algorithm}, static_cast<DWORD>(key.size())};
+    static_assert(sizeof(header) == 12);
+    SecureBytes bytes(sizeof(header) + key.size());
+    std::memcpy(bytes.data(), &header, sizeof(header));
+    std::copy(key.begin(), key.end(), bytes.begin() + sizeof(header));
+    return bytes;
+}
+
+} // namespace
+
+std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const SecureBytes& key, const SecureBytes& iv,
+                                                          const CipherParameters& parameters, bool feedbackFits,
+                                                          const wchar_t* file) {
+    const wchar_t* const method = L"`anonymous-namespace'::CreateCryptoTransform";
+    if (parameters.mode == CipherMode::OFB) {
+        throw CNotImplementedException(nullptr, method, file, 24);
+    }
+    if (parameters.mode == CipherMode::CFB && !feedbackFits) {
+        throw CArgumentException(L"feedbackSize", L"Invalid feedback size", method, file, 29);
+    }
+    if (key.empty()) {
+        throw CArgumentException(L"key", L"Cannot use empty key", method, file, 35);
+    }
+    if (parameters.mode != CipherMode::ECB && !iv.empty() && iv.size() < SmallestIV) {
+        throw CArgumentException(L"iv", L"Initialization vector is too small", method, file, 49);
+    }
+    return std::make_unique<CCryptoApiTransform>(key, iv, parameters);
+}
+
+CCryptoApiTransform::CCryptoApiTransform(const SecureBytes& key, const SecureBytes& iv,
+                                         const CipherParameters& parameters)
+    : m_encrypting(parameters.encrypting), m_blockSize(parameters.blockSize) {
+    {
+        const SecureBytes blob = MakeKeyBlob(parameters.algorithm, key);
+        HCRYPTKEY handle = 0;
+        ZelWin32::CheckWin32(
+            ::CryptImportKey(m_provider.GetHandle(), blob.data(), static_cast<DWORD>(blob.size()), 0, 0, &handle),
+            ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform", 69));
+        m_key.Reset(handle);
+    }
+    if (parameters.mode == CipherMode::CFB) {
+        const auto bits = static_cast<DWORD>(parameters.feedbackSize);
+        SetKeyParameter(KP_MODE_BITS, &bits, 76);
+    }
+    if (parameters.mode != CipherMode::ECB && !iv.empty()) {
+        SetKeyParameter(KP_IV, iv.data(), 82);
+    }
+    if (parameters.mode != CipherMode::CBC) {
+        const auto mode = static_cast<DWORD>(parameters.mode);
+        SetKeyParameter(KP_MODE, &mode, 89);
+    }
+}
+
+void CCryptoApiTransform::SetKeyParameter(DWORD parameter, const void* value, int line) {
+    ZelWin32::CheckWin32(::CryptSetKeyParam(m_key.Get(), parameter, static_cast<const BYTE*>(value), 0),
+                         ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform", line));
+}
+
+bool CCryptoApiTransform::IsWholeBlocks(std::size_t count) const noexcept {
+    return InputBlockSize() != 0 && count % InputBlockSize() == 0;
+}
+
+void CCryptoApiTransform::CheckSize(std::size_t count, const wchar_t* method, const wchar_t* file, int line) const {
+    if (count > 0xFFFFFFFF - 2 * InputBlockSize()) { // what the system's 32 bits can count with the padding
+        throw CArgumentOutOfRangeException(L"inputCount", std::to_wstring(count).c_str(), nullptr, method, file, line);
+    }
+}
+
+std::size_t CCryptoApiTransform::TransformBlock(const unsigned char* input, std::size_t count,
+                                                std::vector<unsigned char>& output) {
+    CheckNotNull(input, L"inputBuffer",
+                 ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformBlock", 144));
+    if (count == 0 || !IsWholeBlocks(count)) {
+        throw CArgumentException(
+            L"inputCount", L"Invalid count. Must be a multiple of the block size.",
+            ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformBlock", 148));
+    }
+    CheckSize(count, ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformBlock"));
+    if (!IsWithin(input, output)) {
+        return m_encrypting ? Encrypt(input, count, output, false) : Decrypt(input, count, output, false);
+    }
+    std::vector<unsigned char> result; // the output holds the input
+    const std::size_t length =
+        m_encrypting ? Encrypt(input, count, result, false) : Decrypt(input, count, result, false);
+    output.swap(result);
+    return length;
+}
+
+std::vector<unsigned char> CCryptoApiTransform::TransformFinalBlock(const unsigned char* input, std::size_t count) {
+    CheckNotNull(input, L"inputBuffer",
+                 ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformFinalBlock", 165));
+    if (m_encrypting ? InputBlockSize() == 0 : !IsWholeBlocks(count)) {
+        throw CArgumentException(
+            L"inputCount", L"Invalid count. Must be a multiple of the block size.",
+            ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformFinalBlock", 178));
+    }
+    CheckSize(count, ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformFinalBlock"));
+    std::vector<unsigned char> output;
+    output.resize(m_encrypting ? Encrypt(input, count, output, true) : Decrypt(input, count, output, true));
+    return output;
+}
+
+std::size_t CCryptoApiTransform::Encrypt(const unsigned char* input, std::size_t count,
+                                         std::vector<unsigned char>& output, bool final) {
+    const std::size_t block = InputBlockSize();
+    std::size_t room = (count + block - 1) / block * block;
+    if (final && (count == 0 || count == block)) {
+        room += block; // a message of more whole blocks gets no room for its padding: the system refuses it
+    }
+    output.resize(room);
+    std::copy_n(input, count, output.begin());
+    auto length = static_cast<DWORD>(count);
+    ZelWin32::CheckWin32(::CryptEncrypt(m_key.Get(), 0, final, 0, output.data(), &length, static_cast<DWORD>(room)),
+                         ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::Encrypt", 268));
+    return length;
+}
+
+std::size_t CCryptoApiTransform::Decrypt(const unsigned char* input, std::size_t count,
+                                         std::vector<unsigned char>& output, bool final) {
+    const wchar_t* const method = L"ZelCore::Security::Cryptography::CCryptoApiTransform::Decrypt";
+    const std::size_t held = m_held.size();
+    if (final) {
+        output.resize(held + count);
+        std::copy_n(input, count, std::copy(m_held.begin(), m_held.end(), output.begin()));
+        if (output.empty()) { // the system would crash; a message has at least a block of padding
+            throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_DATA), nullptr, ZEL_SITE(method, 244));
+        }
+        return DecryptInPlace(output, true, ZEL_SITE(method, 244));
+    }
+    const std::size_t kept = held != 0 ? held : InputBlockSize();
+    output.resize(held + count - kept);
+    std::copy_n(input, count - kept, std::copy(m_held.begin(), m_held.end(), output.begin()));
+    m_held.assign(input + count - kept, input + count);
+    if (output.empty()) {
+        return 0;
+    }
+    return DecryptInPlace(output, false, ZEL_SITE(method, held != 0 ? 228 : 208));
+}
+
+std::size_t CCryptoApiTransform::DecryptInPlace(std::vector<unsigned char>& data, bool final, const wchar_t* method,
+                                                const wchar_t* file, int line) {
+    auto length = static_cast<DWORD>(data.size());
+    ZelWin32::CheckWin32(::CryptDecrypt(m_key.Get(), 0, final, 0, data.data(), &length), method, file, line);
+    return length;
+}
+
+} // namespace ZelCore::Security::Cryptography

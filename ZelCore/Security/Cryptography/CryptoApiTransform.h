@@ -1,0 +1,69 @@
+#pragma once
+
+// Private to the library: the transform behind all symmetric algorithms.
+
+#include "ZelCore/Security/Cryptography/CryptoHandles.h"
+#include "ZelCore/Security/Cryptography/CryptoServiceProvider.h"
+#include "ZelCore/Security/Cryptography/SymmetricAlgorithm.h"
+
+namespace ZelCore::Security::Cryptography {
+
+/// What differs between the algorithms when they make a transform.
+struct CipherParameters {
+    ALG_ID algorithm;
+    CipherMode mode;
+    std::uint64_t blockSize;    ///< in bits
+    std::uint64_t feedbackSize; ///< in bits
+    bool encrypting;
+};
+
+/// Encrypts or decrypts through CryptoAPI.
+///
+/// A decryptor holds the last block of every non-final call back, since only the final call takes the padding off.
+/// It keeps the held block after the final call: who uses a decryptor again gets it in front of the next message.
+class CCryptoApiTransform final : public ICryptoTransform {
+public:
+    /// The IV is used where it is not empty and the mode has one.
+    CCryptoApiTransform(const SecureBytes& key, const SecureBytes& iv, const CipherParameters& parameters);
+
+    bool CanReuseTransform() const override {
+        return true;
+    }
+    bool CanTransformMultipleBlocks() const override {
+        return true;
+    }
+    std::size_t InputBlockSize() const override {
+        return m_blockSize / 8;
+    }
+    std::size_t OutputBlockSize() const override {
+        return m_blockSize / 8;
+    }
+    std::size_t TransformBlock(const unsigned char* input, std::size_t count,
+                               std::vector<unsigned char>& output) override;
+    std::vector<unsigned char> TransformFinalBlock(const unsigned char* input, std::size_t count) override;
+
+private:
+    bool IsWholeBlocks(std::size_t count) const noexcept;
+    std::size_t Encrypt(const unsigned char* input, std::size_t count, std::vector<unsigned char>& output, bool final);
+    std::size_t Decrypt(const unsigned char* input, std::size_t count, std::vector<unsigned char>& output, bool final);
+
+    void SetKeyParameter(DWORD parameter, const void* value, int line);
+    void CheckSize(std::size_t count, const wchar_t* method, const wchar_t* file, int line) const;
+    std::size_t DecryptInPlace(std::vector<unsigned char>& data, bool final, const wchar_t* method, const wchar_t* file,
+                               int line);
+
+    const CCryptoServiceProvider m_provider;
+    KeyHandle m_key;
+    bool m_encrypting;
+    std::uint64_t m_blockSize;
+    std::vector<unsigned char> m_held;
+};
+
+/// Checks the parameters on behalf of an algorithm and makes its transform.
+/// \param feedbackFits whether the algorithm can feed back as many bits, should the mode be CFB
+/// \param file         the algorithm's source file, where the exceptions say they come from
+std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const SecureBytes& key, const SecureBytes& iv,
+                                                          const CipherParameters& parameters, bool feedbackFits,
+                                                          const wchar_t* file);
+
+} // namespace ZelCore::Security::Cryptography

@@ -1,0 +1,50 @@
+#pragma once
+
+// Private to the library: the owners of CryptoAPI's keys and hashes.
+
+#include "ZelWin32/UniqueHandle.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace ZelCore::Security::Cryptography {
+
+struct KeyTraits {
+    using Type = HCRYPTKEY;
+    static Type Invalid() noexcept {
+        return 0;
+    }
+    static void Close(Type key) noexcept {
+        ::CryptDestroyKey(key);
+    }
+};
+
+struct HashTraits {
+    using Type = HCRYPTHASH;
+    static Type Invalid() noexcept {
+        return 0;
+    }
+    static void Close(Type hash) noexcept {
+        ::CryptDestroyHash(hash);
+    }
+};
+
+using KeyHandle = ZelWin32::UniqueHandle<KeyTraits>;
+using HashHandle = ZelWin32::UniqueHandle<HashTraits>;
+
+/// Calls `call(data, DWORD size)` for data whose size may exceed 32 bits, once for no data at all, until a call
+/// returns false; returns whether all succeeded.
+template <class Byte, class Call> bool ForEachPiece(Byte* data, std::size_t size, Call call) {
+    constexpr std::size_t largestPiece = 0x40000000;
+    do {
+        const std::size_t piece = std::min(size, largestPiece);
+        if (!call(data, static_cast<DWORD>(piece))) {
+            return false;
+        }
+        data += piece;
+        size -= piece;
+    } while (size != 0);
+    return true;
+}
+
+} // namespace ZelCore::Security::Cryptography

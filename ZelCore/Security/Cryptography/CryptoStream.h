@@ -1,0 +1,68 @@
+#pragma once
+
+#include "ZelCore/IO/Stream.h"
+#include "ZelCore/Security/Cryptography/ICryptoTransform.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace ZelCore::Security::Cryptography {
+
+/// The direction of a CCryptoStream.
+enum class CryptoStreamMode : std::uint32_t {
+    Read = 0,  ///< what is read was read from the other stream and transformed
+    Write = 1, ///< what is written is transformed and written to the other stream
+};
+
+/// Encrypts or decrypts what is written to another stream, or read from it.
+///
+///     CAes aes;
+///     const auto encryptor = aes.CreateEncryptor();
+///     CCryptoStream stream(file, *encryptor, CryptoStreamMode::Write);
+///     stream.Write(text, size);
+///     stream.Close();                      // writes the last block and reports what fails
+///
+/// Always close a writing stream: the destructor closes it too, but an exception has no way out of there and ends the
+/// process. After an operation failed in the transform or the other stream, the destructor writes nothing more.
+///
+/// What the transform and the other stream throw passes through. A wrong key or damaged data mostly shows only in the
+/// last block, by CWin32Exception with NTE_BAD_DATA, and sometimes not at all.
+///
+/// Holds at most 1 MiB of buffers, whatever the size of the data, and wipes them. One thread at a time.
+class ZELCORE_API CCryptoStream : public IO::CStream {
+public:
+    /// Borrows both, which must outlive this stream. Neither constructor ever closes or flushes the other stream.
+    ///
+    /// \param stream needs CanRead to read and CanWrite to write, otherwise CArgumentException for "stream"
+    CCryptoStream(IO::CStream& stream, ICryptoTransform& transform, CryptoStreamMode mode);
+
+    /// Shares ownership of both. A null pointer throws CArgumentNullException for "stream" or "transform".
+    CCryptoStream(const std::shared_ptr<IO::CStream>& stream, const std::shared_ptr<ICryptoTransform>& transform,
+                  CryptoStreamMode mode);
+    ~CCryptoStream() noexcept override;
+
+    /// Writing, writes the last block. The stream is closed afterwards even if that throws.
+    void Close() override;
+
+    /// Does nothing: incomplete blocks wait for more data until Close.
+    void Flush() override;
+
+    /// CanRead or CanWrite, by the mode; none once closed.
+    IO::StreamCapabilities GetCapabilities() const override;
+
+    /// GetLength, GetPosition and Seek throw CNotSupportedException.
+    std::int64_t GetLength() const override;
+    std::int64_t GetPosition() const override;
+
+    /// Fills the buffer unless the data ends before; 0 after the end. When it throws, what it had ready is kept for
+    /// the next Read.
+    std::size_t Read(unsigned char* buffer, std::size_t count) override;
+    std::int64_t Seek(std::int64_t offset, IO::SeekOrigin origin) override;
+    void Write(const unsigned char* buffer, std::size_t count) override;
+
+private:
+    class impl;
+    std::unique_ptr<impl> m_impl;
+};
+
+} // namespace ZelCore::Security::Cryptography

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "ZelCore/Security/Cryptography/SymmetricAlgorithm.h"
+
+namespace ZelCore::Security::Cryptography {
+
+/// DES (FIPS 46-3), for old data only: its key of 64 bits, 8 of which count for nothing, can be found by trying.
+/// CFB feeds back a whole block.
+class ZELCORE_API CDes final : public CSymmetricAlgorithm {
+public:
+    CDes();
+    CDes(const CDes&) = default;
+    CDes& operator=(const CDes&) = default;
+    ~CDes();
+
+    /// Always false: there is no table of weak keys.
+    static bool IsWeakKey(const SecureBytes& key);
+    static bool IsSemiWeakKey(const SecureBytes& key);
+
+    using CSymmetricAlgorithm::CreateDecryptor;
+    using CSymmetricAlgorithm::CreateEncryptor;
+
+    /// As long as the key, so that it throws CArgumentException for "iv" while key and block differ in size.
+    void GenerateIV() override;
+    void GenerateKey() override;
+    std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) override;
+    std::unique_ptr<ICryptoTransform> CreateEncryptor(const SecureBytes& key, const SecureBytes& iv) override;
+
+    /// \param key of the current key size
+    void SetKey(const SecureBytes& key) override;
+};
+
+} // namespace ZelCore::Security::Cryptography

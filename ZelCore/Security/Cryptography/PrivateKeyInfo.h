@@ -1,0 +1,36 @@
+#pragma once
+
+#include "ZelCore/Security/Cryptography/PublicKeyInfo.h"
+
+#include <string>
+
+namespace ZelCore::Security::Cryptography {
+
+/// Names a key container of the system, in which an RSA key pair lies that programs use but do not see.
+/// A copyable value: it holds the name, not the key.
+class ZELCORE_API CPrivateKeyInfo {
+public:
+    /// \param container the container's name; null or empty for the user's default container
+    /// \param flags     CryptoAPI's, such as CRYPT_MACHINE_KEYSET (0x20) for a container of the computer
+    explicit CPrivateKeyInfo(const wchar_t* container, unsigned long flags = 0);
+
+    /// The container's name, null for the default container.
+    const wchar_t* GetContainerName() const noexcept;
+    unsigned long GetFlags() const noexcept;
+
+    /// Makes the container with a new key pair of so many bits, for signatures and for encryption. Throws
+    /// CWin32Exception, with NTE_EXISTS (0x8009000F) where there is such a container.
+    void Create(unsigned int bits) const;
+
+    /// Deletes the container with its keys for ever. Throws CWin32Exception where there is none.
+    void Delete() const;
+
+    /// The public half of the pair. Throws CWin32Exception.
+    CPublicKeyInfo GetPublicKey() const;
+
+private:
+    std::wstring m_container;
+    unsigned long m_flags;
+};
+
+} // namespace ZelCore::Security::Cryptography

@@ -1,0 +1,33 @@
+#include "ZelCore/Security/Cryptography/PublicKeyInfo.h"
+
+#include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
+#include "ZelCore/ThrowSite.h"
+#include "ZelWin32/LastError.h"
+#include "ZelWin32/UniqueHandle.h"
+
+#include <string>
+
+namespace ZelCore::Security::Cryptography {
+
+CPublicKeyInfo::CPublicKeyInfo(const unsigned char* encoded, std::size_t size) {
+    const wchar_t* const method = L"ZelCore::Security::Cryptography::CPublicKeyInfo::CPublicKeyInfo";
+    CheckNotNull(encoded, L"encoded", ZEL_SITE(method));
+    if (size == 0) {
+        throw CArgumentException(L"encoded", GetMessageText(Message::CannotBeEmpty), ZEL_SITE(method));
+    }
+    if (size > 0xFFFFFFFF) {
+        throw CArgumentOutOfRangeException(L"size", std::to_wstring(size).c_str(), nullptr, ZEL_SITE(method));
+    }
+    m_encoded.assign(encoded, encoded + size);
+    void* info = nullptr;
+    DWORD length = 0;
+    ZelWin32::CheckWin32(::CryptDecodeObjectEx(X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, X509_PUBLIC_KEY_INFO,
+                                               m_encoded.data(), static_cast<DWORD>(size), CRYPT_DECODE_ALLOC_FLAG,
+                                               nullptr, &info, &length),
+                         ZEL_SITE(method));
+    m_info.reset(static_cast<const CERT_PUBLIC_KEY_INFO*>(info),
+                 [](const CERT_PUBLIC_KEY_INFO* memory) { ::LocalFree(const_cast<CERT_PUBLIC_KEY_INFO*>(memory)); });
+}
+
+} // namespace ZelCore::Security::Cryptography

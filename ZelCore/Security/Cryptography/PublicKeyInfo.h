@@ -1,0 +1,35 @@
+#pragma once
+
+#include "ZelCore/Export.h"
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+struct _CERT_PUBLIC_KEY_INFO;
+
+namespace ZelCore::Security::Cryptography {
+
+/// A public key as certificates carry it: SubjectPublicKeyInfo in DER (RFC 5280), what other tools write with
+/// `-pubout -outform DER`. A copyable value.
+class ZELCORE_API CPublicKeyInfo {
+public:
+    /// Throws CArgumentNullException or CArgumentException for "encoded" when there is no data, CWin32Exception when
+    /// it is no public key.
+    CPublicKeyInfo(const unsigned char* encoded, std::size_t size);
+
+    const std::vector<unsigned char>& GetEncoded() const noexcept {
+        return m_encoded;
+    }
+
+    /// What CryptImportPublicKeyInfo takes; valid while this object or a copy lives.
+    const _CERT_PUBLIC_KEY_INFO* GetInfo() const noexcept {
+        return m_info.get();
+    }
+
+private:
+    std::vector<unsigned char> m_encoded;
+    std::shared_ptr<const _CERT_PUBLIC_KEY_INFO> m_info;
+};
+
+} // namespace ZelCore::Security::Cryptography

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "ZelCore/ArgumentException.h"
+#include "ZelCore/Export.h"
+#include "ZelCore/ThrowSite.h"
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace ZelCore::Security::Cryptography {
+
+class CCryptoServiceProvider;
+
+/// Random bytes fit for keys, from the system's generator. Making one costs a provider context: keep it where many
+/// are needed. One thread at a time.
+class ZELCORE_API CRandomNumberGenerator {
+public:
+    /// Throws CWin32Exception.
+    CRandomNumberGenerator();
+    CRandomNumberGenerator(const CRandomNumberGenerator&) = delete;
+    CRandomNumberGenerator& operator=(const CRandomNumberGenerator&) = delete;
+    ~CRandomNumberGenerator();
+
+    /// Fills `size` bytes. Null throws CArgumentNullException for "data", a size of 0 CArgumentException for
+    /// "dataSize", what the system refuses CWin32Exception; some bytes may then have been written.
+    void GetBytes(unsigned char* data, std::size_t size) const;
+
+    /// Fills the whole vector. An empty one throws CArgumentException for "data".
+    template <class Allocator> void GetBytes(std::vector<unsigned char, Allocator>& data) const {
+        if (data.empty()) {
+            throw CArgumentException(
+                L"data", nullptr, ZEL_SITE(L"ZelCore::Security::Cryptography::CRandomNumberGenerator::GetBytes", 55));
+        }
+        GetBytes(data.data(), data.size());
+    }
+
+private:
+    std::unique_ptr<CCryptoServiceProvider> m_provider;
+};
+
+} // namespace ZelCore::Security::Cryptography

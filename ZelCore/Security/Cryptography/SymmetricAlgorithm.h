@@ -1,0 +1,89 @@
+#pragma once
+
+#include "ZelCore/Security/Cryptography/ICryptoTransform.h"
+#include "ZelCore/ZeroMemoryAllocator.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace ZelCore::Security::Cryptography {
+
+/// How the blocks of a message hang together (NIST SP 800-38A), with CryptoAPI's numbers.
+enum class CipherMode : std::uint32_t {
+    CBC = 1, ///< each block is mixed with the one before: the default
+    ECB = 2, ///< every block for itself: equal blocks stay recognisable
+    OFB = 3, ///< not implemented
+    CFB = 4, ///< cipher feedback
+    CTS = 5, ///< passed on to the system, which may not have it
+};
+
+/// A block cipher with its key, initialisation vector (IV), sizes and mode, from which encryptors and decryptors are
+/// made. The system's CryptoAPI encrypts, decrypts and pads (PKCS #5, RFC 8018).
+///
+///     CAes aes;                                    // 256 bits, CBC; a random key and IV on first use
+///     aes.SetKey(key);
+///     const auto encryptor = aes.CreateEncryptor();
+///
+/// The mode gives secrecy, not integrity: changed cipher text mostly decrypts to something. Sizes are in bits and not
+/// checked when they are set. Keys and IVs live in memory that is wiped before it is released.
+///
+/// An algorithm is destroyed through its concrete class. One thread at a time.
+class ZELCORE_API CSymmetricAlgorithm {
+public:
+    /// Replace the IV and the key by random bytes.
+    virtual void GenerateIV() = 0;
+    virtual void GenerateKey() = 0;
+
+    /// Make a transform of the given key and IV, or of the algorithm's own, which are generated if there are none.
+    /// An empty IV means zeros; ECB ignores the IV. The transform is independent of the algorithm.
+    ///
+    /// Throw CNotImplementedException for OFB, CArgumentException for "feedbackSize", "key" (empty) and "iv" (1 to 7
+    /// bytes), CWin32Exception when the system refuses the key, say for its length.
+    virtual std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) = 0;
+    virtual std::unique_ptr<ICryptoTransform> CreateDecryptor();
+    virtual std::unique_ptr<ICryptoTransform> CreateEncryptor(const SecureBytes& key, const SecureBytes& iv) = 0;
+    virtual std::unique_ptr<ICryptoTransform> CreateEncryptor();
+
+    /// The IV, generated first if there is none. The reference is valid until the IV changes.
+    virtual const SecureBytes& GetIV() const;
+
+    /// \param iv as long as a block, otherwise CArgumentException for "iv"
+    virtual void SetIV(const SecureBytes& iv);
+
+    /// The key, generated first if there is none. The reference is valid until the key changes.
+    virtual const SecureBytes& GetKey() const;
+
+    /// Also makes the key's length the key size. Throws CArgumentException for "key" when it is empty or of a length
+    /// that the cipher does not have.
+    virtual void SetKey(const SecureBytes& key);
+
+    virtual std::uint64_t GetKeySize() const;
+    /// For the next key that is generated; a key that is there stays.
+    virtual void SetKeySize(std::uint64_t bits);
+
+    virtual std::uint64_t GetBlockSize() const;
+    virtual void SetBlockSize(std::uint64_t bits);
+
+    /// How many bits CFB feeds back.
+    virtual std::uint64_t GetFeedbackSize() const;
+    virtual void SetFeedbackSize(std::uint64_t bits);
+
+    virtual CipherMode GetMode() const;
+    virtual void SetMode(CipherMode mode);
+
+protected:
+    CSymmetricAlgorithm(std::uint64_t blockSize, std::uint64_t feedbackSize, std::uint64_t keySize, CipherMode mode);
+    CSymmetricAlgorithm(const CSymmetricAlgorithm&) = default;
+    CSymmetricAlgorithm& operator=(const CSymmetricAlgorithm&) = default;
+    ~CSymmetricAlgorithm();
+
+private:
+    std::uint64_t m_blockSize;
+    std::uint64_t m_feedbackSize;
+    mutable std::uint64_t m_keySize; // mutable, since asking for the key may generate it
+    CipherMode m_mode;
+    mutable SecureBytes m_key;
+    mutable SecureBytes m_iv;
+};
+
+} // namespace ZelCore::Security::Cryptography
