@@ -1,0 +1,267 @@
+#include "Support/Crypto.h"
+
+#include "ZelCore/Security/Cryptography/CryptoStream.h"
+#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
+
+#include <memory>
+
+using namespace ZelCore::IO;
+
+namespace {
+
+constexpr auto Read = CryptoStreamMode::Read;
+constexpr auto Write = CryptoStreamMode::Write;
+
+std::string WriteAll(ICryptoTransform& transform, const std::string& data, std::size_t piece) {
+    TestStream target;
+    CCryptoStream stream(target, transform, Write);
+    for (std::size_t at = 0; at < data.size(); at += piece) {
+        stream.Write(Bytes(data) + at, std::min(piece, data.size() - at));
+    }
+    stream.Close();
+    return target.data;
+}
+
+std::string ReadAll(CStream& stream, std::size_t piece) {
+    std::string result;
+    std::vector<unsigned char> buffer(piece);
+    while (const std::size_t read = stream.Read(buffer.data(), piece)) {
+        result.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(read));
+    }
+    return result;
+}
+
+std::string ReadAll(ICryptoTransform& transform, const std::string& data, std::size_t piece, std::size_t largestRead) {
+    TestStream source(data);
+    source.largestRead = largestRead;
+    CCryptoStream stream(source, transform, Read);
+    return ReadAll(stream, piece);
+}
+
+/// Takes three bytes and gives each of them twice, in every other call only; block by block or many at a time.
+class Doubler final : public ICryptoTransform {
+public:
+    explicit Doubler(bool many) : m_many(many) {}
+    bool CanReuseTransform() const override {
+        return true;
+    }
+    bool CanTransformMultipleBlocks() const override {
+        return m_many;
+    }
+    std::size_t InputBlockSize() const override {
+        return 3;
+    }
+    std::size_t OutputBlockSize() const override {
+        return m_many ? 0 : 6;
+    }
+    std::size_t TransformBlock(const unsigned char* input, std::size_t count,
+                               std::vector<unsigned char>& output) override {
+        EXPECT_TRUE(m_many || count == 3);
+        Add(input, count);
+        output.clear();
+        if (++m_calls % 2 == 0) {
+            output.swap(m_waiting);
+        }
+        return output.size();
+    }
+    std::vector<unsigned char> TransformFinalBlock(const unsigned char* input, std::size_t count) override {
+        Add(input, count);
+        return std::exchange(m_waiting, {});
+    }
+
+private:
+    void Add(const unsigned char* input, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            m_waiting.insert(m_waiting.end(), 2, input[i]);
+        }
+    }
+    bool m_many;
+    int m_calls = 0;
+    std::vector<unsigned char> m_waiting;
+};
+
+} // namespace
+
+TEST(CryptoStream, EverySplitGivesTheSameBytes) {
+    CAes cbc, ecb, cfb;
+    ecb.SetMode(CipherMode::ECB);
+    cfb.SetMode(CipherMode::CFB);
+    CTripleDes tripleDes;
+    CDes des;
+    for (CSymmetricAlgorithm* algorithm :
+         std::initializer_list<CSymmetricAlgorithm*>{&cbc, &ecb, &cfb, &tripleDes, &des}) {
+        // One encryptor for all: it starts anew after each message.
+        const auto encryptor = algorithm->CreateEncryptor();
+        const std::size_t step = algorithm == &cbc ? 1 : 7;
+        for (std::size_t length = 0; length <= 100; ++length) {
+            const std::string message = MakeText(length, static_cast<unsigned>(length));
+            const std::string cipher = Transform(*encryptor, message);
+            for (std::size_t piece = 1 + length % step; piece <= 40; piece += step) {
+                ASSERT_EQ(WriteAll(*encryptor, message, piece), cipher);
+                ASSERT_EQ(ReadAll(*encryptor, message, piece, piece % 5 + 1), cipher);
+                ASSERT_EQ(WriteAll(*algorithm->CreateDecryptor(), cipher, piece), message);
+                ASSERT_EQ(ReadAll(*algorithm->CreateDecryptor(), cipher, piece, piece % 17 + 1), message);
+            }
+        }
+    }
+    const std::string large = MakeText(5'000'003);
+    const std::string cipher = WriteAll(*cbc.CreateEncryptor(), large, large.size());
+    EXPECT_EQ(ReadAll(*cbc.CreateDecryptor(), cipher, 3'000'000, 700'000), large);
+}
+
+TEST(CryptoStream, TakesTransformsOfOtherShapes) {
+    for (const bool many : {false, true}) {
+        for (std::size_t length = 0; length < 30; ++length) {
+            const std::string message = MakeText(length);
+            std::string expected;
+            for (const char c : message) {
+                expected.append(2, c);
+            }
+            for (std::size_t piece = 1; piece < 40; ++piece) {
+                Doubler writing(many), reading(many);
+                ASSERT_EQ(WriteAll(writing, message, piece), expected);
+                ASSERT_EQ(ReadAll(reading, message, piece, piece % 4 + 1), expected);
+            }
+        }
+    }
+    CHashAlgorithm hash(CALG_SHA_256);
+    TestStream target;
+    CCryptoStream stream(target, hash, Write);
+    stream.Write(Bytes("abc"), 3);
+    stream.Close();
+    EXPECT_EQ(target.data, "abc" + Text(hash.GetDigest())) << "the data passes, then comes the digest";
+}
+
+TEST(CryptoStream, AFailingStreamLosesNothingThatWasRead) {
+    CAes aes;
+    const std::string message = MakeText(300);
+    const std::string cipher = Transform(*aes.CreateEncryptor(), message);
+    Sweep([&](int n) {
+        TestStream source(cipher);
+        source.largestRead = 11;
+        source.failOn = n;
+        const auto decryptor = aes.CreateDecryptor();
+        CCryptoStream stream(source, *decryptor, Read);
+        std::string result;
+        bool failed = false;
+        for (;;) {
+            try {
+                result += ReadAll(stream, 50);
+                break;
+            } catch (const CFormatException&) {
+                failed = true;
+                unsigned char byte = 0; // what was counted before the failure is in the result of the next reads
+                result += stream.Read(&byte, 1) == 1 ? std::string(1, static_cast<char>(byte)) : "";
+            }
+        }
+        if (failed) { // ReadAll has dropped what it had before it threw
+            EXPECT_TRUE(message.ends_with(result));
+            EXPECT_EQ((message.size() - result.size()) % 50, 0u) << "whole reads only";
+        } else {
+            EXPECT_EQ(result, message);
+        }
+        return failed;
+    });
+    Sweep([&](int n) { // writing: what follows a failure is not completed behind the user's back
+        TestStream target;
+        target.failOn = n;
+        const auto encryptor = aes.CreateEncryptor();
+        try {
+            CCryptoStream stream(target, *encryptor, Write);
+            for (std::size_t at = 0; at < message.size(); at += 50) {
+                stream.Write(Bytes(message) + at, 50);
+            }
+            stream.Close();
+        } catch (const CFormatException&) {
+            EXPECT_EQ(target.calls, n) << "no write after the failure";
+            EXPECT_TRUE(cipher.starts_with(target.data));
+            return true;
+        }
+        EXPECT_EQ(target.data, cipher);
+        return false;
+    });
+}
+
+TEST(CryptoStream, DamagedCipherTextIsReportedOrHarmless) {
+    CAes aes;
+    const std::string cipher = Transform(*aes.CreateEncryptor(), MakeText(50));
+    const auto decrypt = [&](const std::string& damaged) {
+        const auto decryptor = aes.CreateDecryptor();
+        try {
+            return ReadAll(*decryptor, damaged, 33, 9).size();
+        } catch (const CException&) {
+            return std::size_t{0};
+        }
+    };
+    for (std::size_t length = 0; length < cipher.size(); ++length) {
+        EXPECT_LE(decrypt(cipher.substr(0, length)), length);
+    }
+    int reported = 0;
+    for (std::size_t i = 0; i < cipher.size(); ++i) {
+        std::string flipped = cipher;
+        flipped[i] = static_cast<char>(flipped[i] ^ 0x80);
+        reported += decrypt(flipped) == 0 ? 1 : 0;
+    }
+    EXPECT_GE(reported, 30) << "the last two blocks are what the padding is checked by";
+}
+
+TEST(CryptoStream, HasAContract) {
+    CAes aes;
+    const auto encryptor = aes.CreateEncryptor();
+    const std::wstring name = L"ZelCore::Security::Cryptography::CCryptoStream::";
+    const std::wstring initialize = name + L"impl::Initialize";
+    TestStream base;
+    base.capabilities = StreamCapabilities::None;
+    const auto make = [&](CryptoStreamMode mode) { CCryptoStream(base, *encryptor, mode); };
+    ExpectThrow<CArgumentException>(
+        [&] { make(Read); },
+        {.message = L"'Stream must be readable': parameter name: 'stream'", .method = initialize.c_str(), .line = 301});
+    ExpectThrow<CArgumentException>([&] { make(Write); },
+                                    {.message = L"'Stream must be writeable': parameter name: 'stream'", .line = 308});
+    ExpectThrow<CArgumentOutOfRangeException>([&] { make(static_cast<CryptoStreamMode>(2)); },
+                                              {.param = L"mode", .contains = L"actual value was Unknown", .line = 313});
+    const auto shared = std::make_shared<TestStream>();
+    const std::shared_ptr<ICryptoTransform> transform = aes.CreateEncryptor();
+    ExpectThrow<CArgumentNullException>([&] { CCryptoStream(nullptr, transform, Write); },
+                                        {.param = L"stream", .line = 294});
+    ExpectThrow<CArgumentNullException>([&] { CCryptoStream(shared, nullptr, Write); },
+                                        {.param = L"transform", .line = 295});
+    {
+        CCryptoStream stream(shared, transform, Write);
+        EXPECT_EQ(shared.use_count(), 2);
+        EXPECT_EQ(stream.GetCapabilities(), StreamCapabilities::CanWrite);
+        stream.Write(Bytes("12345"), 5);
+        stream.Flush();
+        ExpectThrow<CArgumentNullException>([&] { stream.Write(nullptr, 1); }, {.param = L"buffer"});
+        EXPECT_EQ(shared->data.size(), 0u);
+    } // the destructor writes the last block, also after a refused argument
+    EXPECT_EQ(shared->data.size(), 16u);
+    EXPECT_EQ(shared->flushes, 0);
+    EXPECT_FALSE(shared->closed);
+    base.capabilities = StreamCapabilities::CanRead | StreamCapabilities::CanWrite;
+    CCryptoStream writing(base, *encryptor, Write), reading(base, *encryptor, Read);
+    unsigned char byte = 0;
+    ExpectThrow<CInvalidOperationException>([&] { writing.Read(&byte, 1); },
+                                            {.message = L"Cannot read from the stream", .line = 386});
+    ExpectThrow<CInvalidOperationException>([&] { reading.Write(&byte, 1); },
+                                            {.message = L"Cannot write to the stream", .line = 408});
+    ExpectThrow<CNotSupportedException>([&] { reading.GetLength(); }, {.message = L"", .line = 369});
+    ExpectThrow<CNotSupportedException>([&] { reading.GetPosition(); }, {.line = 375});
+    ExpectThrow<CNotSupportedException>([&] { reading.Seek(0, SeekOrigin::Begin); }, {.line = 397});
+    for (CCryptoStream* stream : {&writing, &reading}) {
+        stream->Close();
+        stream->Close();
+        EXPECT_EQ(stream->GetCapabilities(), StreamCapabilities::None);
+        const Failure closed{.message = L"The handle is invalid"};
+        ExpectThrow<CInvalidOperationException>([&] { stream->Read(&byte, 1); }, closed);
+        ExpectThrow<CInvalidOperationException>([&] { stream->Write(&byte, 1); }, closed);
+        ExpectThrow<CInvalidOperationException>([&] { stream->Flush(); },
+                                                {.message = L"The handle is invalid", .line = 351});
+    }
+    EXPECT_EQ(base.data.size(), 16u) << "one block of padding, once";
+    const auto decryptor = aes.CreateDecryptor();
+    CCryptoStream incomplete(base, *decryptor, Write);
+    incomplete.Write(&byte, 1);
+    ExpectThrow<CArgumentException>([&] { incomplete.Close(); }, {.param = L"inputCount"});
+    EXPECT_EQ(incomplete.GetCapabilities(), StreamCapabilities::None) << "closed all the same";
+}

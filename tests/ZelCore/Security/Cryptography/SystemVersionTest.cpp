@@ -1,0 +1,116 @@
+#include "Support/Crypto.h"
+
+#include "Support/Child.h"
+
+#include "ZelCore/Security/Cryptography/ProtectedMemory.h"
+#include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
+
+namespace {
+
+const wchar_t* const Child = L"SystemVersion.DISABLED_ChoosesProviderAndFunctions";
+const wchar_t* const Provider1 = L"Microsoft Enhanced Cryptographic Provider v1.0";
+const wchar_t* const Provider2 = L"Microsoft Enhanced RSA and AES Cryptographic Provider (Prototype)";
+const wchar_t* const Provider3 = L"Microsoft Enhanced RSA and AES Cryptographic Provider";
+
+std::wstring GetVariable(const wchar_t* name) {
+    wchar_t text[200] = L"";
+    ::GetEnvironmentVariableW(name, text, 200);
+    return text;
+}
+
+/// Takes what the child expects from the environment.
+void RunFor(const std::wstring& program, const wchar_t* version, const wchar_t* provider, const wchar_t* function) {
+    ::SetEnvironmentVariableW(L"ZEL_VERSION", version);
+    ::SetEnvironmentVariableW(L"ZEL_PROVIDER", provider);
+    ::SetEnvironmentVariableW(L"ZEL_FUNCTION", function);
+    EXPECT_EQ(RunInChild(program, Child), 0u) << ::testing::PrintToString(std::wstring(provider));
+}
+
+std::wstring s_provider, s_function;
+bool s_missing = true;
+
+} // namespace
+
+TEST(SystemVersion, DISABLED_ChoosesProviderAndFunctions) {
+    static DWORD s_major, s_minor;
+    std::unique_ptr<ImportHook> version;
+    if (const std::wstring text = GetVariable(L"ZEL_VERSION"); !text.empty()) {
+        s_major = static_cast<DWORD>(text[0] - L'0');
+        s_minor = static_cast<DWORD>(text[2] - L'0');
+        version = std::make_unique<ImportHook>("GetVersionExW", [](OSVERSIONINFOW* info) -> BOOL {
+            info->dwMajorVersion = s_major;
+            info->dwMinorVersion = s_minor;
+            return TRUE;
+        });
+    }
+    const ImportHook acquire(
+        "CryptAcquireContextW",
+        [](HCRYPTPROV* handle, const wchar_t*, const wchar_t* name, DWORD type, DWORD flags) -> BOOL {
+            s_provider = name;
+            EXPECT_EQ(type, s_provider == Provider1 ? PROV_RSA_FULL : PROV_RSA_AES);
+            EXPECT_EQ(flags, CRYPT_VERIFYCONTEXT);
+            return ::CryptAcquireContextW(handle, nullptr, name, type, flags);
+        });
+    const CRandomNumberGenerator random;
+    EXPECT_EQ(s_provider, GetVariable(L"ZEL_PROVIDER"));
+
+    // The functions that the library finds refuse what is no multiple of a block, each in its own way.
+    const ImportHook find("GetProcAddress", [](HMODULE module, const char* name) -> void* {
+        if (s_missing) {
+            ::SetLastError(127);
+            return nullptr;
+        }
+        if (std::string(name) == "RtlNtStatusToDosError") {
+            return reinterpret_cast<void*>(::GetProcAddress(module, name));
+        }
+        s_function = std::wstring(name, name + std::strlen(name));
+        if (s_function.starts_with(L"System")) {
+            return reinterpret_cast<void*>(
+                +[](void*, ULONG size, ULONG) -> LONG { return size % 16 != 0 ? static_cast<LONG>(0xC000000D) : 0; });
+        }
+        return reinterpret_cast<void*>(+[](void*, DWORD size, DWORD) -> BOOL {
+            ::SetLastError(87);
+            return size % 16 == 0;
+        });
+    });
+    unsigned char memory[16] = {};
+    using Scope = MemoryProtectionScope;
+    ExpectThrow<CWin32Exception>(
+        [&] { CProtectedMemory::Protect(memory, 16, Scope::SameProcess); },
+        {.code = 127, .method = L"`anonymous-namespace'::EnsureProtectMemoryFunctionsLoaded", .line = 66});
+    s_missing = false;
+    CProtectedMemory::Protect(memory, 16, Scope::SameProcess);
+    EXPECT_EQ(s_function, GetVariable(L"ZEL_FUNCTION")) << "the last one that was looked for";
+    const bool status = s_function.starts_with(L"System");
+    ExpectThrow<CWin32Exception>([&] { CProtectedMemory::Protect(memory, 15, Scope::SameProcess); },
+                                 {.code = 87, .line = status ? 88 : 94});
+    ExpectThrow<CWin32Exception>([&] { CProtectedMemory::Unprotect(memory, 15, Scope::SameProcess); },
+                                 {.code = 87, .line = status ? 110 : 116});
+}
+
+TEST(SystemVersion, ChoosesProviderAndFunctions) {
+    const struct {
+        const wchar_t *version, *provider, *function;
+    } rows[] = {
+        {L"5.0", Provider1, L"SystemFunction041"},    {L"5.1", Provider2, L"SystemFunction041"},
+        {L"5.2", Provider3, L"SystemFunction041"},    {L"6.0", Provider3, L"CryptUnprotectMemory"},
+        {L"6.2", Provider3, L"CryptUnprotectMemory"},
+    };
+    for (const auto& row : rows) {
+        RunFor(GetOwnPath(), row.version, row.provider, row.function);
+    }
+}
+
+TEST(SystemVersion, IsAskedOfTheSystem) {
+    if (!IsWine()) {
+        GTEST_SKIP() << "only an emulation pretends to be an older system";
+    }
+    const wchar_t* const key = L"Software\\Wine\\AppDefaults\\zelcore_tests_winxp.exe";
+    const std::wstring own = GetOwnPath();
+    const std::wstring copy = own.substr(0, own.rfind(L'\\') + 1) + L"zelcore_tests_winxp.exe";
+    ASSERT_TRUE(::CopyFileW(own.c_str(), copy.c_str(), FALSE));
+    ::RegSetKeyValueW(HKEY_CURRENT_USER, key, L"Version", REG_SZ, L"winxp", 12);
+    RunFor(copy, nullptr, Provider2, L"SystemFunction041");
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, key);
+    ::DeleteFileW(copy.c_str());
+}
