@@ -8,4 +8,13 @@ void WipeMemory(void* memory, std::size_t size) noexcept {
     ::SecureZeroMemory(memory, size);
 }
 
+void* AllocateSecret(std::size_t size) {
+    return ::operator new(size);
+}
+
+void ReleaseSecret(void* memory, std::size_t size) noexcept {
+    WipeMemory(memory, size);
+    ::operator delete(memory, size);
+}
+
 } // namespace ZelCore

@@ -3,7 +3,7 @@
 #include "ZelCore/Export.h"
 
 #include <cstddef>
-#include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -11,6 +11,10 @@ namespace ZelCore {
 
 /// Overwrites memory with zeros, also where the compiler knows that nobody reads it again.
 ZELCORE_API void WipeMemory(void* memory, std::size_t size) noexcept;
+
+/// Memory for secrets; throws std::bad_alloc. It is wiped when it is released, with its size in bytes.
+ZELCORE_API void* AllocateSecret(std::size_t size);
+ZELCORE_API void ReleaseSecret(void* memory, std::size_t size) noexcept;
 
 /// The allocator of containers that hold keys, plain text and other secrets: it overwrites every block with zeros
 /// before releasing it, also when the container grows, is moved into another one or unwinds.
@@ -25,11 +29,13 @@ public:
     template <class U> zeromemory_allocator(const zeromemory_allocator<U>&) noexcept {}
 
     T* allocate(std::size_t count) {
-        return std::allocator<T>().allocate(count);
+        if (count > static_cast<std::size_t>(-1) / sizeof(T)) {
+            throw std::bad_array_new_length();
+        }
+        return static_cast<T*>(AllocateSecret(count * sizeof(T)));
     }
     void deallocate(T* memory, std::size_t count) noexcept {
-        WipeMemory(memory, count * sizeof(T));
-        std::allocator<T>().deallocate(memory, count);
+        ReleaseSecret(memory, count * sizeof(T));
     }
 
     template <class U> friend bool operator==(const zeromemory_allocator&, const zeromemory_allocator<U>&) noexcept {

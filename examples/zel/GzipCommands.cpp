@@ -1,6 +1,7 @@
 #include "GzipCommands.h"
 
 #include "Files.h"
+#include "PlainStream.h"
 
 #include "ZelCore/FormatException.h"
 #include "ZelCore/IO/Compression/DeflateStream.h"
@@ -25,23 +26,12 @@ struct Options {
 
 /// A compressed file whose last part is read byte by byte: then the place where the reader stops tells whether
 /// something follows its data.
-class CarefulInput final : public CStream {
+class CarefulInput final : public PlainStream {
 public:
     explicit CarefulInput(CFileStream& file) : m_file(file), m_left(file.GetLength()) {}
 
     bool IsAtEnd() const {
         return m_left == 0;
-    }
-    void Close() override {}
-    void Flush() override {}
-    StreamCapabilities GetCapabilities() const override {
-        return StreamCapabilities::CanRead;
-    }
-    std::int64_t GetLength() const override {
-        return m_file.GetLength();
-    }
-    std::int64_t GetPosition() const override {
-        return GetLength() - m_left;
     }
     std::size_t Read(unsigned char* buffer, std::size_t count) override {
         constexpr std::int64_t carefulPart = 65536;
@@ -50,10 +40,6 @@ public:
         m_left -= static_cast<std::int64_t>(read);
         return read;
     }
-    std::int64_t Seek(std::int64_t, SeekOrigin) override {
-        return GetPosition();
-    }
-    void Write(const unsigned char*, std::size_t) override {}
 
 private:
     CFileStream& m_file;

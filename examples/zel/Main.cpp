@@ -1,4 +1,5 @@
 #include "Console.h"
+#include "CryptoCommands.h"
 #include "GzipCommands.h"
 #include "ZipCommands.h"
 
@@ -23,18 +24,22 @@ std::vector<std::string> ToArguments(int argc, wchar_t** argv) {
 }
 
 int Run(int argc, wchar_t** argv) {
-    CLI::App app("zel: archives and compressed files with the ZelCore library", "zel");
+    CLI::App app("zel: archives, compressed, encrypted and signed files with the ZelCore library", "zel");
     app.allow_windows_style_options(false); // "/folder" is a path
     app.require_subcommand(1);
     app.footer("Examples:\n"
                "  zel zip create backup.zip Documents Pictures\n"
                "  zel zip list backup.zip\n"
                "  zel zip extract backup.zip --to restored\n"
-               "  zel gzip log.txt\n\n"
+               "  zel gzip log.txt\n"
+               "  zel keygen my.key\n"
+               "  zel encrypt backup.zip --key my.key\n"
+               "  zel hash backup.zip backup.zip.enc\n\n"
                "Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong use.\n"
                "`zel COMMAND --help` tells more.");
     Zel::AddZipCommands(app);
     Zel::AddGzipCommands(app);
+    Zel::AddCryptoCommands(app);
     try {
         app.parse(ToArguments(argc, argv));
     } catch (const CLI::ParseError& e) {

@@ -2,6 +2,7 @@
 
 #include "EntryName.h"
 #include "Files.h"
+#include "PlainStream.h"
 
 #include "ZelCore/FormatException.h"
 #include "ZelCore/IO/Compression/ZipArchive.h"
@@ -43,30 +44,13 @@ struct Options {
 };
 
 /// A window on a file that tells how much of it was read.
-class WatchedStream final : public CStream {
+class WatchedStream final : public PlainStream {
 public:
     WatchedStream(CStream& base, Progress& progress) : m_base(base), m_progress(progress) {}
-    void Close() override {}
-    void Flush() override {}
-    StreamCapabilities GetCapabilities() const override {
-        return StreamCapabilities::CanRead;
-    }
-    std::int64_t GetLength() const override {
-        return m_base.GetLength();
-    }
-    std::int64_t GetPosition() const override {
-        return m_base.GetPosition();
-    }
     std::size_t Read(unsigned char* buffer, std::size_t count) override {
         const std::size_t read = m_base.Read(buffer, count);
         m_progress.AddBytes(read);
         return read;
-    }
-    std::int64_t Seek(std::int64_t offset, SeekOrigin origin) override {
-        return m_base.Seek(offset, origin);
-    }
-    void Write(const unsigned char* buffer, std::size_t count) override {
-        m_base.Write(buffer, count);
     }
 
 private:
@@ -198,32 +182,6 @@ void List(const Options& options) {
     Print(lines + CString::Format(L"%10I64u %9I64u  in %I64u entries\n", uncompressed, compressed, count));
 }
 
-/// Swallows the data of an entry and counts it.
-class Sink final : public CStream {
-public:
-    std::uint64_t size = 0;
-    void Close() override {}
-    void Flush() override {}
-    StreamCapabilities GetCapabilities() const override {
-        return StreamCapabilities::CanWrite;
-    }
-    std::int64_t GetLength() const override {
-        return static_cast<std::int64_t>(size);
-    }
-    std::int64_t GetPosition() const override {
-        return static_cast<std::int64_t>(size);
-    }
-    std::size_t Read(unsigned char*, std::size_t) override {
-        return 0;
-    }
-    std::int64_t Seek(std::int64_t, SeekOrigin) override {
-        return GetPosition();
-    }
-    void Write(const unsigned char*, std::size_t count) override {
-        size += count;
-    }
-};
-
 void CheckSize(const std::wstring& name, std::uint64_t size, const CZipArchiveEntry& entry) {
     if (size != entry.GetUncompressedSize()) {
         throw ZelCore::CFormatException(
@@ -241,7 +199,7 @@ void Test(const Options& options) {
     for (const std::wstring& name : names) {
         progress.NextFile(name);
         if (!name.empty()) {
-            Sink sink;
+            PlainStream sink;
             const auto entry = archive.GetEntry(name.c_str());
             CheckSize(name, CopyStream(entry->GetStream(), sink, progress, entry->GetUncompressedSize()), *entry);
         }

@@ -10,6 +10,7 @@
 #include "ZelWin32/Win32Exception.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 namespace ZelCore::Security::Cryptography {
@@ -51,19 +52,51 @@ void HashAll(const HashHandle& hash, const unsigned char* data, std::size_t size
                method, file, line);
 }
 
+/// The system takes keys that are none, and then "encrypts" to the plain text: modulus and exponent must be odd, and
+/// the exponent at least 3.
+bool IsSoundRsaKey(const CERT_PUBLIC_KEY_INFO& info) {
+    void* memory = nullptr;
+    DWORD size = 0;
+    if (!::CryptDecodeObjectEx(X509_ASN_ENCODING, RSA_CSP_PUBLICKEYBLOB, info.PublicKey.pbData, info.PublicKey.cbData,
+                               CRYPT_DECODE_ALLOC_FLAG, nullptr, &memory, &size)) {
+        return false;
+    }
+    const ZelWin32::UniqueHandle<ZelWin32::LocalMemoryTraits> owner(memory);
+    constexpr std::size_t modulusAt = sizeof(BLOBHEADER) + sizeof(RSAPUBKEY); // lowest byte first
+    RSAPUBKEY key;
+    if (size <= modulusAt) {
+        return false;
+    }
+    std::memcpy(&key, static_cast<const unsigned char*>(memory) + sizeof(BLOBHEADER), sizeof(key));
+    const unsigned lowest = static_cast<const unsigned char*>(memory)[modulusAt];
+    return key.pubexp >= 3 && (key.pubexp & lowest & 1) != 0;
+}
+
+/// Whether a key of so many bytes has room for the signature's padding and digest (RFC 8017, 9.2).
+bool FitsSignature(std::size_t keyLength, SignatureHashAlgorithm algorithm) {
+    constexpr std::size_t padding = 11, sha1 = 15 + 20, sha256 = 19 + 32; // each with its identifier
+    return keyLength >= padding + (algorithm == SignatureHashAlgorithm::Sha1 ? sha1 : sha256);
+}
+
 KeyHandle ImportPublicKey(const CCryptoServiceProvider& provider, const CPublicKeyInfo& key, const wchar_t* method,
                           const wchar_t* file, int line) {
     HCRYPTKEY handle = 0;
     CheckWin32(::CryptImportPublicKeyInfo(provider.GetHandle(), X509_ASN_ENCODING | PKCS_7_ASN_ENCODING,
                                           const_cast<CERT_PUBLIC_KEY_INFO*>(key.GetInfo()), &handle),
                method, file, line);
-    return KeyHandle(handle);
+    KeyHandle imported(handle);
+    if (!IsSoundRsaKey(*key.GetInfo())) {
+        throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_KEY), nullptr, method, file, line);
+    }
+    return imported;
 }
 
-/// The length of what the key encrypts to, for systems that do not report it.
-DWORD GetBlockLength(const KeyHandle& key) {
+/// The length in bytes of what the key encrypts to and signs with.
+DWORD GetBlockLength(const KeyHandle& key, const wchar_t* method, const wchar_t* file, int line) {
     DWORD bits = 0, size = sizeof(bits);
-    return ::CryptGetKeyParam(key.Get(), KP_BLOCKLEN, reinterpret_cast<BYTE*>(&bits), &size, 0) ? bits / 8 : 0;
+    CheckWin32(::CryptGetKeyParam(key.Get(), KP_BLOCKLEN, reinterpret_cast<BYTE*>(&bits), &size, 0), method, file,
+               line);
+    return bits / 8;
 }
 
 } // namespace
@@ -80,6 +113,9 @@ std::vector<unsigned char> SignData(const CPrivateKeyInfo& key, SignatureHashAlg
     if (length == 0) {
         throw CInvalidOperationException(nullptr, ZEL_SITE(method, 50));
     }
+    if (!FitsSignature(length, hash)) { // which not every system checks
+        throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_LEN), nullptr, ZEL_SITE(method, 56));
+    }
     std::vector<unsigned char> signature(length);
     CheckWin32(::CryptSignHashW(digest.Get(), AT_KEYEXCHANGE, nullptr, 0, signature.data(), &length),
                ZEL_SITE(method, 56));
@@ -95,16 +131,18 @@ bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm hash, const un
     const wchar_t* const method = L"ZelCore::Security::Cryptography::VerifyData";
     CheckData(data, size, L"data", ZEL_SITE(method));
     CheckData(signature, signatureSize, L"signature", ZEL_SITE(method));
-    const DWORD length = ToLength(signatureSize, L"signatureSize", ZEL_SITE(method));
     const CCryptoServiceProvider provider;
     const KeyHandle publicKey = ImportPublicKey(provider, key, ZEL_SITE(method, 80));
     const HashHandle digest = CreateHash(provider, hash, ZEL_SITE(method, 90));
     HashAll(digest, data, size, ZEL_SITE(method, 98));
+    const DWORD length = GetBlockLength(publicKey, ZEL_SITE(method));
+    if (signatureSize != length || !FitsSignature(length, hash)) {
+        return false;
+    }
     std::vector<unsigned char> copy(signature, signature + signatureSize);
     if (reverse) {
         std::reverse(copy.begin(), copy.end());
     }
-    copy.resize(std::max<std::size_t>(copy.size(), 1)); // a pointer also for no signature
     return ::CryptVerifySignatureW(digest.Get(), copy.data(), length, publicKey.Get(), nullptr, 0) != FALSE;
 }
 
@@ -120,7 +158,8 @@ void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
         if (::GetLastError() != ERROR_MORE_DATA) {
             ZelWin32::ThrowLastError(ZEL_SITE(method, 131));
         }
-        const DWORD room = length > size ? length : std::max(GetBlockLength(publicKey), size);
+        // Not every system reports the length.
+        const DWORD room = length > size ? length : std::max(GetBlockLength(publicKey, ZEL_SITE(method, 140)), size);
         result.resize(std::max<std::size_t>(room, 1));
         length = size;
         CheckWin32(::CryptEncrypt(publicKey.Get(), 0, TRUE, 0, result.data(), &length, room), ZEL_SITE(method, 140));
@@ -139,11 +178,13 @@ void DecryptData(const CPrivateKeyInfo& key, SecureBytes& data, bool reverse) {
     HCRYPTKEY handle = 0;
     CheckWin32(::CryptGetUserKey(provider.GetHandle(), AT_KEYEXCHANGE, &handle), ZEL_SITE(method, 159));
     const KeyHandle privateKey(handle);
+    if (length != GetBlockLength(privateKey, ZEL_SITE(method, 173))) { // the system would read and write that much
+        throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_DATA), nullptr, ZEL_SITE(method, 173));
+    }
     SecureBytes result = data;
     if (reverse) {
         std::reverse(result.begin(), result.end());
     }
-    result.resize(std::max<std::size_t>(result.size(), 1));
     CheckWin32(::CryptDecrypt(privateKey.Get(), 0, TRUE, 0, result.data(), &length), ZEL_SITE(method, 173));
     result.resize(length);
     data.swap(result);

@@ -14,7 +14,8 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-constexpr std::size_t SmallestIV = 8; // bytes, for every algorithm
+constexpr std::size_t SmallestIV = 8;    // bytes, for every algorithm
+constexpr std::size_t LargestBlock = 16; // bytes
 
 bool IsWithin(const unsigned char* pointer, const std::vector<unsigned char>& data) {
     return pointer >= data.data() && pointer < data.data() + data.capacity();
@@ -71,7 +72,9 @@ CCryptoApiTransform::CCryptoApiTransform(const SecureBytes& key, const SecureByt
         SetKeyParameter(KP_MODE_BITS, &bits, 76);
     }
     if (parameters.mode != CipherMode::ECB && !iv.empty()) {
-        SetKeyParameter(KP_IV, iv.data(), 82);
+        SecureBytes block(std::max<std::size_t>(iv.size(), LargestBlock)); // the system reads a whole block
+        std::copy(iv.begin(), iv.end(), block.begin());
+        SetKeyParameter(KP_IV, block.data(), 82);
     }
     if (parameters.mode != CipherMode::CBC) {
         const auto mode = static_cast<DWORD>(parameters.mode);
@@ -89,7 +92,8 @@ bool CCryptoApiTransform::IsWholeBlocks(std::size_t count) const noexcept {
 }
 
 void CCryptoApiTransform::CheckSize(std::size_t count, const wchar_t* method, const wchar_t* file, int line) const {
-    if (count > 0xFFFFFFFF - 2 * InputBlockSize()) { // what the system's 32 bits can count with the padding
+    constexpr std::size_t countable = 0xFFFFFFFF; // by the system's 32 bits, padding included
+    if (InputBlockSize() > countable / 2 || count > countable - 2 * InputBlockSize()) {
         throw CArgumentOutOfRangeException(L"inputCount", std::to_wstring(count).c_str(), nullptr, method, file, line);
     }
 }
@@ -111,6 +115,7 @@ std::size_t CCryptoApiTransform::TransformBlock(const unsigned char* input, std:
     const std::size_t length =
         m_encrypting ? Encrypt(input, count, result, false) : Decrypt(input, count, result, false);
     output.swap(result);
+    WipeMemory(result.data(), result.size()); // plain text or not, nobody can reach it any more
     return length;
 }
 
@@ -124,7 +129,12 @@ std::vector<unsigned char> CCryptoApiTransform::TransformFinalBlock(const unsign
     }
     CheckSize(count, ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformFinalBlock"));
     std::vector<unsigned char> output;
-    output.resize(m_encrypting ? Encrypt(input, count, output, true) : Decrypt(input, count, output, true));
+    try {
+        output.resize(m_encrypting ? Encrypt(input, count, output, true) : Decrypt(input, count, output, true));
+    } catch (...) {
+        WipeMemory(output.data(), output.size());
+        throw;
+    }
     return output;
 }
 

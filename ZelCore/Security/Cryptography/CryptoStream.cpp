@@ -8,6 +8,8 @@
 #include "ZelCore/ZeroMemoryAllocator.h"
 
 #include <algorithm>
+#include <exception>
+#include <new>
 #include <utility>
 
 namespace ZelCore::Security::Cryptography {
@@ -68,7 +70,8 @@ private:
     void ReadOneBlock();
     void HoldOutput(std::size_t size) noexcept;
     void ReplaceOutput(std::vector<unsigned char>& output) noexcept;
-    void TransformAndWrite(const unsigned char* blocks, std::size_t size);
+    std::size_t Transform(const unsigned char* blocks, std::size_t size);
+    void WriteHeldOutput();
 
     CryptoStreamMode m_mode;
     std::shared_ptr<CStream> m_streamOwner;
@@ -81,8 +84,9 @@ private:
     std::vector<unsigned char> m_output; ///< what the transform has produced and nobody has taken yet
     std::size_t m_outputStart = 0;
     std::size_t m_outputHeld = 0;
-    std::vector<unsigned char> m_round; ///< many blocks on their way to the transform, or from it
+    std::vector<unsigned char> m_round; ///< many blocks on their way to the transform
     bool m_failed = false;
+    std::exception_ptr m_transformFailure; ///< of the transform, which cannot go on
 };
 
 void CCryptoStream::impl::Initialize() {
@@ -126,11 +130,10 @@ void CCryptoStream::impl::FlushFinalBlock() {
     if (m_mode != CryptoStreamMode::Write) {
         return;
     }
+    WriteHeldOutput();
     std::vector<unsigned char> last = m_transform->TransformFinalBlock(m_input.data(), m_inputHeld);
-    m_output.swap(last); // to be wiped with the stream's buffers
-    if (!m_output.empty()) {
-        m_stream->Write(m_output.data(), m_output.size());
-    }
+    ReplaceOutput(last);
+    WriteHeldOutput();
 }
 
 std::size_t CCryptoStream::impl::TakeHeldOutput(unsigned char* buffer, std::size_t count) noexcept {
@@ -159,9 +162,13 @@ std::size_t CCryptoStream::impl::Read(unsigned char* buffer, std::size_t count) 
     } catch (...) {
         m_failed = true;
         // The caller will not look at bytes that were never counted: they wait for the next call.
-        std::vector<unsigned char> held(copied + m_outputHeld);
-        std::copy_n(m_output.data() + m_outputStart, m_outputHeld, std::copy_n(buffer, copied, held.begin()));
-        ReplaceOutput(held);
+        try {
+            std::vector<unsigned char> held(copied + m_outputHeld);
+            std::copy_n(m_output.data() + m_outputStart, m_outputHeld, std::copy_n(buffer, copied, held.begin()));
+            ReplaceOutput(held);
+        } catch (const std::bad_alloc&) {
+            m_transformFailure = std::current_exception(); // never to go on behind a gap
+        }
         throw;
     }
     return copied;
@@ -171,7 +178,7 @@ void CCryptoStream::impl::ReadInto(unsigned char* buffer, std::size_t count, std
     copied = TakeHeldOutput(buffer, count);
     while (copied < count && !m_finalBlockDone && ReadManyBlocks(buffer, count, copied)) {
     }
-    while (copied < count && !m_finalBlockDone) {
+    while (copied < count && (!m_finalBlockDone || m_transformFailure)) {
         ReadOneBlock();
         copied += TakeHeldOutput(buffer + copied, count - copied);
     }
@@ -183,7 +190,7 @@ bool CCryptoStream::impl::ReadManyBlocks(unsigned char* buffer, std::size_t coun
     const std::size_t inputBlock = m_input.size();
     const std::size_t outputBlock = m_transform->OutputBlockSize();
     const std::size_t wanted = count - copied;
-    if (outputBlock == 0 || wanted <= outputBlock || !m_transform->CanTransformMultipleBlocks()) {
+    if (m_transformFailure || outputBlock == 0 || wanted <= outputBlock || !m_transform->CanTransformMultipleBlocks()) {
         return false;
     }
     const std::size_t size =
@@ -201,8 +208,7 @@ bool CCryptoStream::impl::ReadManyBlocks(unsigned char* buffer, std::size_t coun
     const std::size_t total = m_inputHeld + read;
     const std::size_t whole = total > inputBlock ? total / inputBlock * inputBlock : 0;
     if (whole != 0) {
-        Wipe(m_output);
-        HoldOutput(m_transform->TransformBlock(m_round.data(), whole, m_output));
+        HoldOutput(Transform(m_round.data(), whole));
         copied += TakeHeldOutput(buffer + copied, count - copied);
     }
     m_inputHeld = total - whole;
@@ -212,25 +218,43 @@ bool CCryptoStream::impl::ReadManyBlocks(unsigned char* buffer, std::size_t coun
 
 /// Fills the output from the next block, or from the end of the data.
 void CCryptoStream::impl::ReadOneBlock() {
+    if (m_transformFailure) {
+        std::rethrow_exception(m_transformFailure);
+    }
     while (m_inputHeld < m_input.size()) {
         const std::size_t room = m_input.size() - m_inputHeld;
         const std::size_t read = std::min(m_stream->Read(m_input.data() + m_inputHeld, room), room);
         if (read == 0) {
-            std::vector<unsigned char> last = m_transform->TransformFinalBlock(m_input.data(), m_inputHeld);
-            ReplaceOutput(last);
-            m_finalBlockDone = true;
+            m_finalBlockDone = true; // once at most: a second attempt could take garbage for padding
+            try {
+                std::vector<unsigned char> last = m_transform->TransformFinalBlock(m_input.data(), m_inputHeld);
+                ReplaceOutput(last);
+            } catch (...) {
+                m_transformFailure = std::current_exception();
+                throw;
+            }
             return;
         }
         m_inputHeld += read;
     }
-    Wipe(m_output);
-    HoldOutput(m_transform->TransformBlock(m_input.data(), m_inputHeld, m_output));
+    HoldOutput(Transform(m_input.data(), m_inputHeld));
     m_inputHeld = 0;
+}
+
+std::size_t CCryptoStream::impl::Transform(const unsigned char* blocks, std::size_t size) {
+    Wipe(m_output);
+    try {
+        return m_transform->TransformBlock(blocks, size, m_output);
+    } catch (...) {
+        m_transformFailure = std::current_exception();
+        throw;
+    }
 }
 
 void CCryptoStream::impl::Write(const unsigned char* buffer, std::size_t count) {
     const std::size_t block = m_input.size();
     try {
+        WriteHeldOutput();
         if (m_inputHeld != 0) {
             const std::size_t added = std::min(count, block - m_inputHeld);
             std::copy_n(buffer, added, m_input.begin() + static_cast<std::ptrdiff_t>(m_inputHeld));
@@ -240,14 +264,16 @@ void CCryptoStream::impl::Write(const unsigned char* buffer, std::size_t count) 
             if (m_inputHeld < block) {
                 return;
             }
-            TransformAndWrite(m_input.data(), block);
+            HoldOutput(Transform(m_input.data(), block));
             m_inputHeld = 0;
+            WriteHeldOutput();
         }
         const std::size_t round =
             m_transform->CanTransformMultipleBlocks() ? std::max<std::size_t>(LargestRound / block, 1) * block : block;
         while (count >= block) {
             const std::size_t size = std::min(count / block * block, round);
-            TransformAndWrite(buffer, size);
+            HoldOutput(Transform(buffer, size));
+            WriteHeldOutput();
             buffer += size;
             count -= size;
         }
@@ -259,11 +285,10 @@ void CCryptoStream::impl::Write(const unsigned char* buffer, std::size_t count) 
     }
 }
 
-void CCryptoStream::impl::TransformAndWrite(const unsigned char* blocks, std::size_t size) {
-    Wipe(m_round);
-    const std::size_t produced = m_transform->TransformBlock(blocks, size, m_round);
-    if (produced != 0) {
-        m_stream->Write(m_round.data(), std::min(produced, m_round.size()));
+void CCryptoStream::impl::WriteHeldOutput() {
+    if (m_outputHeld != 0) {
+        m_stream->Write(m_output.data(), m_outputHeld);
+        m_outputHeld = 0;
     }
 }
 

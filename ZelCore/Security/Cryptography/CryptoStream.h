@@ -28,7 +28,7 @@ enum class CryptoStreamMode : std::uint32_t {
 /// What the transform and the other stream throw passes through. A wrong key or damaged data mostly shows only in the
 /// last block, by CWin32Exception with NTE_BAD_DATA, and sometimes not at all.
 ///
-/// Holds at most 1 MiB of buffers, whatever the size of the data, and wipes them. One thread at a time.
+/// Holds at most 2 MiB of buffers, whatever the size of the data, and wipes them. One thread at a time.
 class ZELCORE_API CCryptoStream : public IO::CStream {
 public:
     /// Borrows both, which must outlive this stream. Neither constructor ever closes or flushes the other stream.
@@ -54,10 +54,12 @@ public:
     std::int64_t GetLength() const override;
     std::int64_t GetPosition() const override;
 
-    /// Fills the buffer unless the data ends before; 0 after the end. When it throws, what it had ready is kept for
-    /// the next Read.
+    /// Fills the buffer unless the data ends before; 0 after the end. When the other stream throws, what was ready is
+    /// kept for the next Read, which goes on there; when the transform throws, so does every further Read.
     std::size_t Read(unsigned char* buffer, std::size_t count) override;
     std::int64_t Seek(std::int64_t offset, IO::SeekOrigin origin) override;
+
+    /// When the other stream throws, the transformed bytes are kept and written first by the next Write or by Close.
     void Write(const unsigned char* buffer, std::size_t count) override;
 
 private:

@@ -111,8 +111,8 @@ std::size_t CHashAlgorithm::OutputBlockSize() const {
 std::size_t CHashAlgorithm::TransformBlock(const unsigned char* input, std::size_t count, Bytes& output) {
     CheckNotNull(input, L"inputBuffer",
                  ZEL_SITE(L"ZelCore::Security::Cryptography::CHashAlgorithm::TransformBlock", 158));
+    m_impl->HashCore(input, count);
     Bytes copy(input, input + count); // the output may hold the input
-    m_impl->HashCore(copy.data(), count);
     output.swap(copy);
     return count;
 }

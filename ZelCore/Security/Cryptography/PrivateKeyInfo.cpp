@@ -1,5 +1,6 @@
 #include "ZelCore/Security/Cryptography/PrivateKeyInfo.h"
 
+#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Security/Cryptography/CryptoHandles.h"
 #include "ZelCore/Security/Cryptography/CryptoServiceProvider.h"
 #include "ZelCore/ThrowSite.h"
@@ -39,14 +40,25 @@ unsigned long CPrivateKeyInfo::GetFlags() const noexcept {
 void CPrivateKeyInfo::Create(unsigned int bits) const {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CPrivateKeyInfo::Create";
     constexpr unsigned bitShift = 16; // the upper half of the flags is the length
-    const CCryptoServiceProvider provider(GetContainerName(), m_flags | CRYPT_NEWKEYSET);
-    HCRYPTKEY handle = 0;
-    if (bits > 0xFFFF || !::CryptGenKey(provider.GetHandle(), AT_KEYEXCHANGE, bits << bitShift, &handle)) {
-        const DWORD error = bits > 0xFFFF ? static_cast<DWORD>(NTE_BAD_LEN) : ::GetLastError();
-        Delete(); // a container without a key would be in the way of the next attempt
+    if (bits > 0xFFFF) {
+        throw CArgumentOutOfRangeException(L"bits", std::to_wstring(bits).c_str(), nullptr, ZEL_SITE(method));
+    }
+    DWORD error = ERROR_SUCCESS;
+    {
+        const CCryptoServiceProvider provider(GetContainerName(), m_flags | CRYPT_NEWKEYSET);
+        HCRYPTKEY handle = 0;
+        if (!::CryptGenKey(provider.GetHandle(), AT_KEYEXCHANGE, bits << bitShift, &handle)) {
+            error = ::GetLastError();
+        }
+        const KeyHandle key(handle);
+    }
+    if (error != ERROR_SUCCESS) {
+        try {
+            Delete(); // a container without a key would be in the way of the next attempt
+        } catch (const ZelWin32::CWin32Exception&) { // why there is no key is what counts
+        }
         throw ZelWin32::CWin32Exception(error, nullptr, ZEL_SITE(method));
     }
-    const KeyHandle key(handle);
 }
 
 void CPrivateKeyInfo::Delete() const {

@@ -19,7 +19,7 @@ public:
     unsigned long GetFlags() const noexcept;
 
     /// Makes the container with a new key pair of so many bits, for signatures and for encryption. Throws
-    /// CWin32Exception, with NTE_EXISTS (0x8009000F) where there is such a container.
+    /// CWin32Exception, with NTE_EXISTS (0x8009000F) where there is such a container, and leaves none without a key.
     void Create(unsigned int bits) const;
 
     /// Deletes the container with its keys for ever. Throws CWin32Exception where there is none.

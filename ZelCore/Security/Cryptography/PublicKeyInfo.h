@@ -18,6 +18,9 @@ public:
     /// it is no public key.
     CPublicKeyInfo(const unsigned char* encoded, std::size_t size);
 
+    CPublicKeyInfo(const CPublicKeyInfo&) = default; // a moved-from key would be none: moving copies
+    CPublicKeyInfo& operator=(const CPublicKeyInfo&) = default;
+
     const std::vector<unsigned char>& GetEncoded() const noexcept {
         return m_encoded;
     }

@@ -12,7 +12,7 @@
 namespace ZelCore::Security::Cryptography {
 
 inline SecureBytes MakeRandomBytes(std::uint64_t size) {
-    constexpr std::uint64_t largest = 0x10000; // no cipher comes near; a size far off must not ask for all memory
+    constexpr std::uint64_t largest = 0x40000000; // a size far off must not ask for all memory
     if (size > largest) {
         throw CArgumentOutOfRangeException(L"size", std::to_wstring(size).c_str(), nullptr,
                                            ZEL_SITE(L"ZelCore::Security::Cryptography::MakeRandomBytes"));

@@ -35,7 +35,8 @@ public:
     virtual void GenerateKey() = 0;
 
     /// Make a transform of the given key and IV, or of the algorithm's own, which are generated if there are none.
-    /// An empty IV means zeros; ECB ignores the IV. The transform is independent of the algorithm.
+    /// A short IV is filled up with zeros, an empty one too; ECB ignores the IV. The transform is independent of the
+    /// algorithm.
     ///
     /// Throw CNotImplementedException for OFB, CArgumentException for "feedbackSize", "key" (empty) and "iv" (1 to 7
     /// bytes), CWin32Exception when the system refuses the key, say for its length.

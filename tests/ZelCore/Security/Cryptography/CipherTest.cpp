@@ -222,6 +222,11 @@ TEST(Cipher, TransformsFollowTheirRules) {
     const std::string cipher = Transform(*aes.CreateEncryptor(), data.substr(0, 20));
     EXPECT_EQ(decryptor->TransformBlock(Bytes(cipher), 16, output), 0u);
     EXPECT_EQ(Text(decryptor->TransformFinalBlock(Bytes(cipher) + 16, 16)), data.substr(0, 20));
+    const SecureBytes shortIV(8, 'x');
+    SecureBytes paddedIV = shortIV;
+    paddedIV.resize(16);
+    EXPECT_EQ(Transform(*aes.CreateEncryptor(aes.GetKey(), shortIV), "x"),
+              Transform(*aes.CreateEncryptor(aes.GetKey(), paddedIV), "x"));
     EXPECT_EQ(decryptor->TransformBlock(Bytes(cipher), 16, output), 16u) << "the held block stays for the next message";
     ExpectThrow<CWin32Exception>([&] { aes.CreateDecryptor()->TransformFinalBlock(Bytes(data), 0); },
                                  {.code = static_cast<unsigned long>(NTE_BAD_DATA), .line = 244});

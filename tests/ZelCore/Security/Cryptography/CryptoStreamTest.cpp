@@ -207,6 +207,37 @@ TEST(CryptoStream, DamagedCipherTextIsReportedOrHarmless) {
     EXPECT_GE(reported, 30) << "the last two blocks are what the padding is checked by";
 }
 
+TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
+    CAes aes;
+    const std::string message = MakeText(70);
+    const std::string cipher = Transform(*aes.CreateEncryptor(), message);
+    TestStream target;
+    target.failOn = 2;
+    const auto encryptor = aes.CreateEncryptor();
+    CCryptoStream writing(target, *encryptor, Write);
+    writing.Write(Bytes(message), 16);
+    ExpectThrow<CFormatException>([&] { writing.Write(Bytes(message) + 16, 16); });
+    writing.Write(Bytes(message) + 32, 38); // after what could not be written
+    writing.Close();
+    EXPECT_EQ(target.data, cipher);
+    TestStream source(cipher.substr(0, 79) + "!");
+    const auto decryptor = aes.CreateDecryptor();
+    CCryptoStream reading(source, *decryptor, Read);
+    unsigned char buffer[100];
+    for (int i = 0; i < 300; ++i) { // one attempt of 256 would find padding in garbage
+        ExpectThrow<CWin32Exception>([&] { reading.Read(buffer, 100); }, {.line = 244});
+    }
+    EXPECT_EQ(reading.Read(buffer, 64), 64u) << "what came before is good";
+    FailingCalls calls({{"CryptDecrypt"}});
+    TestStream again(cipher);
+    const auto other = aes.CreateDecryptor();
+    CCryptoStream failing(again, *other, Read);
+    calls.FailOn(1);
+    for (int i = 0; i < 2; ++i) {
+        ExpectThrow<CWin32Exception>([&] { failing.Read(buffer, 70); }, {.code = 1450});
+    }
+}
+
 TEST(CryptoStream, HasAContract) {
     CAes aes;
     const auto encryptor = aes.CreateEncryptor();

@@ -57,8 +57,10 @@ TEST_F(Signature, SignsVerifiesEncryptsAndDecrypts) {
     SecureBytes tooLong(longest + 1);
     ExpectThrow<CWin32Exception>([&] { EncryptData(publicKey, tooLong, false); });
     EXPECT_EQ(tooLong.size(), longest + 1);
-    SecureBytes nothing;
-    ExpectThrow<CWin32Exception>([&] { DecryptData(key, nothing, false); });
+    for (const std::size_t size : {0, 1, 64, 127, 129}) {
+        SecureBytes wrong(size);
+        ExpectThrow<CWin32Exception>([&] { DecryptData(key, wrong, false); }, {.line = 173});
+    }
     ExpectThrow<CArgumentNullException>([&] { SignData(key, Sha1, nullptr, 1, false); }, {.param = L"data"});
     ExpectThrow<CArgumentNullException>([&] { VerifyData(publicKey, Sha1, Bytes("x"), 1, nullptr, 1, false); },
                                         {.param = L"signature"});
@@ -68,6 +70,11 @@ TEST_F(Signature, SignsVerifiesEncryptsAndDecrypts) {
         [&] { SignData(missing, Sha1, Bytes("x"), 1, false); },
         {.method = L"ZelCore::Security::Cryptography::CCryptoServiceProvider::CCryptoServiceProvider", .line = 64});
     ExpectThrow<CWin32Exception>([&] { missing.Delete(); });
+    ExpectThrow<CWin32Exception>([&] { missing.Create(8); });
+    missing.Create(384); // nothing is in the way
+    ExpectThrow<CWin32Exception>([&] { SignData(missing, Sha256, Bytes("x"), 1, false); }, {.line = 56});
+    EXPECT_FALSE(VerifyData(missing.GetPublicKey(), Sha256, Bytes("x"), 1, Bytes(MakeText(48)), 48, false));
+    missing.Delete();
 }
 
 TEST_F(Signature, EveryFailingCallSurfacesAtItsLineAndReleasesAll) {
@@ -120,6 +127,11 @@ TEST_F(Signature, PublicKeysAreReadOrRefused) {
         } catch (const CWin32Exception&) {
         }
     }
+    auto even = encoded;
+    even.at(even.size() - 1) = 2; // the exponent
+    SecureBytes data(5);
+    ExpectThrow<CWin32Exception>([&] { EncryptData(CPublicKeyInfo(even.data(), even.size()), data, true); },
+                                 {.code = static_cast<unsigned long>(NTE_BAD_KEY), .line = 116});
     ExpectThrow<CArgumentNullException>([] { CPublicKeyInfo(nullptr, 0); }, {.param = L"encoded"});
     ExpectThrow<CArgumentException>([] { CPublicKeyInfo(Bytes("x"), 0); }, {.param = L"encoded"});
 }
