@@ -95,7 +95,11 @@ int wmain(int argc, wchar_t** argv) {
     try {
         std::printf("| %-34s | %-32s | %13s | %13s | %6s | %5s |\n", "work", "against", "ours", "raw", "ratio", "most");
         std::printf("|---|---|---:|---:|---:|---:|\n");
-        for (const auto& make : {MakeTextBenchmarks, MakeStreamBenchmarks, MakeArchiveBenchmarks}) {
+        if (only.empty() || only == "records") {
+            RunRecordsBenchmark();
+        }
+        for (const auto& make :
+             {MakeTextBenchmarks, MakeStreamBenchmarks, MakeArchiveBenchmarks, MakeCryptoBenchmarks}) {
             for (const Benchmark& benchmark : make()) {
                 if (std::strstr(benchmark.name, only.c_str()) != nullptr) {
                     Run(benchmark);

@@ -27,6 +27,11 @@ void PrintRow(const char* name, const char* against, double ours, double raw, do
 std::vector<Benchmark> MakeStreamBenchmarks();
 std::vector<Benchmark> MakeArchiveBenchmarks();
 std::vector<Benchmark> MakeTextBenchmarks();
+std::vector<Benchmark> MakeCryptoBenchmarks();
+
+/// Small records encrypted one by one, which by hand load the system's provider each time. To be run first: the
+/// library keeps the provider loaded from its first use on.
+void RunRecordsBenchmark();
 
 /// The time to open an archive and read one entry, against what Python took for it (in seconds).
 void RunOpenBenchmark(const std::wstring& archive, const std::wstring& entry, double python);

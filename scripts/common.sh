@@ -29,14 +29,14 @@ set_up() {
         for name in gcc cmake ninja zlib gtest cli11 python; do
             pacman -Q "$MINGW_PACKAGE_PREFIX-$name" >/dev/null 2>&1 || missing+=("$MINGW_PACKAGE_PREFIX-$name")
         done
-        for name in unzip zip; do
+        for name in unzip zip openssl; do
             pacman -Q "$name" >/dev/null 2>&1 || missing+=("$name")
         done
         [ ${#missing[@]} -eq 0 ] || { say "installing ${missing[*]}"; pacman -S --needed --noconfirm "${missing[@]}"; }
         return
     fi
     install_packages gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev wine \
-        wine64 cmake ninja-build googletest libcli11-dev unzip zip python3 "$@"
+        wine64 cmake ninja-build googletest libcli11-dev unzip zip openssl python3 "$@"
     export LC_ALL=C.UTF-8 WINEPREFIX=$PWD/build/wine WINEDEBUG=-all WINEDLLOVERRIDES='winedbg.exe=d;mscoree=d;mshtml=d'
 }
 

@@ -1,8 +1,9 @@
-"""What zel writes is read by Python, and what Python writes is read by zel.
+"""What zel writes is read by Python and OpenSSL, and what they write is read by zel.
 
 usage: formats_test.py FOLDER [EMULATOR] ZEL
 """
 import gzip
+import hashlib
 import os
 import random
 import shutil
@@ -36,7 +37,7 @@ def contents():
     }
 
 
-class Formats(unittest.TestCase):
+class ZelTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp(dir=FOLDER)
         self.old = os.getcwd()
@@ -50,6 +51,8 @@ class Formats(unittest.TestCase):
         os.chdir(self.old)
         shutil.rmtree(self.folder)
 
+
+class Formats(ZelTest):
     def check(self, expected):
         with zipfile.ZipFile("a.zip") as archive:
             self.assertIsNone(archive.testzip())
@@ -192,6 +195,88 @@ class Formats(unittest.TestCase):
             with open("one.gz", "wb") as file:
                 file.write(gzip.compress(noise))
             zel("gunzip", "one.gz", "back", "--overwrite")
+
+
+def openssl(*arguments, status=0):
+    run = subprocess.run(["openssl", *arguments], capture_output=True, stdin=subprocess.DEVNULL)
+    assert run.returncode == status, run.stderr.decode()
+    return run.stdout
+
+
+def write(name, data):
+    with open(name, "wb") as file:
+        file.write(data)
+
+
+def read(name):
+    with open(name, "rb") as file:
+        return file.read()
+
+
+class Secrets(ZelTest):
+    def test_encryption_both_ways(self):
+        zel("keygen", "key")
+        key = read("key")
+        self.assertEqual(len(key), 32)
+        zel("keygen", "key", status=1)
+        zel("protect", "key", "sealed", "--entropy", "tree/one")
+        cipher = ["enc", "-aes-256-cbc", "-K", key.hex(), "-iv"]
+        for name, data in contents().items():
+            zel("encrypt", name, "--key", "key")
+            written = read(name + ".enc")
+            write("body", written[16:])
+            self.assertEqual(openssl(*cipher, written[:16].hex(), "-d", "-in", "body"), data)
+            vector = bytes(range(16))
+            write("theirs.enc", vector + openssl(*cipher, vector.hex(), "-in", name))
+            zel("decrypt", "theirs.enc", "back", "--key", "sealed", "--sealed", "--entropy", "tree/one", "--overwrite")
+            self.assertEqual(read("back"), data)
+            os.remove(name + ".enc")
+            zel("encrypt", name, "--key", "key")
+            self.assertNotEqual(read(name + ".enc"), written)
+        write("other", bytes(32))
+        for damaged, used in ((written, "other"), (written[:-1], "key"), (written[:10], "key"), (written[:16], "key")):
+            write("damaged.enc", damaged)
+            zel("decrypt", "damaged.enc", "--key", used, status=1)
+            self.assertFalse(os.path.exists("damaged"))
+        zel("decrypt", "damaged.enc", "--key", "damaged.enc", status=1)
+        zel("decrypt", "damaged.enc", "--key", "sealed", "--sealed", status=1)
+
+    def test_digests(self):
+        for name in ("md5", "sha1", "sha256", "sha384", "sha512"):
+            lines = zel("hash", "--algorithm", name, *contents()).splitlines()
+            expected = [f"{hashlib.new(name, data).hexdigest()}  {path}" for path, data in contents().items()]
+            self.assertEqual(lines, expected)
+
+    def test_sealing(self):
+        for data in (b"", b"secret" * 1000):
+            write("data", data)
+            for extra in ([], ["--machine"]):
+                zel("protect", "data", "data.sealed", "--overwrite", *extra)
+                zel("unprotect", "data.sealed", "back", "--overwrite")
+                self.assertEqual(read("back"), data)
+        zel("unprotect", "data.sealed", "other", "--entropy", "data", status=1)
+        self.assertFalse(os.path.exists("other"))
+
+    def test_signatures_both_ways(self):
+        name = f"zel test {os.getpid()}"
+        zel("container", "create", name, "--bits", "1024")
+        try:
+            zel("container", "create", name, status=1)
+            zel("container", "export", name, "public.der")
+            openssl("rsa", "-pubin", "-inform", "DER", "-in", "public.der", "-out", "public.pem")
+            openssl("genrsa", "-out", "private.pem", "2048")
+            openssl("rsa", "-in", "private.pem", "-pubout", "-outform", "DER", "-out", "theirs.der")
+            for file in contents():
+                for digest in ("sha1", "sha256"):
+                    zel("sign", file, "signature", "--container", name, "--algorithm", digest, "--overwrite")
+                    openssl("dgst", "-" + digest, "-verify", "public.pem", "-signature", "signature", file)
+                    zel("verify", file, "signature", "--container", name, "--algorithm", digest)
+                    zel("verify", file, "signature", "--public-key", "theirs.der", status=1)
+                    openssl("dgst", "-" + digest, "-sign", "private.pem", "-out", "theirs", file)
+                    zel("verify", file, "theirs", "--public-key", "theirs.der", "--algorithm", digest)
+            zel("verify", "public.der", "signature", "--container", name, status=1)
+        finally:
+            zel("container", "delete", name)
 
 
 if __name__ == "__main__":
