@@ -2,6 +2,8 @@
 
 #include "ZelWin32/Windows.h"
 
+#include <memory>
+
 namespace ZelCore {
 
 void WipeMemory(void* memory, std::size_t size) noexcept {
@@ -9,12 +11,12 @@ void WipeMemory(void* memory, std::size_t size) noexcept {
 }
 
 void* AllocateSecret(std::size_t size) {
-    return ::operator new(size);
+    return std::allocator<unsigned char>().allocate(size);
 }
 
 void ReleaseSecret(void* memory, std::size_t size) noexcept {
     WipeMemory(memory, size);
-    ::operator delete(memory, size);
+    std::allocator<unsigned char>().deallocate(static_cast<unsigned char*>(memory), size);
 }
 
 } // namespace ZelCore

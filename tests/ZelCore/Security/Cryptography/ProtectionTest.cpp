@@ -51,10 +51,17 @@ private:
     inline static std::vector<std::string> s_secrets;
     inline static int s_found = 0, s_released = 0;
 
-    const ImportHook m_sized{"_ZdlPvy", [](void* block, std::size_t size) {
-                                 Look(block, size);
-                                 ::operator delete(block, size);
-                             }};
+#ifdef __cpp_sized_deallocation
+    const ImportHook m_delete{"_ZdlPvy", [](void* block, std::size_t size) {
+                                  Look(block, size);
+                                  ::operator delete(block, size);
+                              }};
+#else
+    const ImportHook m_delete{"_ZdlPv", [](void* block) {
+                                  Look(block, block != nullptr ? ::_msize(block) : 0);
+                                  ::operator delete(block);
+                              }};
+#endif
     const ImportHook m_local{"LocalFree", [](HLOCAL block) -> HLOCAL {
                                  Look(block, ::LocalSize(block));
                                  return ::LocalFree(block);
