@@ -62,7 +62,7 @@ TEST(Cipher, GivesTheAnswersOfTheStandards) {
         if (*row.iv != L'\0') {
             row.algorithm.SetIV(Hex(row.iv));
         }
-        for (const std::size_t blocks : {1, 2, 3}) {
+        for (const std::size_t blocks : {1u, 2u, 3u}) {
             const std::string cipher = Transform(*row.algorithm.CreateEncryptor(), plain + "!", blocks);
             EXPECT_EQ(cipher.substr(0, plain.size()), Text(Hex(row.cipher)));
             EXPECT_EQ(Transform(*row.algorithm.CreateDecryptor(), cipher, blocks), plain + "!");

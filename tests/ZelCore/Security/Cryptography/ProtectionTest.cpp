@@ -123,8 +123,8 @@ TEST(ProtectedData, ReportsWhatIsRefused) {
                               s_flags = flags;
                               return FALSE;
                           });
-    for (const auto& [scope, flags] : {std::pair<int, DWORD>{0, 1}, {1, 5}, {2, 1}}) {
-        ExpectThrow<CWin32Exception>([scope = scope] { Protect("", "", static_cast<Scope>(scope)); });
+    for (const auto& [number, flags] : {std::pair<int, DWORD>{0, 1}, {1, 5}, {2, 1}}) {
+        ExpectThrow<CWin32Exception>([scope = number] { Protect("", "", static_cast<Scope>(scope)); });
         EXPECT_EQ(s_flags, flags);
     }
 }

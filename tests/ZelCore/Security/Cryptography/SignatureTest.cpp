@@ -57,7 +57,7 @@ TEST_F(Signature, SignsVerifiesEncryptsAndDecrypts) {
     SecureBytes tooLong(longest + 1);
     ExpectThrow<CWin32Exception>([&] { EncryptData(publicKey, tooLong, false); });
     EXPECT_EQ(tooLong.size(), longest + 1);
-    for (const std::size_t size : {0, 1, 64, 127, 129}) {
+    for (const std::size_t size : {0u, 1u, 64u, 127u, 129u}) {
         SecureBytes wrong(size);
         ExpectThrow<CWin32Exception>([&] { DecryptData(key, wrong, false); }, {.line = 173});
     }
