@@ -1,0 +1,154 @@
+#pragma once
+
+#include "ZelCore/TimeSpan.h"
+
+#include <compare>
+#include <cstdint>
+#include <string>
+
+struct _FILETIME;
+struct _SYSTEMTIME;
+
+namespace ZelCore {
+
+/// What a date-time refers to.
+enum class DateTimeKind : std::int32_t {
+    Unspecified = 0, ///< nobody said; conversions take it for what they convert from
+    Utc = 1,
+    Local = 2,
+};
+
+/// An instant of the proleptic Gregorian calendar, from year 1 to 9999, in ticks of 100 nanoseconds. A copyable value.
+///
+/// Comparison and difference look at the ticks alone, not at the kind.
+class ZELCORE_API CDateTime {
+public:
+    static const CDateTime MinValue; ///< 0001-01-01 00:00:00
+    static const CDateTime MaxValue; ///< the last tick of 9999-12-31
+
+    constexpr CDateTime() noexcept = default;
+
+    /// \param ticks since 0001-01-01 00:00:00; not checked
+    constexpr CDateTime(std::int64_t ticks, DateTimeKind kind) noexcept : m_ticks(ticks), m_kind(kind) {}
+
+    CDateTime(const _FILETIME& time, DateTimeKind kind) noexcept;
+
+    /// Throws CWin32Exception for a SYSTEMTIME that the system refuses.
+    CDateTime(const _SYSTEMTIME& time, DateTimeKind kind);
+
+    /// A date at midnight. Throws CArgumentException for "year" (1 to 9999), "month" or "day".
+    static CDateTime FromDate(int year, int month, int day, DateTimeKind kind = DateTimeKind::Unspecified);
+
+    static CDateTime UtcNow() noexcept;
+    static CDateTime Now();
+
+    /// Reads text of exactly this form. The format is one of ToString's letters (not M, m, U, Y, y), which read what
+    /// ToString writes (g also a short date and a short time), or a pattern:
+    ///
+    /// | letters | what they read |
+    /// |---|---|
+    /// | d dd | the day, one or two digits, two digits |
+    /// | ddd dddd | the short or long name of the day of the week, which must agree with the date |
+    /// | M MM MMM MMMM | the month: one or two digits, two digits, short name, long name |
+    /// | y yy yyyy | the year: one or two digits, two digits, as many digits as letters |
+    /// | H HH h hh | the hour of 24 or of 12 |
+    /// | m mm s ss | minute, second |
+    /// | f ... fffffff | so many digits of the fraction of a second |
+    /// | F ... FFFFFFF | at most so many, with a point in front that is left out without them |
+    /// | t tt | the first letter of, or the whole of AM or PM as the locale writes it |
+    /// | z zz zzz | the offset from universal time: hours, two digits of hours, hours and minutes |
+    /// | K | Z, an offset as of zzz, or nothing |
+    /// | 'text' "text" \x %x | the text or character as it stands; a single letter as a pattern |
+    ///
+    /// All other characters stand for themselves. Z makes the value Utc, an offset makes it Local at the same instant,
+    /// otherwise it is Unspecified; u, R and r read Utc. What the pattern leaves out is the first of January of year 1,
+    /// midnight. Names are compared without regard to case.
+    ///
+    /// Throws CArgumentNullException for "value" or "format", CArgumentException for "format" (an unknown letter, an
+    /// open quotation) and for the "day" of an impossible date, CFormatException for text of another form.
+    ///
+    /// \param locale whose names and patterns are used: 127 is the invariant locale
+    static CDateTime ParseExact(const wchar_t* value, const wchar_t* format, unsigned long locale);
+
+    /// Reads what ToString writes for O, o, s, u, R and r, also with fewer digits of the fraction, without seconds or
+    /// as a date alone, between blanks. Never throws for any text: the result is then MinValue.
+    static bool TryParse(const std::wstring& value, CDateTime& result) noexcept;
+
+    /// Add to the value; the kind stays. Years and months keep the day, or take the last one of a shorter month, and
+    /// throw CArgumentOutOfRangeException for "months" beyond 120,000 months or the years 1 to 9999. The others wrap
+    /// around silently.
+    void AddYears(int years);
+    void AddMonths(int months);
+    void AddDays(int days) noexcept;
+    void AddHours(int hours) noexcept;
+    void AddMinutes(int minutes) noexcept;
+    void AddSeconds(int seconds) noexcept;
+    void AddMilliseconds(int milliseconds) noexcept;
+
+    constexpr std::int64_t GetTicks() const noexcept {
+        return m_ticks;
+    }
+    constexpr DateTimeKind GetKind() const noexcept {
+        return m_kind;
+    }
+    int GetYear() const noexcept;
+    int GetMonth() const noexcept;     ///< 1 to 12
+    int GetDay() const noexcept;       ///< 1 to 31
+    int GetDayOfWeek() const noexcept; ///< 0 Sunday to 6 Saturday
+    int GetHour() const noexcept;
+    int GetMinute() const noexcept;
+    int GetSecond() const noexcept;
+    int GetMillisecond() const noexcept;
+
+    /// The same ticks counted from 1601, whatever the kind.
+    _FILETIME GetAsFILETIME() const noexcept;
+    _SYSTEMTIME GetAsSYSTEMTIME() const noexcept;
+
+    /// By the offset that is in force today, not on that date. Unspecified values count as universal time in the first
+    /// and as local time in the second.
+    CDateTime ToLocalTime() const noexcept;
+    CDateTime ToUniversalTime() const noexcept;
+
+    /// Formats by one letter:
+    ///
+    /// | letter | result |
+    /// |---|---|
+    /// | D d T t | the four functions below: long and short date, long and short time |
+    /// | F f G | long date and long time, long date and short time, short date and long time |
+    /// | g | the short date twice |
+    /// | O o | 2024-02-29T13:14:15.1234567 and Z (Utc), the offset on that date (Local) or nothing (ISO 8601) |
+    /// | R r | Thu, 29 Feb 2024 13:14:15 GMT (RFC 1123), without conversion to universal time |
+    /// | s | 2024-02-29T13:14:15 |
+    /// | u | 2024-02-29 13:14:15Z, without conversion |
+    ///
+    /// Throws CArgumentNullException and CArgumentException for "format", CNotImplementedException for M, m, U, Y and
+    /// y, CWin32Exception when the system cannot format.
+    std::wstring ToString(const wchar_t* format, unsigned long locale) const;
+    std::wstring ToLongDateString(unsigned long locale) const;
+    std::wstring ToShortDateString(unsigned long locale) const;
+    std::wstring ToLongTimeString(unsigned long locale) const;
+    std::wstring ToShortTimeString(unsigned long locale) const;
+
+    /// Throw CArgumentOutOfRangeException for "ticks" beyond 64 bits.
+    CTimeSpan operator-(const CDateTime& other) const;
+    CDateTime operator+(const CTimeSpan& span) const;
+    CDateTime operator-(const CTimeSpan& span) const;
+    CDateTime& operator+=(const CTimeSpan& span);
+    CDateTime& operator-=(const CTimeSpan& span);
+
+    constexpr std::strong_ordering operator<=>(const CDateTime& other) const noexcept {
+        return m_ticks <=> other.m_ticks;
+    }
+    constexpr bool operator==(const CDateTime& other) const noexcept {
+        return m_ticks == other.m_ticks;
+    }
+
+private:
+    void AddTicks(std::int64_t count, std::int64_t unit) noexcept;
+    void AddMonths64(std::int64_t months);
+
+    std::int64_t m_ticks = 0;
+    DateTimeKind m_kind = DateTimeKind::Unspecified;
+};
+
+} // namespace ZelCore

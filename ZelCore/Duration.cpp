@@ -1,0 +1,174 @@
+#include "ZelCore/Duration.h"
+
+#include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Convert.h"
+#include "ZelCore/DateTime.h"
+#include "ZelCore/TextWriter.h"
+#include "ZelCore/ThrowSite.h"
+
+#include <charconv>
+#include <cmath>
+#include <string>
+
+namespace ZelCore {
+
+namespace {
+
+/// Without an exponent and with as few digits as give the same number again.
+std::wstring FormatSeconds(double seconds) {
+    char digits[512]; // the largest number takes 309
+    const auto result = std::to_chars(digits, digits + sizeof(digits), seconds, std::chars_format::fixed);
+    return {digits, result.ptr};
+}
+
+void CheckComponent(const wchar_t* name, int value) {
+    if (value < 0) {
+        throw CArgumentOutOfRangeException(name, std::to_wstring(value).c_str(), nullptr,
+                                           ZEL_SITE(L"ZelCore::CDuration::CDuration"));
+    }
+}
+
+bool IsDigit(wchar_t c) noexcept {
+    return c >= L'0' && c <= L'9';
+}
+
+/// Walks along the text: numbers with the letter behind them, each letter once and in order.
+class Reader {
+public:
+    explicit Reader(const wchar_t* text) noexcept : m_at(text) {}
+
+    /// Whether a number with this letter stands here; it is then taken.
+    bool Take(wchar_t letter, bool fraction, std::wstring& number) {
+        const wchar_t* end = m_at;
+        while (IsDigit(*end)) {
+            ++end;
+        }
+        if (fraction && end != m_at && end[0] == L'.' && IsDigit(end[1])) {
+            for (++end; IsDigit(*end); ++end) {
+            }
+        }
+        if (end == m_at || *end != letter) {
+            return false;
+        }
+        number.assign(m_at, end);
+        m_at = end + 1;
+        return true;
+    }
+    bool TakeLetter(wchar_t letter) noexcept {
+        const bool here = *m_at == letter;
+        m_at += here ? 1 : 0;
+        return here;
+    }
+    bool IsAtEnd() const noexcept {
+        return *m_at == L'\0';
+    }
+
+private:
+    const wchar_t* m_at;
+};
+
+} // namespace
+
+CDuration::CDuration(int years, int months, int days, int hours, int minutes, double seconds)
+    : m_years(years), m_months(months), m_days(days), m_hours(hours), m_minutes(minutes), m_seconds(seconds) {
+    CheckComponent(L"years", years);
+    CheckComponent(L"months", months);
+    CheckComponent(L"days", days);
+    CheckComponent(L"hours", hours);
+    CheckComponent(L"minutes", minutes);
+    if (!(seconds >= 0) || std::isinf(seconds)) { // also what is no number
+        const std::wstring text = std::isfinite(seconds) ? FormatSeconds(seconds) : std::to_wstring(seconds);
+        throw CArgumentOutOfRangeException(L"seconds", text.c_str(), nullptr,
+                                           ZEL_SITE(L"ZelCore::CDuration::CDuration"));
+    }
+}
+
+bool CDuration::TryParse(const wchar_t* text, CDuration& result) {
+    if (text == nullptr || *text == L'\0') {
+        return false;
+    }
+    result = CDuration();
+    CDuration parsed;
+    std::wstring number;
+    const struct {
+        wchar_t letter;
+        int CDuration::*field;
+    } date[] = {{L'Y', &CDuration::m_years}, {L'M', &CDuration::m_months}, {L'D', &CDuration::m_days}},
+      time[] = {{L'H', &CDuration::m_hours}, {L'M', &CDuration::m_minutes}};
+    Reader reader(text);
+    bool any = false;
+    const auto take = [&](const auto& parts) {
+        for (const auto& part : parts) {
+            if (reader.Take(part.letter, false, number)) {
+                parsed.*part.field = CConvert::ToInt32(number.c_str());
+                any = true;
+            }
+        }
+    };
+    if (!reader.TakeLetter(L'P')) {
+        return false;
+    }
+    take(date);
+    if (reader.TakeLetter(L'T')) {
+        any = false; // something has to follow
+        take(time);
+        if (reader.Take(L'S', true, number)) {
+            parsed.m_seconds = CConvert::ToDouble(number.c_str());
+            any = true;
+        }
+    }
+    if (!any || !reader.IsAtEnd()) {
+        return false;
+    }
+    result = parsed;
+    return true;
+}
+
+std::wstring CDuration::ToString() const {
+    CTextWriter text(32);
+    const auto put = [&](int value, const wchar_t* format) {
+        if (value > 0) {
+            text.Put(format, {value});
+        }
+    };
+    text.Put(L"P", {});
+    put(m_years, L"%dY");
+    put(m_months, L"%dM");
+    put(m_days, L"%dD");
+    if (m_hours < 1 && m_minutes < 1 && !(m_seconds > 0)) {
+        return text.Take() + (m_years == 0 && m_months == 0 && m_days == 0 ? L"T0S" : L"");
+    }
+    text.Put(L"T", {});
+    put(m_hours, L"%dH");
+    put(m_minutes, L"%dM");
+    if (m_seconds > 0) {
+        text.Put(L"%sS", {FormatSeconds(m_seconds)});
+    }
+    return text.Take();
+}
+
+CTimeSpan CDuration::ToTimeSpan() const {
+    return ToTimeSpan(CDateTime::UtcNow());
+}
+
+CTimeSpan CDuration::ToTimeSpan(const CDateTime& start) const {
+    const wchar_t* const method = L"ZelCore::CDuration::ToTimeSpan";
+    CDateTime end = start;
+    end.AddYears(m_years);
+    end.AddMonths(m_months);
+    constexpr double largest = 9e14; // milliseconds that 64 bits of ticks can hold
+    const double milliseconds = m_seconds * 1000;
+    if (!(milliseconds < largest)) {
+        throw CArgumentOutOfRangeException(L"seconds", FormatSeconds(m_seconds).c_str(), nullptr, ZEL_SITE(method));
+    }
+    // Each below 64 bits, and the sum of all too: 32 bits of days are 1.9e21 / 1e4 milliseconds at most.
+    const std::int64_t minutes = (std::int64_t{m_days} * 24 + m_hours) * 60 + m_minutes;
+    const std::int64_t total = minutes * 60'000 + static_cast<std::int64_t>(milliseconds);
+    std::int64_t ticks = 0;
+    if (__builtin_mul_overflow(total, CTimeSpan::TicksPerMillisecond, &ticks)) {
+        throw CArgumentOutOfRangeException(L"days", std::to_wstring(m_days).c_str(), nullptr, ZEL_SITE(method));
+    }
+    return end + CTimeSpan(ticks) - start;
+}
+
+} // namespace ZelCore

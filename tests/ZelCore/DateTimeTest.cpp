@@ -1,0 +1,281 @@
+#include "Support/Test.h"
+
+#include "ZelCore/DateTime.h"
+#include "ZelCore/NotImplementedException.h"
+
+#include <chrono>
+
+namespace {
+
+using Kind = DateTimeKind;
+constexpr unsigned long Invariant = 127;
+constexpr unsigned long English = 1033;
+
+CDateTime At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0, int ticks = 0,
+             Kind kind = Kind::Unspecified) {
+    CDateTime value = CDateTime::FromDate(year, month, day, kind) + CTimeSpan(hour, minute, second);
+    return value + CTimeSpan(std::int64_t{ticks});
+}
+
+std::wstring Show(const CDateTime& value) {
+    return value.ToString(L"o", Invariant);
+}
+
+} // namespace
+
+TEST(DateTime, EveryDayIsThatOfAnotherCalendar) {
+    using namespace std::chrono;
+    const sys_days first = year(1) / 1 / 1;
+    CDateTime value = CDateTime::MinValue;
+    for (sys_days day = first; day <= sys_days(year(9999) / 12 / 31); day += days(1), value.AddDays(1)) {
+        const year_month_day date(day);
+        const int y = int(date.year()), m = static_cast<int>(unsigned(date.month())),
+                  d = static_cast<int>(unsigned(date.day()));
+        ASSERT_TRUE(value.GetYear() == y && value.GetMonth() == m && value.GetDay() == d) << y << '-' << m << '-' << d;
+        ASSERT_EQ(value.GetDayOfWeek(), static_cast<int>(weekday(day).c_encoding()));
+        ASSERT_EQ(CDateTime::FromDate(y, m, d), value);
+    }
+    EXPECT_EQ((value - CDateTime::MaxValue).GetTicks(), 1);
+    for (int y = 1999; y <= 2001; ++y) { // every day of a common and two leap-ish years, by up to 30 months
+        for (sys_days day = year(y) / 1 / 1; day <= sys_days(year(y) / 12 / 31); day += days(1)) {
+            const year_month_day date(day);
+            for (int by = -30; by <= 30; ++by) {
+                const auto month = year_month(date.year(), date.month()) + months(by);
+                const unsigned last = unsigned((month / std::chrono::last).day());
+                CDateTime moved =
+                    At(y, static_cast<int>(unsigned(date.month())), static_cast<int>(unsigned(date.day())), 23, 59);
+                moved.AddMonths(by);
+                ASSERT_EQ(moved, At(int(month.year()), static_cast<int>(unsigned(month.month())),
+                                    static_cast<int>(std::min(unsigned(date.day()), last)), 23, 59));
+            }
+        }
+    }
+}
+
+TEST(DateTime, CountsAlsoOutsideOfItsYears) {
+    const CDateTime early(-1, Kind::Utc);
+    EXPECT_EQ(early.GetYear(), 0);
+    EXPECT_EQ(early.GetMonth() * 100 + early.GetDay(), 1231);
+    EXPECT_EQ(early.GetDayOfWeek(), 0);
+    EXPECT_EQ(early.GetHour() * 100 + early.GetMinute(), 2359);
+    EXPECT_EQ(early.GetSecond() * 1000 + early.GetMillisecond(), 59999);
+    for (const std::int64_t ticks : {INT64_MIN, INT64_MAX}) {
+        CDateTime value(ticks, Kind::Utc);
+        EXPECT_EQ(value.GetAsSYSTEMTIME().wHour, value.GetHour());
+        EXPECT_FALSE(Show(value).empty());
+        ExpectThrow<CArgumentOutOfRangeException>([&] { value.AddMonths(0); }, {.param = L"months"});
+        value.AddDays(INT_MAX); // wraps around
+        ExpectThrow<CArgumentOutOfRangeException>(
+            [&] { CDateTime(ticks, Kind::Utc) - CDateTime(-ticks / 2, Kind::Utc); }, {.param = L"ticks"});
+    }
+}
+
+TEST(DateTime, AddsByTheCalendarOrThrows) {
+    CDateTime leap = At(2024, 1, 31, 12);
+    leap.AddMonths(1);
+    EXPECT_EQ(leap, At(2024, 2, 29, 12));
+    leap.AddYears(1);
+    EXPECT_EQ(leap, At(2025, 2, 28, 12));
+    leap.AddHours(-36), leap.AddMinutes(90), leap.AddSeconds(-1), leap.AddMilliseconds(2500);
+    EXPECT_EQ(leap, At(2025, 2, 27, 1, 30, 1, 5'000'000));
+    CDateTime value = At(1, 1, 15, 0, 0, 0, 0, Kind::Local);
+    const wchar_t* const method = L"ZelCore::CDateTime::AddMonths";
+    ExpectThrow<CArgumentOutOfRangeException>(
+        [&] { value.AddMonths(120001); },
+        {.message = L"': argument is out of range, actual value was 120001': parameter name: 'months'",
+         .method = method});
+    ExpectThrow<CArgumentOutOfRangeException>([&] { value.AddMonths(-1); },
+                                              {.contains = L"value was -1", .method = method});
+    ExpectThrow<CArgumentOutOfRangeException>([&] { value.AddYears(INT_MAX); }, {.contains = L"25769803764"});
+    EXPECT_EQ(value, At(1, 1, 15));
+    value.AddMonths(119'987);
+    EXPECT_EQ(value, At(9999, 12, 15));
+    EXPECT_EQ(value.GetKind(), Kind::Local);
+    for (const auto& [y, m, d, param] : {std::tuple{0, 1, 1, L"year"},
+                                         {10000, 1, 1, L"year"},
+                                         {1, 13, 1, L"month"},
+                                         {2023, 2, 29, L"day"},
+                                         {2024, 4, 31, L"day"},
+                                         {2024, 4, 0, L"day"}}) {
+        ExpectThrow<CArgumentException>([y = y, m = m, d = d] { CDateTime::FromDate(y, m, d); }, {.param = param});
+    }
+}
+
+TEST(DateTime, GoesToTheSystemAndBack) {
+    const CDateTime value = At(2024, 2, 29, 13, 14, 15, 1'230'000, Kind::Utc);
+    EXPECT_EQ(CDateTime(value.GetAsFILETIME(), Kind::Utc), value);
+    const SYSTEMTIME fields = value.GetAsSYSTEMTIME();
+    EXPECT_EQ(CDateTime(fields, Kind::Utc), value);
+    EXPECT_EQ(fields.wDayOfWeek, 4);
+    EXPECT_EQ(fields.wMilliseconds, 123);
+    SYSTEMTIME bad = fields;
+    bad.wMonth = 13;
+    ExpectThrow<CWin32Exception>([&] { CDateTime(bad, Kind::Utc); }, {.method = L"ZelCore::CDateTime::CDateTime"});
+    EXPECT_LT((CDateTime::UtcNow() - CDateTime::Now().ToUniversalTime()).Duration(), CTimeSpan(0, 0, 10));
+    EXPECT_EQ(value.ToUniversalTime(), value);
+    EXPECT_EQ(value.ToLocalTime().ToUniversalTime(), value);
+    EXPECT_EQ(value.ToLocalTime().GetKind(), Kind::Local);
+    FailingCalls calls({{"FileTimeToLocalFileTime"}, {"LocalFileTimeToFileTime"}});
+    calls.FailOn(1);
+    ExpectThrow<CWin32Exception>([] { CDateTime::Now(); }, {.code = 1450, .method = L"ZelCore::CDateTime::Now"});
+    calls.FailOn(1);
+    EXPECT_EQ(value.ToLocalTime(), value) << "nothing checks the call";
+    calls.FailOn(1);
+    EXPECT_EQ(CDateTime(5, Kind::Local).ToUniversalTime(), CDateTime(5, Kind::Utc));
+}
+
+TEST(DateTime, WritesEveryFormat) {
+    const CDateTime value = At(2024, 2, 9, 3, 4, 5, 67, Kind::Utc);
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {{L"o", L"2024-02-09T03:04:05.0000067Z"},
+                                                              {L"O", L"2024-02-09T03:04:05.0000067Z"},
+                                                              {L"R", L"Fri, 09 Feb 2024 03:04:05 GMT"},
+                                                              {L"r", L"Fri, 09 Feb 2024 03:04:05 GMT"},
+                                                              {L"s", L"2024-02-09T03:04:05"},
+                                                              {L"u", L"2024-02-09 03:04:05Z"},
+                                                              {L"D", L"Friday, February 9, 2024"},
+                                                              {L"d", L"2/9/2024"},
+                                                              {L"T", L"3:04:05 AM"},
+                                                              {L"t", L"3:04 AM"},
+                                                              {L"G", L"2/9/2024 3:04:05 AM"},
+                                                              {L"g", L"2/9/2024 2/9/2024"},
+                                                              {L"F", L"Friday, February 9, 2024 3:04:05 AM"},
+                                                              {L"f", L"Friday, February 9, 2024 3:04 AM"}};
+    for (const auto& [format, text] : rows) {
+        EXPECT_EQ(value.ToString(format, English), text);
+    }
+    EXPECT_EQ(Show(CDateTime(value.GetTicks(), Kind::Unspecified)), L"2024-02-09T03:04:05.0000067");
+    EXPECT_EQ(At(1500, 1, 31).ToString(L"d", English), L"1/31/1500");
+    EXPECT_EQ(At(1601, 1, 31).ToString(L"d", English), L"1/31/1601");
+    EXPECT_TRUE(At(0x63, 1, 31).ToString(L"R", English).ends_with(L" 31 Jan 0099 00:00:00 GMT"));
+    for (const wchar_t* refused : {L"M", L"m", L"U", L"Y", L"y"}) {
+        ExpectThrow<CNotImplementedException>([&] { value.ToString(refused, Invariant); });
+    }
+    for (const wchar_t* unknown : {L"", L"x", L"yyyy"}) {
+        ExpectThrow<CArgumentException>([&] { value.ToString(unknown, Invariant); }, {.param = L"format"});
+    }
+    ExpectThrow<CArgumentNullException>([&] { value.ToString(nullptr, Invariant); }, {.param = L"format"});
+    FailingCalls calls({{"GetDateFormatW"}, {"GetTimeFormatW"}});
+    for (const int n : {1, 2, 3, 4}) {
+        calls.FailOn(n);
+        ExpectThrow<CWin32Exception>([&] { value.ToString(L"F", English); },
+                                     {.code = 1450, .method = L"`anonymous-namespace'::SystemFormatByLocale"});
+    }
+}
+
+TEST(DateTime, LocalValuesTellTheOffsetOfTheirDate) {
+    static LONG s_bias;
+    const ImportHook zone("GetTimeZoneInformation", [](TIME_ZONE_INFORMATION* info) -> DWORD {
+        *info = {};
+        info->Bias = s_bias;
+        return TIME_ZONE_ID_UNKNOWN;
+    });
+    const std::int64_t now = CDateTime::UtcNow().GetTicks();
+    const int real =
+        static_cast<int>((CDateTime(now, Kind::Utc).ToLocalTime().GetTicks() - now) / CTimeSpan::TicksPerMinute);
+    for (const auto& [bias, suffix] : {std::pair<LONG, const wchar_t*>{0, L"+00:00"},
+                                       {-120, L"+02:00"},
+                                       {210, L"-03:30"},
+                                       {30, L"+00:30"}}) { // without the sign, as the format has it
+        s_bias = bias;
+        const CDateTime value = At(2024, 7, 15, 12, 0, 0, 0, Kind::Local);
+        EXPECT_EQ(Show(value), std::wstring(L"2024-07-15T12:00:00.0000000") + suffix) << real;
+        if (bias <= 0 || bias == 210) {
+            const CDateTime back = CDateTime::ParseExact(Show(value).c_str(), L"o", Invariant);
+            EXPECT_EQ(Show(back), Show(value)) << "reads what was written";
+            EXPECT_EQ(back.GetKind(), Kind::Local);
+        }
+    }
+}
+
+TEST(DateTime, ReadsPatterns) {
+    const CDateTime full = At(2024, 2, 9, 15, 4, 5, 1'234'567);
+    const struct {
+        const wchar_t *text, *format;
+        CDateTime value;
+        Kind kind = Kind::Unspecified;
+    } rows[] = {
+        {L"2024-02-09T15:04:05.1234567", L"o", full},
+        {L"2024-02-09T15:04:05.1234567Z", L"O", full, Kind::Utc},
+        {L"2024-02-09T15:04:05.1234567", L"yyyy-MM-ddTHH:mm:ss.fffffff", full},
+        {L"Fri, 09 Feb 2024 15:04:05 GMT", L"r", At(2024, 2, 9, 15, 4, 5), Kind::Utc},
+        {L"2024-02-09 15:04:05Z", L"u", At(2024, 2, 9, 15, 4, 5), Kind::Utc},
+        {L"2024-02-09T15:04:05", L"s", At(2024, 2, 9, 15, 4, 5)},
+        {L"9/2/24 3:4:5 pm", L"d/M/yy h:m:s tt", At(2024, 2, 9, 15, 4, 5)},
+        {L"12 a", L"hh t", At(1, 1, 1)},
+        {L"12 P", L"hh t", At(1, 1, 1, 12)},
+        {L"Friday 09 february 1999x", L"dddd dd MMMM yyyy'x'", At(1999, 2, 9), Kind::Local}, // no Friday
+        {L"Tue 9 Feb 1999", L"ddd d MMM yyyy", At(1999, 2, 9)},
+        {L"30.12.95", L"dd.MM.yy", At(1995, 12, 30)},
+        {L"7", L"%d", At(1, 1, 7)},
+        {L"12:30:15.5", L"HH:mm:ss.FFF", At(1, 1, 1, 12, 30, 15, 5'000'000)},
+        {L"12:30:15", L"HH:mm:ss.FFF", At(1, 1, 1, 12, 30, 15)},
+        {L"at 5 o'clock", L"'at' H \"o'clock\"", At(1, 1, 1, 5)},
+        {L"5H", L"H\\H", At(1, 1, 1, 5)},
+        {L"12345", L"yyyyy", At(1, 1, 1), Kind::Local}, // beyond the calendar
+        {L"2024-02-09 2024", L"yyyy-MM-dd yyyy", At(2024, 2, 9)},
+        {L"2024-02-09 2023", L"yyyy-MM-dd yyyy", full, Kind::Local},
+        {L"24:00", L"HH:mm", full, Kind::Local},
+        {L"13 PM", L"hh tt", full, Kind::Local},
+        {L"15 AM", L"HH tt", full, Kind::Local},
+        {L" 12", L"HH", full, Kind::Local},
+        {L"12 ", L"HH", full, Kind::Local},
+        {L"1", L"HH", full, Kind::Local},
+        {L"x", L"z", full, Kind::Local},
+        {L"+15", L"zz", full, Kind::Local},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::PrintToString(std::wstring(row.text)));
+        if (row.kind == Kind::Local) { // does not match
+            try {
+                CDateTime::ParseExact(row.text, row.format, Invariant);
+                ADD_FAILURE() << "nothing was thrown";
+            } catch (const CFormatException&) {
+            } catch (const CArgumentException&) {
+            }
+            continue;
+        }
+        const CDateTime value = CDateTime::ParseExact(row.text, row.format, English);
+        EXPECT_EQ(Show(value), Show(CDateTime(row.value.GetTicks(), row.kind)));
+    }
+    const CDateTime offset = CDateTime::ParseExact(L"2024-02-09 15 +05:30", L"yyyy-MM-dd HH zzz", Invariant);
+    EXPECT_EQ(offset.GetKind(), Kind::Local);
+    EXPECT_EQ(offset.ToUniversalTime(), At(2024, 2, 9, 9, 30));
+    ExpectThrow<CFormatException>([] { CDateTime::ParseExact(L"x", L"o", Invariant); }, {.contains = L"'x'"});
+    ExpectThrow<CArgumentException>([] { CDateTime::ParseExact(L"2023-02-30", L"yyyy-MM-dd", Invariant); },
+                                    {.param = L"day"});
+    for (const wchar_t* bad : {L"", L"x", L"M", L"'open", L"yyyy\\", L"%%", L"ffffffff"}) {
+        ExpectThrow<CArgumentException>([&] { CDateTime::ParseExact(L"1", bad, Invariant); }, {.param = L"format"});
+    }
+    ExpectThrow<CArgumentNullException>([] { CDateTime::ParseExact(nullptr, L"o", 127); }, {.param = L"value"});
+    ExpectThrow<CArgumentNullException>([] { CDateTime::ParseExact(L"", nullptr, 127); }, {.param = L"format"});
+}
+
+TEST(DateTime, ReadsWhatItWrites) {
+    const CDateTime value = At(2024, 12, 31, 23, 59, 58, 7'654'321, Kind::Utc);
+    for (const unsigned long locale : {Invariant, English, 1031ul, 1036ul, 1049ul, 2057ul, 1041ul}) {
+        for (const wchar_t* format : {L"D", L"d", L"T", L"t", L"G", L"g", L"F", L"f", L"o", L"s", L"u", L"R"}) {
+            const std::wstring text = value.ToString(format, locale);
+            SCOPED_TRACE(::testing::PrintToString(text));
+            EXPECT_EQ(CDateTime::ParseExact(text.c_str(), format, locale).ToString(format, locale), text);
+        }
+    }
+    for (const Kind kind : {Kind::Utc, Kind::Unspecified, Kind::Local}) {
+        for (const wchar_t* format : {L"o", L"s", L"u", L"R"}) {
+            const std::wstring text = CDateTime(value.GetTicks(), kind).ToString(format, Invariant);
+            CDateTime result;
+            ASSERT_TRUE(CDateTime::TryParse(L" " + text + L"\n", result)) << ::testing::PrintToString(text);
+            EXPECT_EQ(result.ToString(format, Invariant), text);
+        }
+    }
+    CDateTime result;
+    EXPECT_TRUE(CDateTime::TryParse(L"2024-02-29", result) && CDateTime::TryParse(L"2024-02-29 12:30Z", result));
+    const std::wstring text = Show(value);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        EXPECT_FALSE(CDateTime::TryParse(text.substr(0, i) + L'x' + text.substr(i + 1), result));
+        EXPECT_FALSE(CDateTime::TryParse(text.substr(0, i) + std::wstring(1, L'\0') + text.substr(i), result));
+        CDateTime::TryParse(text.substr(i), result);
+    }
+    EXPECT_FALSE(CDateTime::TryParse(L"2023-02-29", result) || CDateTime::TryParse(L"", result));
+    EXPECT_FALSE(CDateTime::TryParse(L"0001-01-01T00:00:00+01:00", result)) << "before the first instant";
+    EXPECT_EQ(result, CDateTime::MinValue);
+}
