@@ -25,6 +25,7 @@ enum class Message : unsigned {
     CompletedTwice = 60016,
     WaitHandleWithCallback = 60017,
     SourceSwitchNotFound = 60018,
+    TraceListenerNotFound = 60019,
     InvalidBase64 = 60025,
     CannotCreateFileStream = 60028,
     InvalidInteger = 60029,

@@ -82,6 +82,7 @@ class HandleBalance : public Balance {
 public:
     HandleBalance() {
         Count<&::CreateFileW>("CreateFileW", 1).Count<&::CreateEventW>("CreateEventW", 1);
+        Count<&::CreateFileMappingW>("CreateFileMappingW", 1).Count<&::OpenFileMappingW>("OpenFileMappingW", 1);
         Count<&::CloseHandle>("CloseHandle", -1);
     }
 };

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "ZelCore/Configuration/ConfigurationElement.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace ZelCore::Configuration {
+
+/// Calls `visit` with each child that is an element, in order. The element is borrowed for the call.
+ZELCORE_API void VisitChildElements(IXMLDOMElement* element, const std::function<void(IXMLDOMElement*)>& visit);
+
+/// Elements by their "name" attribute: every child element is an entry, whatever its tag. Of two entries with one name
+/// the later stays; those without a name share the key "none". Reading again adds to what is there.
+///
+/// \tparam E derives from CConfigurationElement and can be made without arguments
+template <class E>
+class CConfigurationElementCollection final : public CConfigurationElement,
+                                        public std::map<std::wstring, std::shared_ptr<E>> {
+public:
+    CConfigurationElementCollection() : CConfigurationElement(L"collection") {}
+    explicit CConfigurationElementCollection(const wchar_t* elementName) : CConfigurationElement(elementName) {}
+
+    void Deserialize(IXMLDOMElement* xmlIn) override {
+        CConfigurationElement::Deserialize(xmlIn);
+        VisitChildElements(xmlIn, [this](IXMLDOMElement* child) {
+            auto entry = std::make_shared<E>();
+            entry->Deserialize(child);
+            (*this)[entry->CConfigurationElement::GetName()] = std::move(entry);
+        });
+    }
+    void GetProperties(PropertyList&) override {}
+};
+
+} // namespace ZelCore::Configuration

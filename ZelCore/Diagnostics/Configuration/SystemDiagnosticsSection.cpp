@@ -1,0 +1,54 @@
+#include "ZelCore/Diagnostics/Configuration/SystemDiagnosticsSection.h"
+
+#include "ZelCore/Configuration/ConfigurationException.h"
+#include "ZelCore/ThrowSite.h"
+
+namespace ZelCore::Diagnostics::Configuration {
+
+using ZelCore::Configuration::CConfigurationElement;
+using ZelCore::Configuration::CConfigurationException;
+using ZelCore::Configuration::CConfigurationSection;
+
+CTraceListenerElement::CTraceListenerElement() : CConfigurationElement(L"add") {}
+CTraceListenerElement::~CTraceListenerElement() = default;
+
+void CTraceListenerElement::GetProperties(PropertyList& properties) {
+    properties.insert(properties.end(), {&type, &name, &initializeData, &maximumFileSize, &maximumNumberOfFiles});
+}
+
+CSourceSwitchElement::CSourceSwitchElement() : CConfigurationElement(L"add") {}
+CSourceSwitchElement::~CSourceSwitchElement() = default;
+
+void CSourceSwitchElement::GetProperties(PropertyList& properties) {
+    properties.insert(properties.end(), {&name, &value});
+}
+
+CTraceSourceElement::CTraceSourceElement() : CConfigurationElement(L"source") {}
+CTraceSourceElement::~CTraceSourceElement() = default;
+
+void CTraceSourceElement::Deserialize(IXMLDOMElement* xmlIn) {
+    CConfigurationElement::Deserialize(xmlIn);
+    const std::wstring parsed = L"PARSED";
+    if (switchName.GetStatus() == parsed && switchValue.GetStatus() == parsed) {
+        throw CConfigurationException(
+            L"Illegal to specify both switchName and switchValue on a trace source.",
+            ZEL_SITE(L"ZelCore::Diagnostics::Configuration::CTraceSourceElement::Deserialize"));
+    }
+}
+
+void CTraceSourceElement::GetProperties(PropertyList& properties) {
+    properties.insert(properties.end(), {&name, &switchName, &switchValue, &propagate, &inherit, &listeners});
+}
+
+CSystemDiagnosticsSection::CSystemDiagnosticsSection() : CConfigurationSection(L"system.diagnostics") {}
+CSystemDiagnosticsSection::~CSystemDiagnosticsSection() = default;
+
+void CSystemDiagnosticsSection::GetProperties(PropertyList& properties) {
+    properties.insert(properties.end(), {&sources, &switches, &sharedListeners});
+}
+
+std::wstring CSystemDiagnosticsSection::GetTypeName() {
+    return L"not used";
+}
+
+} // namespace ZelCore::Diagnostics::Configuration

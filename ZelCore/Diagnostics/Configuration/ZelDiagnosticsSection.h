@@ -1,0 +1,36 @@
+#pragma once
+
+#include "ZelCore/Configuration/ConfigurationProperty.h"
+#include "ZelCore/Configuration/ConfigurationSection.h"
+
+namespace ZelCore::Diagnostics::Configuration {
+
+/// The library's own section, "zel/zel.diagnostics": <zel.diagnostics logDirectory="%ProgramData%\Logs"/>
+class ZELCORE_API CZelDiagnosticsSection final : public ZelCore::Configuration::CConfigurationSection {
+public:
+    CZelDiagnosticsSection();
+    CZelDiagnosticsSection(const CZelDiagnosticsSection&) = delete;
+    CZelDiagnosticsSection& operator=(const CZelDiagnosticsSection&) = delete;
+    ~CZelDiagnosticsSection();
+
+    /// The section of a configuration file, read when it is first asked for and kept as long as the process lives; an
+    /// empty section where there is none. May be called from any thread. Throws as reading a configuration does.
+    /// \param path as of CConfigurationManager::OpenExeConfiguration: empty for the program's own
+    static const CZelDiagnosticsSection& GetZelDiagnosticsConfiguration(const std::wstring& path);
+
+    void GetProperties(PropertyList& properties) override;
+    std::wstring GetTypeName() override;
+
+    const std::wstring& GetLogDirectory() const {
+        return m_logDirectory.GetValue();
+    }
+    /// The log directory with the environment's variables in place. Throws CConfigurationException when the system
+    /// cannot expand them.
+    const std::wstring& GetLogDirectoryExpanded() const;
+
+private:
+    ZelCore::Configuration::CConfigurationProperty<std::wstring> m_logDirectory{L"logDirectory", false};
+    mutable std::wstring m_logDirectoryExpanded;
+};
+
+} // namespace ZelCore::Diagnostics::Configuration

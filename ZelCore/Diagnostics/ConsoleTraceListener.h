@@ -1,0 +1,19 @@
+#pragma once
+
+#include "ZelCore/Diagnostics/TraceListener.h"
+
+namespace ZelCore::Diagnostics {
+
+/// Writes one line for each event to standard output: as it is on a console, as UTF-8 elsewhere. Each line goes out in
+/// one call, so that lines of several threads stay whole. A process without standard output loses them.
+class ZELCORE_API CConsoleTraceListener final : public CTraceListener {
+public:
+    explicit CConsoleTraceListener(const wchar_t* name);
+    ~CConsoleTraceListener() override;
+
+    /// Throws CWin32Exception when the output refuses the line.
+    void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
+                    const wchar_t* message) override;
+};
+
+} // namespace ZelCore::Diagnostics

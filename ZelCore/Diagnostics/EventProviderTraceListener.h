@@ -1,0 +1,28 @@
+#pragma once
+
+#include "ZelCore/Diagnostics/TraceListener.h"
+
+#include <memory>
+
+namespace ZelCore::Diagnostics {
+
+/// Writes each event's line as a string event of event tracing for Windows (ETW). The five levels become those of
+/// event tracing, the activity types become information.
+class ZELCORE_API CEventProviderTraceListener final : public CTraceListener {
+public:
+    /// \param provider the provider's GUID: "{...}" or without braces; CArgumentException for other text
+    ///
+    /// Throws CWin32Exception when the system has no event tracing or refuses the provider.
+    CEventProviderTraceListener(const wchar_t* name, const wchar_t* provider);
+    ~CEventProviderTraceListener() override;
+
+    /// Nobody may be listening: that is no failure. Throws CWin32Exception for others.
+    void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
+                    const wchar_t* message) override;
+
+private:
+    class impl;
+    std::unique_ptr<impl> m_impl;
+};
+
+} // namespace ZelCore::Diagnostics

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "ZelCore/Diagnostics/TraceListener.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace ZelCore::Diagnostics {
+
+/// Writes one line for each event to a log file, as UTF-8 with CR LF. Every line is with the system when TraceEvent
+/// returns: what the process does later, crash included, does not lose it. Threads and processes may share a file.
+///
+/// A file of limited size is rolled: "app.log" becomes "app.000001.log", then "app.000002.log" and so on; the oldest
+/// are deleted.
+class ZELCORE_API CLogWriterTraceListener final : public CTraceListener {
+public:
+    /// Makes the folder if there is none. The file is opened with the first event.
+    ///
+    /// \param fileName the file's path, from the program's folder where it is relative. "%LOGDIRECTORY%" stands for
+    ///                 the expanded "logDirectory" of the program's configuration (section "zel/zel.diagnostics"),
+    ///                 "%USERNAME%" for the user's name, "%%" for a percent sign; CConfigurationException for any
+    ///                 other token, and where there is no log directory
+    /// \param maximumFileSize bytes, at least 1, or -1 for no limit; a longer line has a file of its own
+    /// \param maximumNumberOfFiles how many files are kept, with the current one; at least 1
+    ///
+    /// Throws CArgumentNullException and CArgumentOutOfRangeException, and CWin32Exception for the folder.
+    CLogWriterTraceListener(const wchar_t* name, const wchar_t* fileName, std::int64_t maximumFileSize,
+                            std::uint32_t maximumNumberOfFiles);
+    ~CLogWriterTraceListener() override;
+
+    /// Throws CWin32Exception when the line cannot be written.
+    void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
+                    const wchar_t* message) override;
+
+    /// The full path of the current file.
+    const std::wstring& GetPath() const noexcept;
+
+private:
+    std::unique_ptr<class CLogFile> m_file;
+};
+
+} // namespace ZelCore::Diagnostics

@@ -1,0 +1,55 @@
+#include "ZelCore/Environment.h"
+
+#include "ZelCore/Arguments.h"
+#include "ZelCore/ThrowSite.h"
+#include "ZelWin32/LastError.h"
+#include "ZelWin32/UniqueHandle.h"
+
+namespace ZelCore {
+
+using ZelWin32::CheckWin32;
+
+std::wstring CEnvironment::GetUserNameW() {
+    constexpr DWORD longestName = 257; // UNLEN and the end
+    std::wstring name(longestName, L'\0');
+    DWORD length = longestName;
+    CheckWin32(::GetUserNameW(name.data(), &length), ZEL_SITE(L"ZelCore::CEnvironment::GetUserNameW"));
+    name.resize(length - 1);
+    return name;
+}
+
+std::vector<unsigned char> CEnvironment::GetUserSid() {
+    const wchar_t* const method = L"ZelCore::CEnvironment::GetUserSid";
+    HANDLE handle = nullptr;
+    if (!::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, &handle)) {
+        CheckWin32(::GetLastError() == ERROR_NO_TOKEN, ZEL_SITE(method));
+        CheckWin32(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &handle), ZEL_SITE(method));
+    }
+    const ZelWin32::EventHandle token(handle);
+    DWORD size = 0;
+    if (!::GetTokenInformation(token.Get(), TokenUser, nullptr, 0, &size)) {
+        CheckWin32(::GetLastError() == ERROR_INSUFFICIENT_BUFFER, ZEL_SITE(method));
+    }
+    std::vector<unsigned char> user(size);
+    CheckWin32(::GetTokenInformation(token.Get(), TokenUser, user.data(), size, &size), ZEL_SITE(method));
+    const PSID sid = reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid;
+    const auto* const bytes = static_cast<const unsigned char*>(sid);
+    return {bytes, bytes + ::GetLengthSid(sid)};
+}
+
+std::wstring CEnvironment::ExpandEnvironmentVariables(const wchar_t* text) {
+    const wchar_t* const method = L"ZelCore::CEnvironment::ExpandEnvironmentVariables";
+    CheckNotNull(text, L"text", ZEL_SITE(method));
+    std::wstring expanded(MAX_PATH, L'\0');
+    for (;;) { // a variable may grow between two calls
+        const DWORD length = ::ExpandEnvironmentStringsW(text, expanded.data(), static_cast<DWORD>(expanded.size()));
+        CheckWin32(length != 0, ZEL_SITE(method));
+        if (length <= expanded.size()) {
+            expanded.resize(length - 1);
+            return expanded;
+        }
+        expanded.resize(length);
+    }
+}
+
+} // namespace ZelCore

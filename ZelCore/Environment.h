@@ -1,0 +1,26 @@
+#pragma once
+
+#include "ZelCore/Export.h"
+
+#include <string>
+#include <vector>
+
+namespace ZelCore {
+
+/// Questions about the process's surroundings. All throw CWin32Exception when the system has no answer.
+class ZELCORE_API CEnvironment {
+public:
+    CEnvironment() = delete;
+
+    /// The name of the user on whose behalf the thread runs, without the domain.
+    static std::wstring GetUserNameW();
+
+    /// The security identifier (SID) of that user, as the system's functions take it.
+    static std::vector<unsigned char> GetUserSid();
+
+    /// The text with "%NAME%" replaced by the environment's variables; unknown names stay. Null throws
+    /// CArgumentNullException for "text".
+    static std::wstring ExpandEnvironmentVariables(const wchar_t* text);
+};
+
+} // namespace ZelCore

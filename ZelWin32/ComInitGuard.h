@@ -1,0 +1,23 @@
+#pragma once
+
+#include "ZelCore/Export.h"
+
+namespace ZelWin32 {
+
+/// COM for the calling thread as long as the guard lives, in the multithreaded apartment; a thread that is in another
+/// apartment already stays there.
+///
+/// Release what COM gave before the guard ends, and end it on the thread that made it.
+class ZELCORE_API CComInitGuard {
+public:
+    /// Throws CComException when the system refuses.
+    CComInitGuard();
+    CComInitGuard(const CComInitGuard&) = delete;
+    CComInitGuard& operator=(const CComInitGuard&) = delete;
+    ~CComInitGuard();
+
+private:
+    bool m_initialized;
+};
+
+} // namespace ZelWin32

@@ -1,0 +1,111 @@
+#pragma once
+
+// Private to the library: owners of what COM gives, and the one translation of its failures.
+
+#include "ZelWin32/ComException.h"
+#include "ZelWin32/Windows.h"
+
+#include <oleauto.h>
+
+#include <string>
+#include <utility>
+
+namespace ZelWin32 {
+
+/// Holds one reference to an object.
+template <class Interface> class ComPointer {
+public:
+    ComPointer() noexcept = default;
+    ComPointer(const ComPointer& other) noexcept : m_object(other.m_object) {
+        if (m_object != nullptr) {
+            m_object->AddRef();
+        }
+    }
+    ComPointer(ComPointer&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+    ComPointer& operator=(ComPointer other) noexcept {
+        std::swap(m_object, other.m_object);
+        return *this;
+    }
+    ~ComPointer() {
+        if (m_object != nullptr) {
+            m_object->Release();
+        }
+    }
+
+    explicit operator bool() const noexcept {
+        return m_object != nullptr;
+    }
+    Interface* Get() const noexcept {
+        return m_object;
+    }
+    Interface* operator->() const noexcept {
+        return m_object;
+    }
+    /// Where a call stores a new reference; an old one is released first.
+    Interface** Receive() noexcept {
+        *this = ComPointer();
+        return &m_object;
+    }
+    Interface* Detach() noexcept {
+        return std::exchange(m_object, nullptr);
+    }
+
+private:
+    Interface* m_object = nullptr;
+};
+
+/// Throws CComException for a failure.
+inline void CheckCom(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
+    if (FAILED(hr)) {
+        throw CComException(hr, nullptr, method, file, line);
+    }
+}
+
+/// Text in the form that COM takes and gives.
+class ComText {
+public:
+    ComText() noexcept = default;
+    ComText(const wchar_t* text, std::size_t length, const wchar_t* method, const wchar_t* file, int line)
+        : m_text(::SysAllocStringLen(text, static_cast<UINT>(length))) {
+        CheckCom(m_text != nullptr ? S_OK : E_OUTOFMEMORY, method, file, line);
+    }
+    ComText(const std::wstring& text, const wchar_t* method, const wchar_t* file, int line)
+        : ComText(text.data(), text.size(), method, file, line) {}
+    ComText(const ComText&) = delete;
+    ComText& operator=(const ComText&) = delete;
+    ~ComText() {
+        ::SysFreeString(m_text);
+    }
+
+    BSTR Get() const noexcept {
+        return m_text;
+    }
+    /// Gives the text away to whoever frees it.
+    BSTR Detach() noexcept {
+        return std::exchange(m_text, nullptr);
+    }
+    BSTR* Receive() noexcept {
+        ::SysFreeString(Detach());
+        return &m_text;
+    }
+    std::wstring ToString() const {
+        return m_text != nullptr ? std::wstring(m_text, ::SysStringLen(m_text)) : std::wstring();
+    }
+
+private:
+    BSTR m_text = nullptr;
+};
+
+/// A variant that is cleared at the end.
+struct ComVariant : VARIANT {
+    ComVariant() noexcept {
+        ::VariantInit(this);
+    }
+    ComVariant(const ComVariant&) = delete;
+    ComVariant& operator=(const ComVariant&) = delete;
+    ~ComVariant() {
+        ::VariantClear(this);
+    }
+};
+
+} // namespace ZelWin32

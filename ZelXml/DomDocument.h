@@ -1,0 +1,32 @@
+#pragma once
+
+// Private to the library: documents of the system's XML parser.
+
+#include "ZelWin32/ComPointer.h"
+
+#include <msxml2.h>
+
+#include <cstddef>
+
+namespace ZelXml {
+
+using DocumentPointer = ZelWin32::ComPointer<IXMLDOMDocument>;
+
+/// An empty document that asks no other file for anything and is searched by XPath. Throws CComException.
+DocumentPointer CreateDocument();
+
+/// The document of an XML file's bytes. Throws CXmlException for text that is no XML, CComException, and
+/// CArgumentOutOfRangeException for "size" beyond 1 GiB.
+DocumentPointer CreateDocument(const unsigned char* data, std::size_t size);
+
+/// What the parser had to say about its last text.
+struct ParseError {
+    long code = 0; ///< 0 when there is none
+    std::wstring reason;
+};
+ParseError GetParseError(IXMLDOMDocument& document);
+
+/// Whether the document has a document type definition, through which it could define entities.
+bool HasDocumentType(IXMLDOMDocument& document);
+
+} // namespace ZelXml

@@ -1,0 +1,344 @@
+#include "Support/Test.h"
+
+#include "ZelCore/Configuration/ConfigurationElementCollection.h"
+#include "ZelCore/Configuration/ConfigurationException.h"
+#include "ZelCore/Configuration/ConfigurationManager.h"
+#include "ZelCore/Configuration/ConfigurationProperty.h"
+#include "ZelWin32/ComException.h"
+#include "ZelWin32/ComInitGuard.h"
+#include "ZelXml/XmlException.h"
+
+using namespace ZelCore::Configuration;
+using Diagnostics::SourceLevels;
+using ZelWin32::CComException;
+
+namespace {
+
+template <class T> using Property = CConfigurationProperty<T, 1>;
+template <class E> using Collection = CConfigurationProperty<CConfigurationElementCollection<E>, 0>;
+
+// What a user would write for <shop.settings> with <shops><shop><items><item/>...
+
+class ItemElement final : public CConfigurationElement {
+public:
+    ItemElement() : CConfigurationElement(L"item") {}
+    void GetProperties(PropertyList& properties) override {
+        properties.insert(properties.end(), {&price, &note});
+    }
+    Property<std::int64_t> price{L"price", true};
+    Property<std::wstring> note{L"note", false, L"none given"};
+};
+
+class ShopElement final : public CConfigurationElement {
+public:
+    ShopElement() : CConfigurationElement(L"shop") {}
+    void GetProperties(PropertyList& properties) override {
+        properties.insert(properties.end(), {&open, &items});
+    }
+    Property<bool> open{L"open", false, true};
+    Collection<ItemElement> items{L"items", false};
+};
+
+class ShopSection final : public CConfigurationSection {
+public:
+    ShopSection() : CConfigurationSection(L"shop.settings") {}
+    std::wstring GetTypeName() override {
+        return L"Shop.Section,Shop";
+    }
+    void GetProperties(PropertyList& properties) override {
+        properties.insert(properties.end(), {&text, &flag, &count, &size, &levels, &shops});
+    }
+    Property<std::wstring> text{L"text", false};
+    Property<bool> flag{L"flag", false};
+    Property<std::uint32_t> count{L"count", false, 7};
+    Property<std::int64_t> size{L"size", false, -1};
+    Property<SourceLevels> levels{L"levels", false, SourceLevels::Warning};
+    Collection<ShopElement> shops{L"shops", false};
+};
+
+const std::string Declaration =
+    "<configSections><sectionGroup name='g'><section name='shop.settings' type='Shop.Section,Shop'/></sectionGroup>"
+    "</configSections>";
+const wchar_t* const Name = L"g/shop.settings";
+
+std::string Document(const std::string& section) {
+    return "<configuration>" + Declaration + "<g>" + section + "</g></configuration>";
+}
+
+CConfiguration OpenText(const std::string& text) {
+    const std::wstring wide(text.begin(), text.end());
+    return CConfigurationManager::OpenExeConfigurationBuffer(wide.c_str(), wide.size());
+}
+
+bool ReadSection(const std::string& text, ShopSection& section) {
+    return OpenText(Document(text)).GetSection(Name, section);
+}
+
+class Configurations : public FolderTest {
+protected:
+    const ZelWin32::CComInitGuard com;
+    bool OpenFile(const std::string& bytes, ShopSection& section) const {
+        Put(L"app.config", bytes);
+        return CConfigurationManager::OpenExeConfiguration(At(L"app.config")).GetSection(Name, section);
+    }
+};
+
+} // namespace
+
+TEST_F(Configurations, SectionsAreReadByType) {
+    ShopSection section;
+    EXPECT_EQ(section.GetName(), L"NOT PARSED");
+    ASSERT_TRUE(
+        ReadSection("<shop.settings text='a &amp; b' flag='TRUE' count='12x' size='-9000000000'>"
+                    "<levels> Warning, ActivityTracing 64</levels><!-- levels --><?also this?>"
+                    "<shops><shop name='one' open='no'><items><item name='x' price='5'/><!-- c --><any name='y'>"
+                    "<price>6</price><note><![CDATA[<n>]]></note></any><item name='x' price='7'/></items></shop>"
+                    "<shop/></shops></shop.settings>",
+                    section));
+    EXPECT_EQ(section.GetName(), L"none");
+    EXPECT_EQ(section.text.GetValue(), L"a & b");
+    EXPECT_TRUE(section.flag.GetValue());
+    EXPECT_EQ(section.count.GetValue(), 12u);
+    EXPECT_EQ(section.size.GetValue(), -9'000'000'000);
+    EXPECT_EQ(static_cast<std::uint32_t>(section.levels.GetValue()), 0xFF47u);
+    auto& shops = section.shops.GetValue();
+    ASSERT_EQ(shops.size(), 2u);
+    EXPECT_FALSE(shops.at(L"one")->open.GetValue());
+    EXPECT_TRUE(shops.at(L"none")->open.GetValue());
+    auto& items = shops.at(L"one")->items.GetValue();
+    ASSERT_EQ(items.size(), 2u);
+    EXPECT_EQ(items.at(L"x")->price.GetValue(), 7) << "the later one";
+    EXPECT_EQ(items.at(L"y")->price.GetValue(), 6);
+    EXPECT_EQ(items.at(L"y")->note.GetValue(), L"<n>");
+    EXPECT_EQ(items.at(L"x")->note.GetValue(), L"none given");
+    ASSERT_TRUE(
+        ReadSection("<shop.settings flag='1' text='attribute'><text>element</text><shops><s name='two'/></shops>"
+                    "</shop.settings>",
+                    section));
+    EXPECT_FALSE(section.flag.GetValue());
+    EXPECT_EQ(section.text.GetValue(), L"attribute");
+    EXPECT_EQ(section.shops.GetValue().size(), 3u) << "reading again adds";
+}
+
+TEST_F(Configurations, TextBecomesValues) {
+    const struct {
+        const char *property, *text;
+        std::int64_t value;
+    } rows[] = {{"count", "-1", 0xFFFFFFFF},
+                {"count", "x", 0},
+                {"count", " 5", 5},
+                {"size", "", 0},
+                {"size", "0x10", 0},
+                {"flag", "true ", 0},
+                {"flag", "TrUe", 1},
+                {"flag", "yes", 0},
+                {"levels", "All,Critical", 0xFFFFFFFF},
+                {"levels", "Off", 0},
+                {"levels", "", 0},
+                {"levels", "Information", 0xF},
+                {"levels", "Verbose,,  Error", 0x1F},
+                {"levels", "16 4", 20}};
+    for (const auto& row : rows) {
+        ShopSection section;
+        const std::string name = row.property;
+        ASSERT_TRUE(ReadSection("<shop.settings " + name + "='" + row.text + "'/>", section));
+        const std::int64_t value = name == "count"  ? section.count.GetValue()
+                                   : name == "size" ? section.size.GetValue()
+                                   : name == "flag" ? section.flag.GetValue()
+                                                    : static_cast<std::int64_t>(section.levels.GetValue());
+        EXPECT_EQ(value, row.value) << name << ' ' << row.text;
+    }
+    for (const char* word : {"warning", "Loud", "Warning;Error"}) {
+        ShopSection section;
+        ExpectThrow<CArgumentException>(
+            [&] { ReadSection("<shop.settings levels='" + std::string(word) + "'/>", section); }, {.param = L"value"});
+    }
+    Property<bool> flag(L"f", false);
+    Collection<ItemElement> items(L"i", false);
+    ExpectThrow<CArgumentNullException>([&] { flag.Deserialize(nullptr); },
+                                        {.param = L"in", .method = L"ZelCore::Configuration::Deserialize"});
+    ExpectThrow<CArgumentNullException>([&] { items.Deserialize(nullptr); }, {.param = L"node"});
+    ShopSection section;
+    ExpectThrow<CArgumentNullException>([&] { section.Deserialize(nullptr); },
+                                        {.message = L"'Bad node ptr': parameter name: 'xmlIn'",
+                                         .method = L"ZelCore::Configuration::CConfigurationElement::Deserialize",
+                                         .file = L"Configuration.cpp"});
+}
+
+TEST_F(Configurations, SectionsAreFoundOrNot) {
+    ShopSection section;
+    const auto find = [&](const std::string& text, const wchar_t* name) {
+        return OpenText(text).GetSection(name, section);
+    };
+    const std::string declared = "<configuration><configSections><section name='s' type='Shop.Section,Shop'/>"
+                                 "<section name='case' type='shop.section,Shop'/><section name='untyped'/>"
+                                 "</configSections><s/><case/><untyped/><undeclared/><g/></configuration>";
+    EXPECT_TRUE(find(declared, L"s"));
+    for (const wchar_t* name : {L"case", L"untyped", L"undeclared", L"missing", L"g/s", L"s/s"}) {
+        EXPECT_FALSE(find(declared, name)) << ::testing::PrintToString(std::wstring(name));
+    }
+    EXPECT_FALSE(find(Document(""), Name)) << "declared but not there";
+    EXPECT_FALSE(find("<configuration xmlns='urn:x'/>", L"s"));
+    ExpectThrow<CArgumentException>(
+        [&] { find(declared, L""); },
+        {.param = L"name", .method = L"ZelCore::Configuration::CConfiguration::GetSection"});
+    ExpectThrow<CComException>([&] { find(declared, L"it's"); });
+    CConfiguration configuration = OpenText("<configuration><system.diagnostics text='x'/></configuration>");
+    EXPECT_TRUE(configuration.GetSystemDiagnosticsSection(section));
+    EXPECT_EQ(section.text.GetValue(), L"x");
+    CConfiguration copy = configuration, moved = std::move(configuration);
+    copy = moved;
+    EXPECT_TRUE(copy.GetSystemDiagnosticsSection(section));
+    EXPECT_FALSE(configuration.GetSystemDiagnosticsSection(section)) << "moved from";
+    CConfigurationSectionGroup group;
+    EXPECT_FALSE(copy.GetSectionGroup(L"g", group));
+    ExpectThrow<CConfigurationException>(
+        [&] {
+            ReadSection(
+                "<shop.settings><shops><shop name='a'><items><item name='i'/></items></shop></shops></shop.settings>",
+                section);
+        },
+        {.message = L"Element 'item' missing required attribute or child element 'price'."});
+}
+
+TEST_F(Configurations, FilesComeInEveryEncoding) {
+    const std::string umlaut = "<shop.settings text='\xC3\xBC'/>", latin = "<shop.settings text='\xFC'/>";
+    std::u16string wide;
+    for (const char c : Document("<shop.settings text='u'/>")) {
+        wide += c == 'u' && wide.ends_with(u"'") ? u'\u00FC' : static_cast<char16_t>(c);
+    }
+    const std::string little(reinterpret_cast<const char*>(wide.data()), wide.size() * 2);
+    std::string big = little;
+    for (std::size_t i = 0; i < big.size(); i += 2) {
+        std::swap(big[i], big[i + 1]);
+    }
+    for (const std::string& bytes :
+         {Document(umlaut), "\xEF\xBB\xBF" + Document(umlaut),
+          "<?xml version='1.0' encoding='utf-8'?>\n" + Document(umlaut),
+          "<?xml version='1.0' encoding='ISO-8859-1'?>" + Document(latin), "\xFF\xFE" + little, "\xFE\xFF" + big}) {
+        ShopSection section;
+        ASSERT_TRUE(OpenFile(bytes, section));
+        EXPECT_EQ(section.text.GetValue(), L"\u00FC");
+    }
+    ShopSection section;
+    CConfiguration missing = CConfigurationManager::OpenExeConfiguration(At(L"missing.config"));
+    EXPECT_EQ(missing.GetPath(), At(L"missing.config"));
+    EXPECT_FALSE(missing.GetSection(Name, section) || missing.GetSystemDiagnosticsSection(section));
+    EXPECT_TRUE(CConfigurationManager::OpenExeConfiguration(L"").GetPath().ends_with(L".exe.config"));
+    const std::string whole = Document("<shop.settings text='x'/>");
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        ExpectThrow<ZelXml::CXmlException>([&] { OpenFile(whole.substr(0, length), section); });
+        ExpectThrow<CConfigurationException>(
+            [&] { OpenText(whole.substr(0, length)); },
+            {.method = L"ZelCore::Configuration::CConfigurationManager::OpenExeConfigurationBuffer"});
+    }
+    ExpectThrow<CArgumentNullException>([] { CConfigurationManager::OpenExeConfigurationBuffer(nullptr, 0); },
+                                        {.param = L"text"});
+    ExpectThrow<CArgumentOutOfRangeException>(
+        [] { CConfigurationManager::OpenExeConfigurationBuffer(L"", 0x1'0000'0000); }, {.param = L"length"});
+}
+
+TEST_F(Configurations, HostileDocumentsAreRefused) {
+    Put(L"secret", "secret");
+    const std::string secret = std::filesystem::path(At(L"secret")).string();
+    std::string deep, nested;
+    for (int i = 0; i < 10'000; ++i) {
+        deep += "<a>";
+        nested += "</a>";
+    }
+    for (const std::string& prefix :
+         {std::string("<!DOCTYPE configuration>"), std::string("<!DOCTYPE configuration [<!ENTITY e 'x'>]>"),
+          "<!DOCTYPE configuration [<!ENTITY e SYSTEM 'file:///" + secret + "'>]>"}) {
+        ShopSection section;
+        EXPECT_THROW(OpenFile(prefix + Document("<shop.settings/>"), section), CException);
+        EXPECT_THROW(OpenText(prefix + Document("<shop.settings/>")), CConfigurationException);
+    }
+    EXPECT_THROW(OpenText(deep + nested), CConfigurationException);
+    ShopSection section;
+    EXPECT_THROW(OpenFile(deep + nested, section), ZelXml::CXmlException);
+}
+
+TEST_F(Configurations, ASectionMayLieInAFileOfItsOwn) {
+    const auto open = [&](const std::string& source, ShopSection& section) {
+        return OpenFile(Document("<shop.settings configSource='" + source + "'/>"), section);
+    };
+    std::filesystem::create_directories(At(L"sub"));
+    Put(L"sub\\own.config", "<shop.settings text='included'/>");
+    for (const char* source : {"sub\\own.config", "sub/own.config"}) {
+        ShopSection section;
+        ASSERT_TRUE(open(source, section));
+        EXPECT_EQ(section.text.GetValue(), L"included");
+    }
+    ShopSection section;
+    CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(At(L"app.config"));
+    EXPECT_TRUE(configuration.GetSection(Name, section));
+    Put(L"sub\\own.config", "no XML");
+    EXPECT_TRUE(configuration.GetSection(Name, section)) << "it took the section's place";
+    ExpectThrow<ZelXml::CXmlException>([&] { open("sub\\own.config", section); });
+    ExpectThrow<CConfigurationException>(
+        [&] { open("missing", section); },
+        {.message = (L"Configuration file \"" + At(L"missing") + L"\" cannot be found").c_str()});
+    const auto full = [&](const char* content) {
+        OpenFile(Document("<shop.settings configSource='x'>" + std::string(content) + "</shop.settings>"), section);
+    };
+    for (const char* content : {"<a/>", "text", "<!-- c -->"}) {
+        ExpectThrow<CConfigurationException>(
+            [&] { full(content); },
+            {.message = L"Configuration section has \"configSource\" attribute and is not empty"});
+    }
+    ExpectThrow<CConfigurationException>([&] { full("  \n "); }, {.contains = L"cannot be found"});
+}
+
+TEST_F(Configurations, EveryFailingCallSurfacesAndLeavesNothing) {
+    Put(L"own.config", "<shop.settings text='t'><shops><shop name='s'/></shops></shop.settings>");
+    Put(L"app.config", Document("<shop.settings configSource='own.config'/>"));
+    const HandleBalance handles;
+    FailingCalls calls({{"CoCreateInstance", 0x80040154},
+                        {"SysAllocStringLen"},
+                        {"SafeArrayCreateVector"},
+                        {"SafeArrayAccessData", 0x8007000E},
+                        {"CreateFileW", ~std::uintptr_t{0}},
+                        {"GetFileSizeEx"},
+                        {"ReadFile"},
+                        {"LockFileEx"},
+                        {"UnlockFileEx"},
+                        {"GetFullPathNameW"}});
+    FailingAllocations allocations;
+    const auto blocks = [] {
+        std::size_t count = 0;
+        PROCESS_HEAP_ENTRY entry{};
+        while (::HeapWalk(::GetProcessHeap(), &entry)) {
+            count += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? 1 : 0;
+        }
+        return count;
+    };
+    const auto sweep = [&](bool memory) {
+        int failures = 0;
+        Sweep([&](int n) {
+            memory ? allocations.FailOn(n) : calls.FailOn(n);
+            bool thrown = false;
+            try {
+                ShopSection section;
+                CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(At(L"app.config"));
+                EXPECT_TRUE(configuration.GetSection(Name, section));
+            } catch (const CException&) {
+                thrown = true;
+            } catch (const std::bad_alloc&) {
+                thrown = true;
+            }
+            const bool failed = memory ? allocations.HasFailed() : calls.GetFailed() != nullptr;
+            allocations.FailOn(0);
+            calls.FailOn(0);
+            EXPECT_EQ(thrown, failed && thrown);
+            EXPECT_EQ(handles.Get(), 0);
+            failures += thrown ? 1 : 0;
+            return failed;
+        });
+        return failures;
+    };
+    sweep(false), sweep(true); // what the parser keeps for the next time is there then
+    const std::size_t before = blocks();
+    const int failures = sweep(false) + sweep(true);
+    EXPECT_GT(failures, 50);
+    EXPECT_LT(blocks(), before + static_cast<std::size_t>(failures) / 4) << "a document is many blocks";
+}

@@ -1,0 +1,432 @@
+#include "Support/Test.h"
+
+#include "Support/Child.h"
+
+#include "ZelCore/Configuration/ConfigurationException.h"
+#include "ZelCore/Diagnostics/ConsoleTraceListener.h"
+#include "ZelCore/Diagnostics/EventProviderTraceListener.h"
+#include "ZelCore/Diagnostics/LogWriterTraceListener.h"
+#include "ZelCore/Diagnostics/SourceSwitchManager.h"
+#include "ZelCore/Diagnostics/TraceFormatter.h"
+#include "ZelCore/Diagnostics/TraceListenerManager.h"
+#include "ZelCore/Diagnostics/TraceSource.h"
+#include "ZelCore/Diagnostics/TraceSourceManager.h"
+#include "ZelCore/Environment.h"
+#include "ZelWin32/ComException.h"
+
+#include <map>
+#include <sstream>
+#include <thread>
+
+using namespace ZelCore::Diagnostics;
+using Configuration::CConfigurationException;
+
+namespace {
+
+std::wstring s_program;
+
+/// Tests in which the running program has a configuration file of its own; each in a process of its own, since the
+/// configuration is read once.
+class Tracing : public FolderTest {
+protected:
+    void SetUp() override {
+        FolderTest::SetUp();
+        s_program = At(L"program.exe");
+        hook =
+            std::make_unique<ImportHook>("GetModuleFileNameW", [](HMODULE module, wchar_t* path, DWORD size) -> DWORD {
+                if (module != nullptr) {
+                    return ::GetModuleFileNameW(module, path, size);
+                }
+                return static_cast<DWORD>(s_program.copy(path, size)); // zeros follow
+            });
+    }
+    void Configure(const std::string& sources, const std::string& more) const {
+        Put(L"program.exe.config",
+            "<configuration><configSections><sectionGroup name='zel'><section name='zel.diagnostics' "
+            "type='Zel.Core.Diagnostics.Configuration.ZelDiagnosticsSection,Zel.Core'/></sectionGroup></configSections>"
+            "<zel><zel.diagnostics logDirectory='%ZEL_LOGS%'/></zel><system.diagnostics><sources>" +
+                sources + "</sources>" + more + "</system.diagnostics></configuration>");
+    }
+    std::vector<std::string> GetLines(const std::wstring& name) const {
+        std::vector<std::string> lines;
+        std::istringstream text(Get(name));
+        for (std::string line; std::getline(text, line);) {
+            EXPECT_TRUE(line.ends_with('\r')) << "a line is not whole: " << line;
+            line.pop_back();
+            lines.push_back(line);
+        }
+        return lines;
+    }
+    /// How often each message stands in all files of the folder; the message is the last word of a line.
+    std::map<std::string, int> CountMessages(const std::wstring& folder) const {
+        std::map<std::string, int> counts;
+        for (const auto& file : std::filesystem::directory_iterator(At(folder))) {
+            for (const std::string& line : GetLines(folder + L"\\" + file.path().filename().wstring())) {
+                EXPECT_EQ(line[4] == '-' && line[27] == 'Z', true) << line;
+                ++counts[line.substr(line.rfind(' ') + 1)];
+            }
+        }
+        return counts;
+    }
+    std::unique_ptr<ImportHook> hook;
+};
+
+struct RecordingListener final : CTraceListener {
+    RecordingListener() : CTraceListener(L"recording") {}
+    void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned id,
+                    const wchar_t* message) override {
+        EXPECT_EQ(id, 0u);
+        EXPECT_EQ(context.timestamp.GetKind(), DateTimeKind::Utc);
+        EXPECT_EQ(context.threadId, ::GetCurrentThreadId());
+        events += std::wstring(source) + L"|" + context.function + L"|" + context.file + L"|" +
+                  std::to_wstring(context.line) + L"|" + CTraceFormatter::GetTypeName(type) + L"|" + message + L"\n";
+        if (fails) {
+            throw CFormatException(L"listener", L"", nullptr, 0);
+        }
+    }
+    std::wstring events;
+    bool fails = false;
+};
+
+void Event(const CTraceSource& source, TraceEventType type, const wchar_t* message) {
+    source.TraceEvent(L"F", L"a\\b.cpp", 7, type, message);
+}
+
+constexpr auto Warning = TraceEventType::Warning;
+constexpr auto Information = TraceEventType::Information;
+
+/// What a process of the tests with two processes writes; ends without warning after the last line.
+void WriteAndDie(const std::wstring& file, const std::wstring& prefix, int count) {
+    CTraceSource source(L"Process");
+    source.GetSourceSwitch().SetLevel(SourceLevels::All);
+    source.AddTraceListener(std::make_shared<CLogWriterTraceListener>(L"log", file.c_str(), 20'000, 10'000));
+    for (int i = 0; i < count; ++i) {
+        Event(source, Information, (prefix + std::to_wstring(i)).c_str());
+    }
+    ::TerminateProcess(::GetCurrentProcess(), 0);
+}
+
+} // namespace
+
+TEST_F(Tracing, DISABLED_FollowsTheConfiguration) {
+    ::SetEnvironmentVariableW(L"ZEL_LOGS", At(L"logs").c_str());
+    Configure(
+        "<source name='App' switchName='AppSwitch'><listeners><add name='file'/><add "
+        "name='console'/></listeners></source>"
+        "<source name='App.Tcp' switchValue='Warning, ActivityTracing'><listeners><add "
+        "name='file'/></listeners></source>"
+        "<source name='Lost' switchName='missing'/>"
+        "<source name='Mute' switchValue='All'><listeners><add name='missing'/></listeners></source>"
+        "<source name='Zero' switchValue='All'><listeners><add name='zero'/></listeners></source>"
+        "<source name='Token' switchValue='All'><listeners><add name='token'/></listeners></source>",
+        "<switches><add name='AppSwitch' value='Information'/></switches><sharedListeners>"
+        "<add name='file' type='FileLog' initializeData='%LOGDIRECTORY%\\sub\\app-%USERNAME%.log'/>"
+        "<add name='console' type='filelog'/><add name='zero' type='FileLog' initializeData='x' maximumFileSize='0'/>"
+        "<add name='token' type='FileLog' initializeData='a%PATH%b'/></sharedListeners>");
+    const std::wstring log = L"logs\\sub\\app-" + CEnvironment::GetUserNameW() + L".log";
+    {
+        const CTraceSource tcp(L"App.Tcp.Client"), udp(L"App.Udp"), app(L"App");
+        Event(tcp, Information, L"not this");
+        EXPECT_EQ(Get(log), "");
+        Event(tcp, Warning, L"first \u00FC");
+        Event(tcp, TraceEventType::Suspend, nullptr);
+        Event(udp, Information, L"second");
+        Event(udp, TraceEventType::Verbose, L"nor this");
+        tcp.TraceEventFormat(nullptr, nullptr, -1, TraceEventType::Critical, L"%d%%", 100);
+        const std::vector<std::string> lines = GetLines(log);
+        ASSERT_EQ(lines.size(), 4u);
+        char thread[20];
+        std::snprintf(thread, sizeof(thread), " %04lx ", ::GetCurrentThreadId());
+        EXPECT_TRUE(lines[0].ends_with(thread + std::string("W b.cpp:7 first \xC3\xBC"))) << lines[0];
+        EXPECT_TRUE(lines[1].ends_with("S b.cpp:7 ")) << lines[1];
+        EXPECT_TRUE(lines[2].ends_with("I b.cpp:7 second"));
+        EXPECT_TRUE(lines[3].ends_with("C :-1 100%"));
+        EXPECT_EQ(&udp.GetSourceSwitch(), &app.GetSourceSwitch());
+        EXPECT_EQ(&app.GetSourceSwitch(), CSourceSwitchManager::GetSourceSwitch(L"AppSwitch").get());
+        EXPECT_EQ(CTraceSourceManager::GetTraceSource(L"App.Tcp.x.y")->name, L"App.Tcp");
+        EXPECT_EQ(CTraceSourceManager::GetTraceSource(L"App.Udp")->listeners.size(), 2u);
+        EXPECT_NE(dynamic_cast<CConsoleTraceListener*>(CTraceListenerManager::GetTraceListener(L"console").get()),
+                  nullptr);
+    }
+    const CTraceSource lost(L"Lost"), mute(L"Mute.x"), zero(L"Zero"), token(L"Token"), empty(L"");
+    for (int i = 0; i < 2; ++i) { // each event tries again
+        ExpectThrow<CConfigurationException>(
+            [&] { Event(lost, Warning, L""); },
+            {.message = L"Source switch 'missing' cannot be found in switches collection"});
+        ExpectThrow<CConfigurationException>(
+            [&] { Event(mute, Warning, L""); },
+            {.message = L"Trace listener 'missing' cannot be found in shared listeners collection"});
+        ExpectThrow<CArgumentOutOfRangeException>([&] { Event(zero, Warning, L""); },
+                                                  {.param = L"maximumFileSizem", .contains = L"actual value was 0"});
+        ExpectThrow<CConfigurationException>([&] { Event(token, Warning, L""); },
+                                             {.message = L"Invalid token 'PATH' in file name 'a%PATH%b'."});
+        ExpectThrow<CArgumentException>([&] { Event(empty, Warning, L""); },
+                                        {.message = L"'Cannot be empty': parameter name: 'sourceName'"});
+    }
+}
+
+TEST_F(Tracing, DISABLED_ABrokenConfigurationIsReadAgain) {
+    const CTraceSource source(L"A");
+    Configure("<source name='A' switchName='s' switchValue='All'/>", "");
+    ExpectThrow<CConfigurationException>(
+        [&] { Event(source, Warning, L""); },
+        {.message = L"Illegal to specify both switchName and switchValue on a trace source."});
+    Configure("<source name='A' switchValue='All'><listeners><add name='l'/></listeners></source>",
+              "<sharedListeners><add name='l' type='FileLog' initializeData='relative.log'/></sharedListeners>");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) { // all resolve it at once
+        threads.emplace_back([&] { Event(source, Warning, L"x"); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(GetLines(L"relative.log").size(), 8u) << "beside the program";
+    Configure("broken <", "");
+    Event(source, Warning, L"kept"); // read once
+    EXPECT_EQ(GetLines(L"relative.log").size(), 9u);
+}
+
+TEST_F(Tracing, DISABLED_WritesAndDies) {
+    wchar_t file[1000], prefix[100];
+    ::GetEnvironmentVariableW(L"ZEL_FILE", file, 1000);
+    ::GetEnvironmentVariableW(L"ZEL_PREFIX", prefix, 100);
+    WriteAndDie(file, prefix, 2000);
+}
+
+TEST_F(Tracing, InProcessesOfTheirOwn) {
+    for (const wchar_t* test : {L"DISABLED_FollowsTheConfiguration", L"DISABLED_ABrokenConfigurationIsReadAgain"}) {
+        EXPECT_EQ(RunInChild(GetOwnPath(), L"Tracing." + std::wstring(test)), 0u);
+    }
+    // Two processes that roll one log, and end in the midst of it: every line is there, once.
+    std::filesystem::create_directories(At(L"shared"));
+    ::SetEnvironmentVariableW(L"ZEL_FILE", At(L"shared\\log.txt").c_str());
+    ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"first");
+    std::thread first([] { RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies"); });
+    ::Sleep(100);
+    ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"second");
+    RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies");
+    first.join();
+    std::filesystem::remove_all(At(L"tmp")); // what the processes left that were ended
+    std::filesystem::create_directories(At(L"tmp"));
+    const auto counts = CountMessages(L"shared");
+    EXPECT_EQ(counts.size(), 4000u);
+    for (const auto& [message, count] : counts) {
+        ASSERT_EQ(count, 1) << message;
+    }
+}
+
+TEST_F(Tracing, SourcesWithoutAConfigurationTakeListenersInCode) {
+    CTraceSource source(L"Unconfigured.Deep.Name"), sibling(L"Unconfigured.Other");
+    const auto listener = std::make_shared<RecordingListener>(), second = std::make_shared<RecordingListener>();
+    source.AddTraceListener(listener);
+    Event(source, TraceEventType::Critical, L"off");
+    source.GetSourceSwitch().SetLevel(SourceLevels::Error);
+    Event(sibling, TraceEventType::Error, L"shared");
+    Event(source, Warning, L"no");
+    source.GetSourceSwitch().SetLevel(SourceLevels::ActivityTracing);
+    Event(source, TraceEventType::Transfer, L"yes");
+    Event(source, TraceEventType::Critical, L"no");
+    source.TraceEvent(nullptr, nullptr, 0, static_cast<TraceEventType>(0x2000), nullptr);
+    EXPECT_EQ(listener->events, L"Unconfigured.Other|F|a\\b.cpp|7|Error|shared\n"
+                                L"Unconfigured.Deep.Name|F|a\\b.cpp|7|Transfer|yes\n"
+                                L"Unconfigured.Deep.Name|||0|Unknown|\n");
+    listener->fails = true;
+    source.AddTraceListener(second);
+    ExpectThrow<CFormatException>([&] { Event(source, TraceEventType::Start, L"both"); }, {.message = L"listener"});
+    EXPECT_EQ(second->events, L"Unconfigured.Deep.Name|F|a\\b.cpp|7|Start|both\n") << "the others get it all the same";
+    sibling.RemoveAllListeners();
+    Event(source, TraceEventType::Start, L"nobody");
+    ExpectThrow<CArgumentNullException>([] { CTraceSource(nullptr); }, {.param = L"name"});
+    ExpectThrow<CArgumentNullException>([] { CTraceSourceManager::GetTraceSource(nullptr); }, {.param = L"sourceName"});
+    ExpectThrow<CArgumentNullException>([] { CSourceSwitchManager::GetSourceSwitch(nullptr); },
+                                        {.param = L"switchName"});
+    FailingCalls calls({{"InitializeCriticalSectionAndSpinCount"}});
+    calls.FailOn(1);
+    ExpectThrow<ZelWin32::CComException>([] { CTraceSource(L"x"); }, {.code = 0x800705AA});
+}
+
+TEST_F(Tracing, ListenersAreMadeByType) {
+    const auto make = [](const wchar_t* name, const wchar_t* type, const wchar_t* data, std::int64_t size = -1,
+                         unsigned files = 1) {
+        return CTraceListenerManager::GetTraceListener(name, type, data, size, files);
+    };
+    const auto file = make(L"f", L"FileLog", At(L"x.log").c_str());
+    EXPECT_EQ(make(L"f", L"", L""), file) << "the live one of the name";
+    EXPECT_EQ(dynamic_cast<CLogWriterTraceListener&>(*file).GetPath(), At(L"x.log"));
+    EXPECT_NE(std::dynamic_pointer_cast<CConsoleTraceListener>(make(L"c", L"FILELOG", L"")), nullptr);
+    const std::pair<const wchar_t*, std::function<void()>> rows[] = {
+        {L"listenerName", [&] { make(nullptr, nullptr, nullptr, 0, 0); }},
+        {L"listenerType", [&] { make(L"n", nullptr, nullptr, 0, 0); }},
+        {L"initializeData", [&] { make(L"n", L"t", nullptr, 0, 0); }},
+        {L"listenerName", [] { CTraceListenerManager::GetTraceListener(nullptr); }}};
+    for (const auto& [param, action] : rows) {
+        ExpectThrow<CArgumentNullException>(action, {.param = param});
+    }
+    ExpectThrow<CArgumentOutOfRangeException>([&] { make(L"n", L"t", L"d", -2, 0); }, {.param = L"maximumFileSizem"});
+    ExpectThrow<CArgumentOutOfRangeException>([&] { make(L"n", L"t", L"d", 1, 0); },
+                                              {.param = L"maximumNumberOfFiles"});
+    ExpectThrow<CArgumentException>([&] { make(L"e", L"EventProvider", L"no GUID"); });
+    static std::wstring s_events;
+    static std::string s_missing;
+    s_events.clear(), s_missing.clear();
+    const ImportHook find("GetProcAddress", [](HMODULE module, const char* name) -> void* {
+        if (s_missing == name) {
+            ::SetLastError(127);
+            return nullptr;
+        }
+        if (name == std::string("EventRegister")) {
+            return reinterpret_cast<void*>(+[](const GUID* id, void*, void*, std::uint64_t* handle) -> ULONG {
+                *handle = 5;
+                return id->Data1 == 0xFFFFFFFF ? 1450 : 0;
+            });
+        }
+        if (name == std::string("EventWriteString")) {
+            return reinterpret_cast<void*>(
+                +[](std::uint64_t handle, UCHAR level, std::uint64_t, const wchar_t* text) -> ULONG {
+                    s_events += std::to_wstring(handle) + std::to_wstring(level) + std::wstring(text).substr(28) + L";";
+                    return std::wstring(text).ends_with(L"fail") ? 1450 : 0;
+                });
+        }
+        if (name == std::string("EventUnregister")) {
+            return reinterpret_cast<void*>(+[](std::uint64_t handle) -> ULONG {
+                s_events += L"end" + std::to_wstring(handle);
+                return 0;
+            });
+        }
+        return reinterpret_cast<void*>(::GetProcAddress(module, name));
+    });
+    TraceEventContext context;
+    context.threadId = 0x12345;
+    context.file = L"f";
+    {
+        CEventProviderTraceListener provider(L"p", L"{00000001-0002-0003-0405-060708090a0b}");
+        for (const auto type : {TraceEventType::Critical, TraceEventType::Verbose, TraceEventType::Stop}) {
+            provider.TraceEvent(context, L"s", type, 0, L"m");
+        }
+        ExpectThrow<CWin32Exception>([&] { provider.TraceEvent(context, L"s", Warning, 0, L"fail"); }, {.code = 1450});
+    }
+    EXPECT_EQ(s_events, L"5112345 C f:0 m;5512345 V f:0 m;5412345 S f:0 m;5312345 W f:0 fail;end5");
+    ExpectThrow<CWin32Exception>([] { CEventProviderTraceListener(L"p", L"{ffffffff-0000-0000-0000-000000000000}"); },
+                                 {.code = 1450});
+    for (const char* name : {"EventRegister", "EventWriteString", "EventUnregister"}) {
+        s_missing = name;
+        ExpectThrow<CWin32Exception>(
+            [] { CEventProviderTraceListener(L"p", L"{00000001-0000-0000-0000-000000000000}"); }, {.code = 127});
+    }
+}
+
+TEST_F(Tracing, EightThreadsRollALogAndLoseNothing) {
+    std::filesystem::create_directories(At(L"logs"));
+    const HandleBalance handles;
+    {
+        CTraceSource source(L"Rolling");
+        source.GetSourceSwitch().SetLevel(SourceLevels::All);
+        source.AddTraceListener(
+            std::make_shared<CLogWriterTraceListener>(L"l", At(L"logs\\app.log").c_str(), 10'000, 1'000));
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i) {
+            threads.emplace_back([&source, i] {
+                for (int k = 0; k < 1000; ++k) {
+                    Event(source, Information, (std::to_wstring(i) + L"-" + std::to_wstring(k)).c_str());
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        source.RemoveAllListeners();
+    }
+    EXPECT_EQ(handles.Get(), 0);
+    EXPECT_EQ(CountMessages(L"logs").size(), 8000u);
+    std::size_t files = 0;
+    for (const auto& file : std::filesystem::directory_iterator(At(L"logs"))) {
+        EXPECT_LE(file.file_size(), 10'000u);
+        ++files;
+    }
+    EXPECT_GT(files, 30u);
+}
+
+TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
+    std::filesystem::create_directories(At(L"logs"));
+    Put(L"logs\\app.000007.log", "");
+    Put(L"logs\\app.other.log", "");
+    TraceEventContext context;
+    const auto write = [&](CTraceListener& listener, int count) {
+        for (int i = 0; i < count; ++i) {
+            listener.TraceEvent(context, L"s", Information, 0, std::to_wstring(i).c_str());
+        }
+    };
+    const auto names = [&] {
+        std::string all;
+        for (const auto& file : std::filesystem::directory_iterator(At(L"logs"))) {
+            all += file.path().filename().string() + " ";
+        }
+        std::vector<std::string> sorted;
+        std::istringstream words(all);
+        for (std::string word; words >> word;) {
+            sorted.push_back(word);
+        }
+        std::sort(sorted.begin(), sorted.end());
+        return ::testing::PrintToString(sorted);
+    };
+    CLogWriterTraceListener three(L"l", At(L"logs\\app.log").c_str(), 1, 3); // every line has a file of its own
+    write(three, 6);
+    EXPECT_EQ(names(), R"({ "app.000011.log", "app.000012.log", "app.log", "app.other.log" })");
+    CLogWriterTraceListener one(L"l", At(L"logs\\app.log").c_str(), 1, 1);
+    {
+        const HANDLE reader = ::CreateFileW(At(L"logs\\app.log").c_str(), GENERIC_READ,
+                                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+        write(one, 2); // cannot be renamed while somebody reads it: nothing is lost
+        EXPECT_EQ(GetLines(L"logs\\app.log").size(), 3u);
+        ::CloseHandle(reader);
+    }
+    write(one, 1);
+    write(three, 1); // goes to the new file
+    EXPECT_EQ(GetLines(L"logs\\app.log").size(), 1u);
+    FailingCalls calls({{"CreateFileMappingW"},
+                        {"OpenFileMappingW"},
+                        {"CreateFileW", ~std::uintptr_t{0}},
+                        {"WriteFile"},
+                        {"GetFileSizeEx"},
+                        {"MoveFileExW"},
+                        {"MapViewOfFile"}});
+    Sweep([&](int n) {
+        calls.FailOn(n);
+        bool thrown = false;
+        try {
+            CLogWriterTraceListener listener(L"l", At(L"logs\\other.log").c_str(), 60, 2);
+            write(listener, 3);
+        } catch (const CWin32Exception& e) {
+            EXPECT_EQ(e.GetError(), 1450u);
+            thrown = true;
+        }
+        const std::string failed = calls.GetFailed() != nullptr ? calls.GetFailed() : "";
+        EXPECT_EQ(thrown, failed == "CreateFileW" || failed == "WriteFile" || failed == "GetFileSizeEx") << failed;
+        return !failed.empty();
+    });
+}
+
+TEST_F(Tracing, TheConsoleGetsOneCallForALine) {
+    static std::string s_written;
+    s_written.clear();
+    static DWORD s_isConsole;
+    const ImportHook mode("GetConsoleMode", [](HANDLE, DWORD*) -> BOOL { return static_cast<BOOL>(s_isConsole); });
+    const ImportHook file("WriteFile", [](HANDLE, const void* bytes, DWORD size, DWORD* written, OVERLAPPED*) -> BOOL {
+        s_written += "[" + std::string(static_cast<const char*>(bytes), size) + "]";
+        *written = size;
+        return TRUE;
+    });
+    const ImportHook console("WriteConsoleW", [](HANDLE, const void* text, DWORD size, DWORD* written, void*) -> BOOL {
+        const std::wstring line(static_cast<const wchar_t*>(text), size);
+        s_written += "(" + std::string(line.begin(), line.end()) + ")";
+        *written = size;
+        return TRUE;
+    });
+    CConsoleTraceListener listener(L"c");
+    for (const DWORD isConsole : {0ul, 1ul}) {
+        s_isConsole = isConsole;
+        listener.TraceEvent({}, L"s", Warning, 0, L"m\u00FC");
+    }
+    EXPECT_EQ(s_written,
+              "[0001-01-01T00:00:00.0000000 0000 W :0 m\xC3\xBC\r\n](0001-01-01T00:00:00.0000000 0000 W :0 m\xFC\r\n)");
+}
