@@ -30,33 +30,37 @@ constexpr std::int64_t FloorModulo(std::int64_t value, std::int64_t divisor) noe
 }
 
 // Both conversions count years from the first of March, so that the leap day is the last one and the lengths of the
-// months before it follow one line: (153 * month + 2) / 5 days.
+// months before it follow one line. The fractions are those of C. Neri and L. Schneider, "Euclidean affine functions
+// and their application to calendar algorithms" (2022): exact in the ranges given here.
 
-constexpr std::int64_t DaysFromCivilToMarch = 306; ///< from 1 March of year 0 to 1 January of year 1
-constexpr std::int64_t DaysPerEra = 146'097;       ///< 400 years
+constexpr std::int64_t DaysFromMarch = 306;  ///< from 1 March of year 0 to 1 January of year 1
+constexpr std::int64_t DaysPerEra = 146'097; ///< 400 years
+constexpr std::int64_t Eras = 125;           ///< added so that every day number of 64 bits of ticks is positive
 
-/// The number of days from 0001-01-01 to a date of any year.
-constexpr std::int64_t ToDayNumber(std::int64_t year, int month, int day) noexcept {
-    const std::int64_t y = year - (month <= 2 ? 1 : 0);
-    const std::int64_t era = FloorDivide(y, 400);
-    const auto yearOfEra = static_cast<unsigned>(y - era * 400);
-    const unsigned dayOfYear =
-        (153u * static_cast<unsigned>(month + (month > 2 ? -3 : 9)) + 2) / 5 + static_cast<unsigned>(day) - 1;
-    const unsigned dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * DaysPerEra + static_cast<std::int64_t>(dayOfEra) - DaysFromCivilToMarch;
+/// The number of days from 0001-01-01 to a date of the years 1 to 9999.
+constexpr std::int64_t ToDayNumber(int year, int month, int day) noexcept {
+    const bool early = month <= 2;
+    const auto y = static_cast<std::uint32_t>(year - (early ? 1 : 0));
+    const auto m = static_cast<std::uint32_t>(early ? month + 12 : month);
+    const std::uint32_t century = y / 100;
+    const std::uint32_t days = 1461 * y / 4 - century + century / 4 + (979 * m - 2919) / 32;
+    return static_cast<std::int64_t>(days) + day - 1 - DaysFromMarch;
 }
 
-/// The date of any day number.
+/// The date of any day number that 64 bits of ticks can hold.
 constexpr CalendarDate ToDate(std::int64_t dayNumber) noexcept {
-    const std::int64_t shifted = dayNumber + DaysFromCivilToMarch;
-    const std::int64_t era = FloorDivide(shifted, DaysPerEra);
-    const auto dayOfEra = static_cast<unsigned>(shifted - era * DaysPerEra);
-    const unsigned yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const unsigned march = (5 * dayOfYear + 2) / 153;
-    const int month = static_cast<int>(march) + (march < 10 ? 3 : -9);
-    return {static_cast<std::int64_t>(yearOfEra) + era * 400 + (month <= 2 ? 1 : 0), month,
-            static_cast<int>(dayOfYear - (153 * march + 2) / 5 + 1)};
+    const auto days = static_cast<std::uint32_t>(dayNumber + DaysFromMarch + Eras * DaysPerEra);
+    const std::uint32_t n1 = 4 * days + 3;
+    const std::uint32_t century = n1 / 146'097;
+    const std::uint32_t n2 = n1 % 146'097 | 3;
+    const std::uint64_t p2 = std::uint64_t{2'939'745} * n2;
+    const auto yearOfCentury = static_cast<std::uint32_t>(p2 >> 32);
+    const std::uint32_t dayOfYear = static_cast<std::uint32_t>(p2) / 2'939'745 / 4;
+    const std::uint32_t n3 = 2141 * dayOfYear + 197'913;
+    const bool early = dayOfYear >= DaysFromMarch;
+    const std::uint32_t month = n3 >> 16;
+    return {static_cast<std::int64_t>(100 * century + yearOfCentury + (early ? 1 : 0)) - Eras * 400,
+            static_cast<int>(early ? month - 12 : month), static_cast<int>((n3 & 0xFFFF) / 2141 + 1)};
 }
 
 } // namespace ZelCore

@@ -11,6 +11,7 @@
 #include "ZelWin32/Windows.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace ZelCore {
 
@@ -35,12 +36,69 @@ FILETIME ToFileTime(std::int64_t ticks) noexcept {
     return {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
 }
 
-CalendarDate GetDate(std::int64_t ticks) noexcept {
+CalendarDate ToCalendarDate(std::int64_t ticks) noexcept {
     return ToDate(FloorDivide(ticks, TicksPerDay));
 }
 
 int GetPart(std::int64_t ticks, std::int64_t unit, std::int64_t count) noexcept {
     return static_cast<int>(FloorModulo(FloorDivide(ticks, unit), count));
+}
+
+struct Fields {
+    CalendarDate date;
+    int dayOfWeek;
+    int hour, minute, second;
+    int fraction; ///< ticks of the second
+};
+
+Fields Split(std::int64_t ticks) noexcept {
+    const std::int64_t day = FloorDivide(ticks, TicksPerDay);
+    const std::int64_t time = ticks - day * TicksPerDay;
+    const auto seconds = static_cast<unsigned>(time / TicksPerSecond);
+    return {ToDate(day),
+            static_cast<int>(FloorModulo(day + 1, 7)),
+            static_cast<int>(seconds / 3600),
+            static_cast<int>(seconds / 60 % 60),
+            static_cast<int>(seconds % 60),
+            static_cast<int>(time - seconds * TicksPerSecond)};
+}
+
+wchar_t* PutDigits(wchar_t* at, unsigned value, int count) noexcept {
+    for (int i = count; i-- > 0; value /= 10) {
+        at[i] = static_cast<wchar_t>(L'0' + value % 10);
+    }
+    return at + count;
+}
+
+/// The text of one of the formats with a date and a time in digits, which years of four digits need not be asked for
+/// with printf. \param separator between date and time  \param withFraction the seven digits of the ticks as well
+std::wstring FormatSortable(const wchar_t* format, std::int64_t ticks, wchar_t separator, bool withFraction,
+                            std::wstring_view zone) {
+    const Fields fields = Split(ticks);
+    const CalendarDate& date = fields.date;
+    if (date.year < 0 || date.year > 9999) {
+        return CTextWriter(40)
+            .Put(format,
+                 {date.year, date.month, date.day, fields.hour, fields.minute, fields.second, fields.fraction, zone})
+            .Take();
+    }
+    wchar_t text[40];
+    wchar_t* at = PutDigits(text, static_cast<unsigned>(date.year), 4);
+    const auto put = [&at](wchar_t before, int value) {
+        *at++ = before;
+        at = PutDigits(at, static_cast<unsigned>(value), 2);
+    };
+    put(L'-', date.month);
+    put(L'-', date.day);
+    put(separator, fields.hour);
+    put(L':', fields.minute);
+    put(L':', fields.second);
+    if (withFraction) {
+        *at++ = L'.';
+        at = PutDigits(at, static_cast<unsigned>(fields.fraction), 7);
+    }
+    at += zone.copy(at, zone.size());
+    return {text, at};
 }
 
 /// The ticks of a date at midnight.
@@ -171,7 +229,7 @@ void CDateTime::AddMonths64(std::int64_t months) {
     if (months < -MostMonths || months > MostMonths) {
         ThrowMonthsOutOfRange(months);
     }
-    const CalendarDate date = GetDate(m_ticks);
+    const CalendarDate date = ToCalendarDate(m_ticks);
     const std::int64_t total = date.month - 1 + months;
     const std::int64_t year = date.year + FloorDivide(total, 12);
     const int month = static_cast<int>(FloorModulo(total, 12)) + 1;
@@ -207,16 +265,23 @@ void CDateTime::AddMilliseconds(int milliseconds) noexcept {
     AddTicks(milliseconds, TicksPerMillisecond);
 }
 
+void CDateTime::GetDate(int& year, int& month, int& day) const noexcept {
+    const CalendarDate date = ToCalendarDate(m_ticks);
+    year = static_cast<int>(date.year);
+    month = date.month;
+    day = date.day;
+}
+
 int CDateTime::GetYear() const noexcept {
-    return static_cast<int>(GetDate(m_ticks).year);
+    return static_cast<int>(ToCalendarDate(m_ticks).year);
 }
 
 int CDateTime::GetMonth() const noexcept {
-    return GetDate(m_ticks).month;
+    return ToCalendarDate(m_ticks).month;
 }
 
 int CDateTime::GetDay() const noexcept {
-    return GetDate(m_ticks).day;
+    return ToCalendarDate(m_ticks).day;
 }
 
 int CDateTime::GetDayOfWeek() const noexcept {
@@ -244,10 +309,12 @@ FILETIME CDateTime::GetAsFILETIME() const noexcept {
 }
 
 SYSTEMTIME CDateTime::GetAsSYSTEMTIME() const noexcept {
-    const CalendarDate date = GetDate(m_ticks);
+    const Fields fields = Split(m_ticks);
     const auto word = [](std::int64_t value) { return static_cast<WORD>(value); };
-    return {word(date.year), word(date.month),  word(GetDayOfWeek()), word(date.day),
-            word(GetHour()), word(GetMinute()), word(GetSecond()),    word(GetMillisecond())};
+    return {word(fields.date.year), word(fields.date.month),
+            word(fields.dayOfWeek), word(fields.date.day),
+            word(fields.hour),      word(fields.minute),
+            word(fields.second),    word(fields.fraction / TicksPerMillisecond)};
 }
 
 CDateTime CDateTime::ToLocalTime() const noexcept {
@@ -276,13 +343,6 @@ std::wstring CDateTime::ToString(const wchar_t* format, unsigned long locale) co
     if (format[0] == L'\0' || format[1] != L'\0') {
         throw CArgumentException(L"format", nullptr, ZEL_SITE(method));
     }
-    const auto fields = [this](const wchar_t* text, const std::wstring& zone = {}) {
-        const CalendarDate date = GetDate(m_ticks);
-        return CTextWriter(40)
-            .Put(text, {date.year, date.month, date.day, GetHour(), GetMinute(), GetSecond(),
-                        FloorModulo(m_ticks, TicksPerSecond), zone})
-            .Take();
-    };
     switch (*format) {
     case L'D':
         return ToLongDateString(locale);
@@ -304,7 +364,8 @@ std::wstring CDateTime::ToString(const wchar_t* format, unsigned long locale) co
     }
     case L'O':
     case L'o':
-        return fields(L"%04hd-%02hd-%02hdT%02hd:%02hd:%02hd.%.7d%s", GetTimeZoneString(*this, ZoneQuery::RoundTrip));
+        return FormatSortable(L"%04hd-%02hd-%02hdT%02hd:%02hd:%02hd.%.7d%s", m_ticks, L'T', true,
+                              GetTimeZoneString(*this, ZoneQuery::RoundTrip));
     case L'R':
     case L'r': {
         const SYSTEMTIME time = GetAsSYSTEMTIME();
@@ -312,9 +373,9 @@ std::wstring CDateTime::ToString(const wchar_t* format, unsigned long locale) co
         return date + CTextWriter().Put(L" %s %s", {FormatTime(Invariant, 0, time, L"HH':'mm':'ss"), L"GMT"}).Take();
     }
     case L's':
-        return fields(L"%04hd-%02hd-%02hdT%02hd:%02hd:%02hd");
+        return FormatSortable(L"%04hd-%02hd-%02hdT%02hd:%02hd:%02hd", m_ticks, L'T', false, {});
     case L'u':
-        return fields(L"%04hd-%02hd-%02hd %02hd:%02hd:%02hdZ");
+        return FormatSortable(L"%04hd-%02hd-%02hd %02hd:%02hd:%02hdZ", m_ticks, L' ', false, L"Z");
     case L'M':
     case L'm':
     case L'U':

@@ -91,6 +91,8 @@ public:
     constexpr DateTimeKind GetKind() const noexcept {
         return m_kind;
     }
+    /// Year, month and day at once.
+    void GetDate(int& year, int& month, int& day) const noexcept;
     int GetYear() const noexcept;
     int GetMonth() const noexcept;     ///< 1 to 12
     int GetDay() const noexcept;       ///< 1 to 31

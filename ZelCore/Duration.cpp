@@ -32,6 +32,39 @@ bool IsDigit(wchar_t c) noexcept {
     return c >= L'0' && c <= L'9';
 }
 
+/// What CConvert::ToInt32 gives, for numbers of a few digits at once.
+int ToInt32(const std::wstring& digits) {
+    constexpr std::size_t fewDigits = 9;
+    if (digits.size() > fewDigits) {
+        return CConvert::ToInt32(digits.c_str());
+    }
+    int value = 0;
+    for (const wchar_t digit : digits) {
+        value = value * 10 + (digit - L'0');
+    }
+    return value;
+}
+
+/// What CConvert::ToDouble gives: digits that a double holds exactly, divided by a power of ten that it holds exactly,
+/// are rounded once and therefore rightly.
+double ToDouble(const std::wstring& number) {
+    constexpr std::size_t exactDigits = 15;
+    if (number.size() > exactDigits) {
+        return CConvert::ToDouble(number.c_str());
+    }
+    std::int64_t digits = 0, scale = 1;
+    bool fraction = false;
+    for (const wchar_t c : number) {
+        if (c == L'.') {
+            fraction = true;
+        } else {
+            digits = digits * 10 + (c - L'0');
+            scale *= fraction ? 10 : 1;
+        }
+    }
+    return static_cast<double>(digits) / static_cast<double>(scale);
+}
+
 /// Walks along the text: numbers with the letter behind them, each letter once and in order.
 class Reader {
 public:
@@ -100,7 +133,7 @@ bool CDuration::TryParse(const wchar_t* text, CDuration& result) {
     const auto take = [&](const auto& parts) {
         for (const auto& part : parts) {
             if (reader.Take(part.letter, false, number)) {
-                parsed.*part.field = CConvert::ToInt32(number.c_str());
+                parsed.*part.field = ToInt32(number);
                 any = true;
             }
         }
@@ -113,7 +146,7 @@ bool CDuration::TryParse(const wchar_t* text, CDuration& result) {
         any = false; // something has to follow
         take(time);
         if (reader.Take(L'S', true, number)) {
-            parsed.m_seconds = CConvert::ToDouble(number.c_str());
+            parsed.m_seconds = ToDouble(number);
             any = true;
         }
     }

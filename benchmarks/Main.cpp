@@ -98,8 +98,8 @@ int wmain(int argc, wchar_t** argv) {
         if (only.empty() || only == "records") {
             RunRecordsBenchmark();
         }
-        for (const auto& make :
-             {MakeTextBenchmarks, MakeStreamBenchmarks, MakeArchiveBenchmarks, MakeCryptoBenchmarks}) {
+        for (const auto& make : {MakeTextBenchmarks, MakeStreamBenchmarks, MakeArchiveBenchmarks, MakeCryptoBenchmarks,
+                                 MakeDiagnosticsBenchmarks}) {
             for (const Benchmark& benchmark : make()) {
                 if (std::strstr(benchmark.name, only.c_str()) != nullptr) {
                     Run(benchmark);

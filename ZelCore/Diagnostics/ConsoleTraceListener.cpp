@@ -7,6 +7,15 @@
 
 namespace ZelCore::Diagnostics {
 
+namespace {
+
+/// A handle left over from who started the process, or a pipe whose reader has gone.
+bool IsNobodyThere(DWORD error) {
+    return error == ERROR_INVALID_HANDLE || error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA;
+}
+
+} // namespace
+
 CConsoleTraceListener::CConsoleTraceListener(const wchar_t* name) : CTraceListener(name) {}
 
 CConsoleTraceListener::~CConsoleTraceListener() = default;
@@ -18,16 +27,28 @@ void CConsoleTraceListener::TraceEvent(const TraceEventContext& context, const w
     if (output == nullptr || output == INVALID_HANDLE_VALUE) {
         return;
     }
-    DWORD mode = 0, written = 0;
+    DWORD mode = 0;
     if (::GetConsoleMode(output, &mode)) {
+        DWORD written = 0;
         const std::wstring line = CTraceFormatter::Format(context, type, message) + L"\r\n";
         ZelWin32::CheckWin32(::WriteConsoleW(output, line.data(), static_cast<DWORD>(line.size()), &written, nullptr),
                              ZEL_SITE(method));
         return;
     }
     const std::string line = CTraceFormatter::FormatLine(context, type, message);
-    ZelWin32::CheckWin32(::WriteFile(output, line.data(), static_cast<DWORD>(line.size()), &written, nullptr),
-                         ZEL_SITE(method));
+    for (std::size_t at = 0; at < line.size();) {
+        DWORD written = 0;
+        if (!::WriteFile(output, line.data() + at, static_cast<DWORD>(line.size() - at), &written, nullptr)) {
+            if (IsNobodyThere(::GetLastError())) {
+                return;
+            }
+            ZelWin32::ThrowLastError(ZEL_SITE(method));
+        }
+        if (written == 0) { // a pipe that does not wait
+            return;
+        }
+        at += written;
+    }
 }
 
 } // namespace ZelCore::Diagnostics

@@ -5,7 +5,8 @@
 namespace ZelCore::Diagnostics {
 
 /// Writes one line for each event to standard output: as it is on a console, as UTF-8 elsewhere. Each line goes out in
-/// one call, so that lines of several threads stay whole. A process without standard output loses them.
+/// one call, so that lines of several threads stay whole. A process without standard output, or whose
+/// reader has gone, loses them.
 class ZELCORE_API CConsoleTraceListener final : public CTraceListener {
 public:
     explicit CConsoleTraceListener(const wchar_t* name);

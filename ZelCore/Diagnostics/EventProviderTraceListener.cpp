@@ -9,6 +9,7 @@
 #include "ZelWin32/Win32Exception.h"
 #include "ZelWin32/Windows.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace ZelCore::Diagnostics {
@@ -80,8 +81,11 @@ CEventProviderTraceListener::~CEventProviderTraceListener() = default;
 
 void CEventProviderTraceListener::TraceEvent(const TraceEventContext& context, const wchar_t*, TraceEventType type,
                                              unsigned int, const wchar_t* message) {
-    const ULONG error = m_impl->Write(type, CTraceFormatter::Format(context, type, message).c_str());
-    if (error != ERROR_SUCCESS) {
+    constexpr std::size_t longest = 31'000; // characters; an event holds 64 KiB with its headers
+    std::wstring line = CTraceFormatter::Format(context, type, message);
+    line.resize(std::min(line.size(), longest));
+    const ULONG error = m_impl->Write(type, line.c_str());
+    if (error != ERROR_SUCCESS && error != ERROR_NOT_ENOUGH_MEMORY) { // full buffers drop events
         throw ZelWin32::CWin32Exception(error, nullptr,
                                         ZEL_SITE(L"ZelCore::Diagnostics::CEventProviderTraceListener::TraceEvent"));
     }

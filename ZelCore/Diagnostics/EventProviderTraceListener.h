@@ -16,7 +16,8 @@ public:
     CEventProviderTraceListener(const wchar_t* name, const wchar_t* provider);
     ~CEventProviderTraceListener() override;
 
-    /// Nobody may be listening: that is no failure. Throws CWin32Exception for others.
+    /// Nobody may be listening, or too slowly: that is no failure. Lines are cut after 31,000 characters. Throws
+    /// CWin32Exception for others.
     void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
                     const wchar_t* message) override;
 

@@ -63,7 +63,7 @@ std::wstring MakePath(const wchar_t* fileName) {
 
 CLogWriterTraceListener::CLogWriterTraceListener(const wchar_t* name, const wchar_t* fileName,
                                                  std::int64_t maximumFileSize, std::uint32_t maximumNumberOfFiles)
-    : CTraceListener(name) {
+    : CTraceListener(name), m_maximumFileSize(maximumFileSize), m_maximumNumberOfFiles(maximumNumberOfFiles) {
     CheckNotEmpty(fileName, L"fileName", ZEL_SITE(Constructor));
     if (maximumFileSize < 1 && maximumFileSize != -1) {
         throw CArgumentOutOfRangeException(L"maximumFileSize", std::to_wstring(maximumFileSize).c_str(), nullptr,
@@ -72,18 +72,19 @@ CLogWriterTraceListener::CLogWriterTraceListener(const wchar_t* name, const wcha
     if (maximumNumberOfFiles == 0) {
         throw CArgumentOutOfRangeException(L"maximumNumberOfFiles", L"0", nullptr, ZEL_SITE(Constructor));
     }
-    m_file = std::make_unique<CLogFile>(MakePath(fileName), maximumFileSize, maximumNumberOfFiles);
+    m_path = MakePath(fileName);
+    m_file = CLogFile::Get(m_path);
 }
 
 CLogWriterTraceListener::~CLogWriterTraceListener() = default;
 
 void CLogWriterTraceListener::TraceEvent(const TraceEventContext& context, const wchar_t*, TraceEventType type,
                                          unsigned int, const wchar_t* message) {
-    m_file->Write(CTraceFormatter::FormatLine(context, type, message));
+    m_file->Write(CTraceFormatter::FormatLine(context, type, message), {m_maximumFileSize, m_maximumNumberOfFiles});
 }
 
 const std::wstring& CLogWriterTraceListener::GetPath() const noexcept {
-    return m_file->GetPath();
+    return m_path;
 }
 
 } // namespace ZelCore::Diagnostics

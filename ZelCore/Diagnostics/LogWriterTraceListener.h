@@ -10,8 +10,8 @@ namespace ZelCore::Diagnostics {
 /// Writes one line for each event to a log file, as UTF-8 with CR LF. Every line is with the system when TraceEvent
 /// returns: what the process does later, crash included, does not lose it. Threads and processes may share a file.
 ///
-/// A file of limited size is rolled: "app.log" becomes "app.000001.log", then "app.000002.log" and so on; the oldest
-/// are deleted.
+/// A file of limited size is rolled: "app.log" becomes "app.000000001.log", then "app.000000002.log" and so on; the
+/// oldest are deleted.
 class ZELCORE_API CLogWriterTraceListener final : public CTraceListener {
 public:
     /// Makes the folder if there is none. The file is opened with the first event.
@@ -36,7 +36,10 @@ public:
     const std::wstring& GetPath() const noexcept;
 
 private:
-    std::unique_ptr<class CLogFile> m_file;
+    std::wstring m_path;
+    std::int64_t m_maximumFileSize;
+    std::uint32_t m_maximumNumberOfFiles;
+    std::shared_ptr<class CLogFile> m_file; // one for all listeners of the file
 };
 
 } // namespace ZelCore::Diagnostics

@@ -3,6 +3,7 @@
 #include "Files.h"
 #include "MappedFile.h"
 #include "PlainStream.h"
+#include "Tracing.h"
 
 #include "ZelCore/Convert.h"
 #include "ZelCore/FormatException.h"
@@ -117,6 +118,7 @@ void Encrypt(const Options& options) {
     CAes aes; // with a random vector for each file
     aes.SetKey(ReadKey(options));
     CFileStream input = OpenForReading(source);
+    ZEL_TRACE(GetCryptoTrace(), L"Encrypt", Information, L"encrypting %s", source.c_str());
     Progress progress(0);
     WriteNewFile(options.target.empty() ? source + L".enc" : options.GetTarget(), options.overwrite,
                  [&](CStream& output) {

@@ -1,6 +1,8 @@
+#include "ConfigCommands.h"
 #include "Console.h"
 #include "CryptoCommands.h"
 #include "GzipCommands.h"
+#include "Tracing.h"
 #include "ZipCommands.h"
 
 #include "ZelCore/Exception.h"
@@ -40,6 +42,14 @@ int Run(int argc, wchar_t** argv) {
     Zel::AddZipCommands(app);
     Zel::AddGzipCommands(app);
     Zel::AddCryptoCommands(app);
+    Zel::AddConfigCommands(app);
+    bool trace = false;
+    app.add_flag("--trace", trace, "Show what the program does; zel.exe.config tells where else that goes");
+    app.parse_complete_callback([&trace] {
+        if (trace) {
+            Zel::TraceToConsole();
+        }
+    });
     try {
         app.parse(ToArguments(argc, argv));
     } catch (const CLI::ParseError& e) {
@@ -59,6 +69,7 @@ int wmain(int argc, wchar_t** argv) {
         return Run(argc, argv);
     } catch (const ZelCore::CException& e) {
         Zel::PrintError(std::wstring(L"zel: ") + e.GetExceptionMessage() + L"\n");
+        Zel::TraceFailure(e.GetExceptionMessage());
     } catch (const std::exception& e) {
         Zel::PrintError(L"zel: " + Zel::FromUtf8(e.what()) + L"\n");
     }

@@ -3,6 +3,7 @@
 #include "EntryName.h"
 #include "Files.h"
 #include "PlainStream.h"
+#include "Tracing.h"
 
 #include "ZelCore/FormatException.h"
 #include "ZelCore/IO/Compression/ZipArchive.h"
@@ -64,6 +65,7 @@ void PutSources(const std::vector<Source>& sources, Put put, PutFolder putFolder
     Progress progress(sources.size());
     for (const Source& source : sources) {
         progress.NextFile(source.entryName);
+        ZEL_TRACE(GetArchiveTrace(), L"PutSources", Information, L"%s", source.entryName.c_str());
         if (IsFolderName(source.entryName)) {
             putFolder(source.entryName.c_str());
             continue;
@@ -83,6 +85,8 @@ void AddSources(CZipArchive& archive, const std::vector<Source>& sources, bool s
 void Create(const Options& options) {
     const std::vector<Source> sources = CollectSources(options.GetItems());
     const std::wstring path = options.GetArchive();
+    ZEL_TRACE(GetArchiveTrace(), L"Create", Start, L"create %s of %I64u entries", path.c_str(),
+              static_cast<std::uint64_t>(sources.size()));
     if (!options.overwrite && CFile::Exists(path.c_str())) {
         throw ZelCore::CFormatException((path + L" exists; --overwrite replaces it").c_str(), ZEL_SITE(L"Zel::Create"));
     }
@@ -104,6 +108,7 @@ void Create(const Options& options) {
         CFile::Delete(target.c_str(), false);
         throw;
     }
+    ZEL_TRACE(GetArchiveTrace(), L"Create", Stop, L"create %s", path.c_str());
     Print(CString::Format(L"%I64u entries, %I64d bytes\n", static_cast<std::uint64_t>(sources.size()),
                           CFile::GetSize(path.c_str())));
 }
@@ -241,6 +246,7 @@ void Extract(const Options& options) {
     std::wstring lastFolder;
     for (const std::wstring& name : names) {
         progress.NextFile(name);
+        ZEL_TRACE(GetArchiveTrace(), L"Extract", Information, L"%s", name.c_str());
         std::wstring path = CPath::Combine(target.c_str(), name.c_str());
         std::replace(path.begin(), path.end(), L'/', L'\\');
         const std::wstring folder = CPath::SplitParentChild(path).first;

@@ -32,6 +32,9 @@ TEST(DateTime, EveryDayIsThatOfAnotherCalendar) {
         const int y = int(date.year()), m = static_cast<int>(unsigned(date.month())),
                   d = static_cast<int>(unsigned(date.day()));
         ASSERT_TRUE(value.GetYear() == y && value.GetMonth() == m && value.GetDay() == d) << y << '-' << m << '-' << d;
+        int atOnce[3] = {};
+        value.GetDate(atOnce[0], atOnce[1], atOnce[2]);
+        ASSERT_TRUE(atOnce[0] == y && atOnce[1] == m && atOnce[2] == d);
         ASSERT_EQ(value.GetDayOfWeek(), static_cast<int>(weekday(day).c_encoding()));
         ASSERT_EQ(CDateTime::FromDate(y, m, d), value);
     }

@@ -7,6 +7,7 @@
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/ComInitGuard.h"
 #include "ZelWin32/CriticalSection.h"
+#include "ZelWin32/PEModule.h"
 #include "ZelWin32/Win32Exception.h"
 
 #include <map>
@@ -37,10 +38,13 @@ CZelDiagnosticsSection::CZelDiagnosticsSection() : CConfigurationSection(L"zel.d
 CZelDiagnosticsSection::~CZelDiagnosticsSection() = default;
 
 const CZelDiagnosticsSection& CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(const std::wstring& path) {
-    const std::wstring full = path.empty() ? path : IO::CPath::GetFullPath(path.c_str());
+    const std::wstring full = path.empty() ? ZelWin32::CPEModule::GetModuleFileNameW(nullptr) + L".config"
+                                           : IO::CPath::GetFullPath(path.c_str());
+    std::wstring key = full;
+    ::CharUpperBuffW(key.data(), static_cast<DWORD>(key.size()));
     Sections& sections = GetSections();
     const std::lock_guard<ZelWin32::CCriticalSection> lock(sections.lock);
-    std::unique_ptr<CZelDiagnosticsSection>& kept = sections.byPath[full];
+    std::unique_ptr<CZelDiagnosticsSection>& kept = sections.byPath[key];
     if (!kept) {
         auto section = std::make_unique<CZelDiagnosticsSection>();
         const ZelWin32::CComInitGuard com;

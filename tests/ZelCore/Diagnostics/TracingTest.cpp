@@ -321,20 +321,35 @@ TEST_F(Tracing, EightThreadsRollALogAndLoseNothing) {
     {
         CTraceSource source(L"Rolling");
         source.GetSourceSwitch().SetLevel(SourceLevels::All);
+        // Two listeners for one file, one of them by another spelling.
         source.AddTraceListener(
             std::make_shared<CLogWriterTraceListener>(L"l", At(L"logs\\app.log").c_str(), 10'000, 1'000));
+        CTraceSource other(L"AlsoRolling");
+        other.GetSourceSwitch().SetLevel(SourceLevels::All);
+        other.AddTraceListener(
+            std::make_shared<CLogWriterTraceListener>(L"m", At(L"LOGS\\.\\App.log").c_str(), 10'000, 1'000));
         std::vector<std::thread> threads;
         for (int i = 0; i < 8; ++i) {
-            threads.emplace_back([&source, i] {
+            threads.emplace_back([&, i] {
                 for (int k = 0; k < 1000; ++k) {
-                    Event(source, Information, (std::to_wstring(i) + L"-" + std::to_wstring(k)).c_str());
+                    Event(i % 2 != 0 ? source : other, Information,
+                          (std::to_wstring(i) + L"-" + std::to_wstring(k)).c_str());
                 }
             });
         }
+        std::atomic<bool> reading{true};
+        std::thread reader([&] { // gets in whenever nobody has the file open
+            while (reading) {
+                ::CloseHandle(::CreateFileW(At(L"logs\\app.log").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                            OPEN_EXISTING, 0, nullptr));
+            }
+        });
         for (std::thread& thread : threads) {
             thread.join();
         }
-        source.RemoveAllListeners();
+        reading = false;
+        reader.join();
+        source.RemoveAllListeners(), other.RemoveAllListeners();
     }
     EXPECT_EQ(handles.Get(), 0);
     EXPECT_EQ(CountMessages(L"logs").size(), 8000u);
@@ -348,8 +363,9 @@ TEST_F(Tracing, EightThreadsRollALogAndLoseNothing) {
 
 TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
     std::filesystem::create_directories(At(L"logs"));
-    Put(L"logs\\app.000007.log", "");
-    Put(L"logs\\app.other.log", "");
+    for (const wchar_t* other : {L"app.000000007.log", L"app.000000003.log", L"app.20240101.log", L"app.other.log"}) {
+        Put(std::wstring(L"logs\\") + other, "");
+    }
     TraceEventContext context;
     const auto write = [&](CTraceListener& listener, int count) {
         for (int i = 0; i < count; ++i) {
@@ -371,7 +387,9 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
     };
     CLogWriterTraceListener three(L"l", At(L"logs\\app.log").c_str(), 1, 3); // every line has a file of its own
     write(three, 6);
-    EXPECT_EQ(names(), R"({ "app.000011.log", "app.000012.log", "app.log", "app.other.log" })");
+    EXPECT_EQ(
+        names(),
+        R"({ "app.000000003.log", "app.000000011.log", "app.000000012.log", "app.20240101.log", "app.log", "app.other.log" })");
     CLogWriterTraceListener one(L"l", At(L"logs\\app.log").c_str(), 1, 1);
     {
         const HANDLE reader = ::CreateFileW(At(L"logs\\app.log").c_str(), GENERIC_READ,
@@ -383,6 +401,18 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
     write(one, 1);
     write(three, 1); // goes to the new file
     EXPECT_EQ(GetLines(L"logs\\app.log").size(), 1u);
+    static int s_writes;
+    s_writes = 0;
+    {
+        const ImportHook full(
+            "WriteFile", [](HANDLE handle, const void* bytes, DWORD, DWORD* written, OVERLAPPED*) -> BOOL {
+                return ++s_writes == 1 ? ::WriteFile(handle, bytes, 10, written, nullptr) : (*written = 0, TRUE);
+            });
+        ExpectThrow<CWin32Exception>([&] { write(three, 1); }, {.code = ERROR_DISK_FULL});
+    }
+    CLogWriterTraceListener unlimited(L"l", At(L"logs\\app.log").c_str(), -1, 1);
+    write(unlimited, 1);
+    EXPECT_EQ(GetLines(L"logs\\app.log").size(), 2u) << "the next line does not go on where one was cut";
     FailingCalls calls({{"CreateFileMappingW"},
                         {"OpenFileMappingW"},
                         {"CreateFileW", ~std::uintptr_t{0}},
@@ -401,7 +431,9 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
             thrown = true;
         }
         const std::string failed = calls.GetFailed() != nullptr ? calls.GetFailed() : "";
-        EXPECT_EQ(thrown, failed == "CreateFileW" || failed == "WriteFile" || failed == "GetFileSizeEx") << failed;
+        EXPECT_EQ(thrown, thrown && (failed == "CreateFileW" || failed == "WriteFile" || failed == "GetFileSizeEx"))
+            << failed;
+        EXPECT_TRUE(thrown || failed != "WriteFile");
         return !failed.empty();
     });
 }

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace Zel {
+
+/// `zel config show`
+void AddConfigCommands(CLI::App& app);
+
+} // namespace Zel

@@ -1,0 +1,34 @@
+#include "Tracing.h"
+
+#include "ZelCore/Diagnostics/ConsoleTraceListener.h"
+
+namespace Zel {
+
+using namespace ZelCore::Diagnostics;
+
+CTraceSource& GetArchiveTrace() {
+    static CTraceSource source(L"Zel.Archive");
+    return source;
+}
+
+CTraceSource& GetCryptoTrace() {
+    static CTraceSource source(L"Zel.Crypto");
+    return source;
+}
+
+void TraceToConsole() {
+    // Both take their settings from "Zel" and share its listeners; without a configuration too.
+    CTraceSource& source = GetArchiveTrace();
+    source.GetSourceSwitch().SetLevel(SourceLevels::All);
+    source.AddTraceListener(std::make_shared<CConsoleTraceListener>(L"--trace"));
+    GetCryptoTrace().GetSourceSwitch().SetLevel(SourceLevels::All);
+}
+
+void TraceFailure(const std::wstring& text) noexcept {
+    try {
+        ZEL_TRACE(GetArchiveTrace(), L"wmain", Error, L"%s", text.c_str());
+    } catch (...) { // the failure is printed all the same
+    }
+}
+
+} // namespace Zel
