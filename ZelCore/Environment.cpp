@@ -37,6 +37,20 @@ std::vector<unsigned char> CEnvironment::GetUserSid() {
     return {bytes, bytes + ::GetLengthSid(sid)};
 }
 
+std::wstring CEnvironment::GetMachineName(int format) {
+    const wchar_t* const method = L"ZelCore::CEnvironment::GetMachineName";
+    std::wstring name(MAX_PATH, L'\0');
+    for (;;) {
+        auto length = static_cast<DWORD>(name.size());
+        if (::GetComputerNameExW(static_cast<COMPUTER_NAME_FORMAT>(format), name.data(), &length)) {
+            name.resize(length);
+            return name;
+        }
+        CheckWin32(::GetLastError() == ERROR_MORE_DATA && length > name.size(), ZEL_SITE(method));
+        name.resize(length);
+    }
+}
+
 std::wstring CEnvironment::ExpandEnvironmentVariables(const wchar_t* text) {
     const wchar_t* const method = L"ZelCore::CEnvironment::ExpandEnvironmentVariables";
     CheckNotNull(text, L"text", ZEL_SITE(method));

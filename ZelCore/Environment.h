@@ -18,6 +18,10 @@ public:
     /// The security identifier (SID) of that user, as the system's functions take it.
     static std::vector<unsigned char> GetUserSid();
 
+    /// The computer's name: format 0 its NetBIOS name, 1 its DNS host name, 3 its fully qualified DNS name, as of
+    /// GetComputerNameEx.
+    static std::wstring GetMachineName(int format);
+
     /// The text with "%NAME%" replaced by the environment's variables; unknown names stay. Null throws
     /// CArgumentNullException for "text".
     static std::wstring ExpandEnvironmentVariables(const wchar_t* text);

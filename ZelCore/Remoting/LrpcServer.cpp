@@ -1,0 +1,364 @@
+#include "ZelCore/Remoting/LrpcServer.h"
+
+#include "ZelCore/Arguments.h"
+#include "ZelCore/Diagnostics/TraceSource.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelCore/Remoting/Remoting.h"
+#include "ZelCore/Remoting/RpcException.h"
+#include "ZelCore/ThrowSite.h"
+#include "ZelWin32/CriticalSection.h"
+
+#include <exception>
+#include <map>
+#include <mutex>
+#include <rpc.h>
+
+namespace ZelCore::Remoting {
+
+using Diagnostics::CTraceSource;
+using Diagnostics::TraceEventType;
+using Guard = std::lock_guard<ZelWin32::CCriticalSection>;
+
+namespace {
+
+constexpr unsigned MostCallsPerEndpoint = 10;
+constexpr unsigned MinimumCallThreads = 1;
+
+struct Endpoint {
+    CLrpcServer* server; ///< null when it is about to end
+    int authenticating;  ///< callbacks that are using the server
+};
+
+/// What all servers of the process share; never destroyed, since the runtime's threads outlive static objects.
+struct Process {
+    /// Serialises beginning and ending to serve, waiting included.
+    ZelWin32::CCriticalSection lifecycle;
+    /// Guards the endpoints alone and is held for moments: callbacks need it while somebody waits for their calls.
+    ZelWin32::CCriticalSection lock;
+    std::map<std::wstring, Endpoint> endpoints;
+    std::map<void*, unsigned> interfaces;
+    unsigned listening = 0;
+};
+
+Process& GetProcess() {
+    static Process& process = *new Process;
+    return process;
+}
+
+CTraceSource& GetTrace() {
+    static CTraceSource& trace = *new CTraceSource(L"ZelCore.Remoting");
+    return trace;
+}
+
+/// What goes wrong with tracing is no reason not to serve.
+void Trace(const wchar_t* method, int line, TraceEventType type, const wchar_t* format, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, format);
+    try {
+        GetTrace().TraceEventV(method, L"" __FILE__, line, type, format, arguments);
+    } catch (const std::exception&) { // no memory
+    } catch (const CException&) {
+    }
+    va_end(arguments);
+}
+
+#define ZEL_TRACE_REMOTING(method, type, ...) Trace(method, __LINE__, TraceEventType::type, __VA_ARGS__)
+
+void Check(RPC_STATUS status, const wchar_t* method, const wchar_t* file, int line) {
+    if (status != RPC_S_OK) {
+        throw CRpcException(status, method, file, line);
+    }
+}
+
+/// The name of the endpoint at which a call arrived.
+std::wstring GetEndpoint(void* binding) {
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding";
+    CheckNotNull(binding, L"binding", ZEL_SITE(method));
+    CRpcString text, endpoint;
+    Check(::RpcBindingToStringBindingW(binding, reinterpret_cast<RPC_WSTR*>(&text)), ZEL_SITE(method));
+    Check(::RpcStringBindingParseW(reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(text.Get())), nullptr, nullptr,
+                                   nullptr, reinterpret_cast<RPC_WSTR*>(&endpoint), nullptr),
+          ZEL_SITE(method));
+    return endpoint.Get() != nullptr ? endpoint.Get() : L"";
+}
+
+std::map<std::wstring, Endpoint>::iterator FindEndpoint(const std::wstring& name) {
+    const auto found = GetProcess().endpoints.find(name);
+    if (found == GetProcess().endpoints.end() || found->second.server == nullptr) {
+        throw CInvalidOperationException(L"No listener matches the binding information",
+                                         ZEL_SITE(L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding"));
+    }
+    return found;
+}
+
+/// Keeps a server from ending while a callback uses it.
+class PinnedServer {
+public:
+    explicit PinnedServer(void* binding) : m_name(GetEndpoint(binding)) {
+        const Guard guard(GetProcess().lock);
+        Endpoint& endpoint = FindEndpoint(m_name)->second;
+        ++endpoint.authenticating;
+        m_server = endpoint.server;
+    }
+    PinnedServer(const PinnedServer&) = delete;
+    PinnedServer& operator=(const PinnedServer&) = delete;
+    ~PinnedServer() {
+        const Guard guard(GetProcess().lock);
+        --GetProcess().endpoints.at(m_name).authenticating;
+    }
+    CLrpcServer* operator->() const noexcept {
+        return m_server;
+    }
+
+private:
+    std::wstring m_name;
+    CLrpcServer* m_server;
+};
+
+/// The token of the caller; empty, with the last error of the step that failed, when it cannot be had.
+void OpenClientToken(void* binding, ATL::CAccessToken& token) {
+    RPC_STATUS status = ::RpcImpersonateClient(binding);
+    if (status != RPC_S_OK) {
+        ::SetLastError(static_cast<DWORD>(status));
+        return;
+    }
+    HANDLE handle = nullptr;
+    const BOOL opened = ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, &handle);
+    const DWORD error = ::GetLastError();
+    status = ::RpcRevertToSelfEx(binding);
+    if (opened) {
+        token.Attach(handle);
+    }
+    if (status != RPC_S_OK) { // a thread that is still somebody else serves nobody
+        token.Attach(nullptr);
+    }
+    ::SetLastError(!opened ? error : static_cast<DWORD>(status));
+}
+
+} // namespace
+
+class CLrpcServer::impl {
+public:
+    impl(const wchar_t* endpoint, void* serverIf, const void* managerEpv)
+        : m_endpoint(endpoint != nullptr ? endpoint : L""), m_interface(serverIf), m_managerEpv(managerEpv) {
+        const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::impl";
+        CheckNotEmpty(endpoint, L"endpoint", ZEL_SITE(method));
+        CheckNotNull(serverIf, L"serverIf", ZEL_SITE(method));
+    }
+
+    const std::wstring& GetEndpoint() const noexcept {
+        return m_endpoint;
+    }
+    void Listen(CLrpcServer* server);
+    void Shutdown();
+    static bool ListeningStopped();
+    static RPC_STATUS RPC_ENTRY Authenticate(RPC_IF_HANDLE interfaceHandle, void* binding);
+
+private:
+    void RegisterRpcInterface();
+    void UnregisterRpcInterface();
+    static void StartRpcListening();
+    static void StopRpcListening();
+    void RemoveEndpoint();
+
+    std::wstring m_endpoint;
+    void* m_interface;
+    const void* m_managerEpv;
+    bool m_listening = false;
+};
+
+void CLrpcServer::impl::Listen(CLrpcServer* server) {
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Listen";
+    GetTrace().GetSourceSwitch(); // what is wrong with the configuration shows before anything is changed
+    Process& process = GetProcess();
+    const Guard lifecycle(process.lifecycle);
+    if (m_listening) {
+        return;
+    }
+    const RPC_STATUS status =
+        ::RpcServerUseProtseqEpW(reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(L"ncalrpc")), MostCallsPerEndpoint,
+                                 reinterpret_cast<RPC_WSTR>(m_endpoint.data()), nullptr);
+    if (status != RPC_S_OK && status != RPC_S_DUPLICATE_ENDPOINT) {
+        ZEL_TRACE_REMOTING(method, Error, L"Cannot register endpoint '%s'. Error %d.", m_endpoint.c_str(), status);
+        throw CRpcException(status, ZEL_SITE(method));
+    }
+    ZEL_TRACE_REMOTING(method, Verbose, L"Protocol sequence registered.");
+    RegisterRpcInterface();
+    try {
+        StartRpcListening();
+    } catch (const CRpcException&) {
+        try {
+            UnregisterRpcInterface(); // the next attempt begins anew
+        } catch (const CException&) { // why it does not listen is what counts
+        }
+        throw;
+    }
+    {
+        const Guard guard(process.lock);
+        if (!process.endpoints.try_emplace(m_endpoint, Endpoint{server, 0}).second) {
+            throw CInvalidOperationException(L"Attempt to create a duplicate server", ZEL_SITE(method));
+        }
+    }
+    m_listening = true;
+    ZEL_TRACE_REMOTING(method, Verbose, L"Listening.");
+}
+
+void CLrpcServer::impl::Shutdown() {
+    const Guard lifecycle(GetProcess().lifecycle);
+    if (!m_listening) {
+        return;
+    }
+    m_listening = false;
+    RemoveEndpoint();
+    std::exception_ptr failure;
+    try {
+        StopRpcListening();
+    } catch (const CException&) { // the interface has to go all the same
+        failure = std::current_exception();
+    }
+    UnregisterRpcInterface();
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+/// From then on no callback finds the server, and none is using it.
+void CLrpcServer::impl::RemoveEndpoint() {
+    Process& process = GetProcess();
+    for (;; ::Sleep(1)) {
+        const Guard guard(process.lock);
+        const auto found = process.endpoints.find(m_endpoint);
+        if (found == process.endpoints.end()) {
+            return;
+        }
+        found->second.server = nullptr;
+        if (found->second.authenticating == 0) {
+            process.endpoints.erase(found);
+            return;
+        }
+    }
+}
+
+void CLrpcServer::impl::RegisterRpcInterface() {
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::RegisterRpcInterface";
+    auto& interfaces = GetProcess().interfaces;
+    if (++interfaces[m_interface] > 1) {
+        return;
+    }
+    const RPC_STATUS status =
+        ::RpcServerRegisterIf2(m_interface, nullptr, const_cast<void*>(m_managerEpv), 0, 0, 0, &Authenticate);
+    if (status != RPC_S_OK && status != RPC_S_TYPE_ALREADY_REGISTERED) {
+        interfaces.erase(m_interface);
+        throw CRpcException(status, ZEL_SITE(method));
+    }
+    ZEL_TRACE_REMOTING(method, Verbose, L"Interface registered.");
+}
+
+void CLrpcServer::impl::UnregisterRpcInterface() {
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::UnregisterRpcInterface";
+    auto& interfaces = GetProcess().interfaces;
+    const auto found = interfaces.find(m_interface);
+    if (found == interfaces.end()) {
+        throw CInvalidOperationException(nullptr, ZEL_SITE(method));
+    }
+    if (--found->second == 0) {
+        interfaces.erase(found);
+        ZEL_TRACE_REMOTING(method, Verbose, L"Unregistering interface.");
+        Check(::RpcServerUnregisterIf(m_interface, nullptr, 0), ZEL_SITE(method));
+    }
+}
+
+void CLrpcServer::impl::StartRpcListening() {
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::StartRpcListening";
+    unsigned& listening = GetProcess().listening;
+    if (++listening == 1) {
+        const RPC_STATUS status = ::RpcServerListen(MinimumCallThreads, RPC_C_LISTEN_MAX_CALLS_DEFAULT, TRUE);
+        if (status != RPC_S_OK) {
+            --listening;
+            throw CRpcException(status, ZEL_SITE(method));
+        }
+        return;
+    }
+    const RPC_STATUS status = ::RpcMgmtIsServerListening(nullptr);
+    if (status != RPC_S_OK) {
+        --listening;
+        const RPC_STATUS stopped = ::RpcMgmtStopServerListening(nullptr);
+        if (stopped != RPC_S_OK) {
+            ZEL_TRACE_REMOTING(method, Error, L"RpcMgmtStopServerListening failed: %ld.", stopped);
+        }
+        throw CRpcException(status, ZEL_SITE(method));
+    }
+}
+
+void CLrpcServer::impl::StopRpcListening() {
+    unsigned& listening = GetProcess().listening;
+    if (listening != 0 && --listening == 0) {
+        Check(::RpcMgmtStopServerListening(nullptr),
+              ZEL_SITE(L"ZelCore::Remoting::CLrpcServer::impl::StopRpcListening"));
+        ListeningStopped();
+    }
+}
+
+bool CLrpcServer::impl::ListeningStopped() {
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::ListeningStopped";
+    ZEL_TRACE_REMOTING(method, Verbose, L"Waiting for active RPC calls to complete.");
+    const RPC_STATUS status = ::RpcMgmtWaitServerListen();
+    if (status == RPC_S_NOT_LISTENING) {
+        ZEL_TRACE_REMOTING(method, Warning, L"Server already stopped. No need to wait.");
+        return false;
+    }
+    Check(status, ZEL_SITE(method));
+    return true;
+}
+
+RPC_STATUS RPC_ENTRY CLrpcServer::impl::Authenticate(RPC_IF_HANDLE, void* binding) {
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Authenticate";
+    ATL::CAccessToken token;
+    OpenClientToken(binding, token);
+    const DWORD error = ::GetLastError();
+    if (token.GetHandle() == nullptr) {
+        ZEL_TRACE_REMOTING(method, Error, L"Failed to open RPC client token: %lu.", error);
+        return ERROR_ACCESS_DENIED;
+    }
+    try {
+        const PinnedServer server(binding);
+        return server->AuthorizeClient(token) ? RPC_S_OK : ERROR_ACCESS_DENIED;
+    } catch (const CException& e) {
+        ZEL_TRACE_REMOTING(method, Error, L"Failed to authenticate RPC client: %s.", e.GetErrorMessage());
+        return ERROR_ACCESS_DENIED;
+    }
+}
+
+CLrpcServer::CLrpcServer(const wchar_t* const endpoint, void* serverIf, const void* managerEpv)
+    : m_impl(std::make_unique<impl>(endpoint, serverIf, managerEpv)) {}
+
+CLrpcServer::~CLrpcServer() {
+    try {
+        m_impl->Shutdown();
+    } catch (const CException&) { // a destructor has nobody to tell
+    }
+}
+
+void CLrpcServer::Listen() {
+    m_impl->Listen(this);
+}
+
+void CLrpcServer::Shutdown() {
+    m_impl->Shutdown();
+}
+
+bool CLrpcServer::ListeningStopped() {
+    return impl::ListeningStopped();
+}
+
+const std::wstring& CLrpcServer::GetEndpointName() const {
+    return m_impl->GetEndpoint();
+}
+
+CLrpcServer* CLrpcServer::GetServerInstanceFromBinding(void* binding) {
+    const std::wstring name = GetEndpoint(binding);
+    const Guard guard(GetProcess().lock);
+    return FindEndpoint(name)->second.server;
+}
+
+} // namespace ZelCore::Remoting

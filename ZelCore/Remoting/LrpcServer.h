@@ -1,0 +1,71 @@
+#pragma once
+
+#include "ZelCore/Remoting/AccessToken.h"
+
+#include <memory>
+#include <string>
+
+namespace ZelCore::Remoting {
+
+/// The server's side of local remote procedure calls (protocol sequence "ncalrpc"). Derive from it, hand over the
+/// interface that the IDL compiler made, and decide who may call:
+///
+///     class CCounterServer final : public CLrpcServer {
+///     public:
+///         CCounterServer() : CLrpcServer(L"counter", Counter_v1_0_s_ifspec, nullptr) {}
+///         ~CCounterServer() override { Shutdown(); }     // while AuthorizeClient is still there
+///     protected:
+///         bool AuthorizeClient(const ATL::CAccessToken& caller) override {
+///             return caller.GetUserSid() == CEnvironment::GetUserSid();
+///         }
+///     };
+///
+/// A process may have several servers, each with its endpoint; they may share an interface. Listen and Shutdown may be
+/// called from any thread, but not from within a call or AuthorizeClient, for which Shutdown waits. What servers do is
+/// traced by the source "ZelCore.Remoting".
+class ZELCORE_API CLrpcServer {
+public:
+    CLrpcServer(const CLrpcServer&) = delete;
+    CLrpcServer& operator=(const CLrpcServer&) = delete;
+
+    /// Ends a server that is still listening, as well as it can: derived destructors call Shutdown.
+    virtual ~CLrpcServer();
+
+protected:
+    /// Decides whether a caller is served. Called on the runtime's threads, by several at once; what it throws of the
+    /// exception family refuses the call.
+    virtual bool AuthorizeClient(const ATL::CAccessToken& clientToken) = 0;
+
+public:
+    /// Begins to serve; does nothing while the server is listening. At most 10 calls run at once on an endpoint.
+    ///
+    /// Throws CRpcException, what a broken trace configuration throws, and CInvalidOperationException where the process
+    /// has a listening server of the same endpoint: its interface then stays registered and the process listening.
+    void Listen();
+
+    /// Ends serving; does nothing unless the server is listening. The last server of the process waits for the calls
+    /// in progress. Whatever it throws (CRpcException), the server no longer listens.
+    void Shutdown();
+
+    /// Waits until the process no longer listens and all calls have ended; false where it did not listen.
+    bool ListeningStopped();
+
+    const std::wstring& GetEndpointName() const;
+
+protected:
+    /// Registers nothing yet. Throws CArgumentNullException or CArgumentException for "endpoint",
+    /// CArgumentNullException for "serverIf".
+    /// \param serverIf   the interface's RPC_IF_HANDLE
+    /// \param managerEpv its entry-point vector; null for the default one
+    CLrpcServer(const wchar_t* const endpoint, void* serverIf, const void* managerEpv);
+
+    /// The server at whose endpoint a call arrived; valid while it listens. Throws CArgumentNullException for
+    /// "binding", CRpcException, and CInvalidOperationException where none listens there.
+    static CLrpcServer* GetServerInstanceFromBinding(void* binding);
+
+private:
+    class impl;
+    std::unique_ptr<impl> m_impl;
+};
+
+} // namespace ZelCore::Remoting

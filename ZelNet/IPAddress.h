@@ -1,0 +1,117 @@
+#pragma once
+
+#include "ZelCore/Export.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+union _SOCKADDR_INET;
+
+namespace ZelNet {
+
+/// An IPv4 or IPv6 socket address: address and port, and for IPv6 flow information and scope. A copyable value in the
+/// platform's layout (SOCKADDR_INET), all zero unless it is given something.
+///
+/// Text needs Winsock: keep a CWsaStartupGuard.
+class ZELCORE_API CIPAddress {
+public:
+    static const CIPAddress Any;          ///< 0.0.0.0
+    static const CIPAddress Loopback;     ///< 127.0.0.1
+    static const CIPAddress IPv6Any;      ///< ::
+    static const CIPAddress IPv6Loopback; ///< ::1
+
+    static constexpr int IPv4Family = 2;  ///< AF_INET
+    static constexpr int IPv6Family = 23; ///< AF_INET6
+
+    constexpr CIPAddress() noexcept = default;
+    CIPAddress(const _SOCKADDR_INET& address) noexcept;
+
+    /// From 4 or 16 bytes in network order, with port 0. Throws CArgumentNullException, or CArgumentException for
+    /// another length, for "address".
+    CIPAddress(const unsigned char* address, std::size_t length);
+
+    /// Reads what Winsock reads: for IPv6 anything with a colon, also "[::1]:80"; for IPv4 also "127.1" and
+    /// "010.0.0.1" (octal), but a port only in brackets. Returns false, with the result unchanged, for other text, for
+    /// null and for empty text. Never throws.
+    static bool TryParse(const wchar_t* text, CIPAddress& result) noexcept;
+
+    /// 127.x.x.x or ::1
+    static bool IsLoopback(const CIPAddress& address) noexcept;
+
+    std::vector<unsigned char> GetRawAddressBytesInNetworkOrder() const;
+
+    /// As Winsock writes it, with the port when that is not 0: "127.0.0.1:80", "[::1]:80", "fe80::1%3". Throws
+    /// CSocketException for a family that it does not know.
+    std::wstring ToString() const;
+
+    int GetFamily() const noexcept {
+        return m_bytes[0] | m_bytes[1] << 8;
+    }
+    std::uint16_t GetPort() const noexcept {
+        return static_cast<std::uint16_t>(m_bytes[2] << 8 | m_bytes[3]);
+    }
+    void SetPort(std::uint16_t port) noexcept {
+        m_bytes[2] = static_cast<unsigned char>(port >> 8);
+        m_bytes[3] = static_cast<unsigned char>(port);
+    }
+    /// The same for the platform's calls.
+    void CopyTo(_SOCKADDR_INET& address) const noexcept;
+
+    // The order of addresses: IPv4 before IPv6, then byte by byte. Ports and scopes play no part. Another family throws
+    // CInvalidOperationException.
+    friend bool operator<(const CIPAddress& a, const CIPAddress& b) {
+        const int family = a.GetFamily(), other = b.GetFamily();
+        if (family != other) {
+            return family < other;
+        }
+        if (family == IPv4Family) {
+            return a.Load4() < b.Load4();
+        }
+        if (family != IPv6Family) {
+            ThrowOtherFamily(true);
+        }
+        const std::uint64_t high = a.Load8(IPv6At), otherHigh = b.Load8(IPv6At);
+        return high != otherHigh ? high < otherHigh : a.Load8(IPv6At + 8) < b.Load8(IPv6At + 8);
+    }
+    friend bool operator<=(const CIPAddress& a, const CIPAddress& b) {
+        if (a.GetFamily() == b.GetFamily() && a.GetFamily() != IPv4Family && a.GetFamily() != IPv6Family) {
+            ThrowOtherFamily(false);
+        }
+        return !(b < a);
+    }
+
+private:
+    friend class CDns;
+
+    static constexpr std::size_t Size = 28; ///< of a SOCKADDR_INET
+    static constexpr std::size_t IPv4At = 4;
+    static constexpr std::size_t IPv6At = 8;
+    static constexpr std::size_t ScopeAt = 24;
+
+    constexpr CIPAddress(int family, std::size_t at, unsigned char first, unsigned char last,
+                         std::size_t length) noexcept {
+        m_bytes[0] = static_cast<unsigned char>(family);
+        m_bytes[at] = first;
+        m_bytes[at + length - 1] = last;
+    }
+    [[noreturn]] static void ThrowOtherFamily(bool less);
+    bool Equals(const CIPAddress& other, bool ignoreScope) const;
+
+    std::uint32_t Load4() const noexcept {
+        std::uint32_t value;
+        std::memcpy(&value, m_bytes + IPv4At, sizeof(value));
+        return __builtin_bswap32(value);
+    }
+    std::uint64_t Load8(std::size_t at) const noexcept {
+        std::uint64_t value;
+        std::memcpy(&value, m_bytes + at, sizeof(value));
+        return __builtin_bswap64(value);
+    }
+
+    alignas(4) unsigned char m_bytes[Size] = {};
+};
+
+} // namespace ZelNet

@@ -1,0 +1,72 @@
+// Serves the counter until somebody calls CounterFinish.
+#include "Counter.h"
+
+#include "ZelCore/Environment.h"
+#include "ZelCore/Exception.h"
+#include "ZelCore/Remoting/LrpcServer.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+const HANDLE g_finish = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+std::atomic<hyper> g_counter{0};
+
+/// Serves the user who started it, and nobody else.
+class CCounterServer final : public ZelCore::Remoting::CLrpcServer {
+public:
+    explicit CCounterServer(const wchar_t* endpoint) : CLrpcServer(endpoint, Counter_v1_0_s_ifspec, nullptr) {}
+    ~CCounterServer() override {
+        try {
+            Shutdown(); // while AuthorizeClient is still there
+        } catch (const ZelCore::CException& e) {
+            std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
+        }
+    }
+
+protected:
+    bool AuthorizeClient(const ATL::CAccessToken& caller) override {
+        return caller.GetUserSid() == m_user;
+    }
+
+private:
+    const std::vector<unsigned char> m_user = ZelCore::CEnvironment::GetUserSid();
+};
+
+} // namespace
+
+// The functions of the interface, and the memory of its arguments.
+
+hyper CounterAdd(handle_t, long value) {
+    return g_counter += value;
+}
+
+void CounterFinish(handle_t) {
+    ::SetEvent(g_finish);
+}
+
+void* __RPC_USER MIDL_user_allocate(SIZE_T size) {
+    return std::malloc(size);
+}
+
+void __RPC_USER MIDL_user_free(void* memory) {
+    std::free(memory);
+}
+
+int wmain(int argc, wchar_t** argv) {
+    try {
+        CCounterServer server(argc > 1 ? argv[1] : L"ZelCore.Counter");
+        server.Listen();
+        std::wprintf(L"listening at %ls\n", server.GetEndpointName().c_str());
+        std::fflush(stdout);
+        ::WaitForSingleObject(g_finish, INFINITE);
+        server.Shutdown(); // waits for the call that asked for it
+        std::wprintf(L"counted to %lld\n", static_cast<long long>(g_counter));
+    } catch (const ZelCore::CException& e) {
+        std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
+        return 1;
+    }
+    return 0;
+}
