@@ -1,9 +1,12 @@
+#include "ZelCore/Exception.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <thread>
 
 namespace {
@@ -37,9 +40,22 @@ private:
     std::atomic<const char*> m_name{nullptr};
 };
 
+/// What no test has caught, with its text: the exceptions of the library are not those of the standard.
+void Describe() {
+    try {
+        std::rethrow_exception(std::current_exception());
+    } catch (const ZelCore::CException& e) {
+        std::fwprintf(stderr, L"uncaught: %ls\n", e.GetExceptionMessage());
+    } catch (...) {
+        std::fprintf(stderr, "uncaught exception\n");
+    }
+    std::_Exit(4);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    std::set_terminate(&Describe);
     ::testing::InitGoogleTest(&argc, argv);
     ::testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
     return RUN_ALL_TESTS();
