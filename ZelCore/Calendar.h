@@ -26,7 +26,7 @@ constexpr std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) noe
 }
 
 constexpr std::int64_t FloorModulo(std::int64_t value, std::int64_t divisor) noexcept {
-    return value - FloorDivide(value, divisor) * divisor;
+    return value % divisor + (value % divisor < 0 ? divisor : 0);
 }
 
 // Both conversions count years from the first of March, so that the leap day is the last one and the lengths of the

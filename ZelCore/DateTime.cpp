@@ -180,7 +180,16 @@ int GetLocalOffset(const CDateTime& value) {
     const wchar_t* const method = L"`anonymous-namespace'::GetTimeZoneString";
     TIME_ZONE_INFORMATION zone;
     ZelWin32::CheckWin32(::GetTimeZoneInformation(&zone) != TIME_ZONE_ID_INVALID, ZEL_SITE(method));
-    const CDateTime universal = value.ToUniversalTime();
+    // The calendar repeats after 400 years, the rules of the zone do not begin before 1601.
+    constexpr int firstYear = 1602, lastYear = 9998, era = 400;
+    const int year = value.GetYear();
+    const std::int64_t eras = year < firstYear  ? (firstYear - year + era - 1) / era
+                              : year > lastYear ? -((year - lastYear + era - 1) / era)
+                                                : 0;
+    const std::uint64_t shift = static_cast<std::uint64_t>(eras * DaysPerEra) * TicksPerDay;
+    const CDateTime within(static_cast<std::int64_t>(static_cast<std::uint64_t>(value.GetTicks()) + shift),
+                           value.GetKind());
+    const CDateTime universal = within.ToUniversalTime();
     const SYSTEMTIME universalTime = universal.GetAsSYSTEMTIME();
     SYSTEMTIME localTime{};
     ZelWin32::CheckWin32(::SystemTimeToTzSpecificLocalTime(&zone, &universalTime, &localTime), ZEL_SITE(method));

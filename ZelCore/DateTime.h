@@ -58,7 +58,9 @@ public:
     /// | t tt | the first letter of, or the whole of AM or PM as the locale writes it |
     /// | z zz zzz | the offset from universal time: hours, two digits of hours, hours and minutes |
     /// | K | Z, an offset as of zzz, or nothing |
-    /// | 'text' "text" \x %x | the text or character as it stands; a single letter as a pattern |
+    /// | 'text' "text" \x %x | the text (a doubled quotation mark is one) or character as it stands; a single letter as
+    /// a
+    ///                        pattern |
     ///
     /// All other characters stand for themselves. Z makes the value Utc, an offset makes it Local at the same instant,
     /// otherwise it is Unspecified; u, R and r read Utc. What the pattern leaves out is the first of January of year 1,

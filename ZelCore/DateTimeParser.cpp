@@ -47,6 +47,22 @@ std::wstring GetShortTimePattern(LCID locale) {
     return pattern.erase(begin + 1, std::min(end, pattern.size()) - begin - 1);
 }
 
+/// The same for locales that name their units: nothing behind the minutes but the half of the day.
+std::wstring GetBareTimePattern(LCID locale) {
+    const std::wstring pattern = GetLocaleText(locale, LOCALE_STIMEFORMAT);
+    std::size_t end = 0;
+    bool quoted = false, half = false;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        quoted = quoted != (pattern[i] == L'\'');
+        if (!quoted && pattern[i] == L'm') {
+            end = i + 1;
+            half = false;
+        }
+        half = half || (!quoted && pattern[i] == L't');
+    }
+    return pattern.substr(0, end) + (half ? L" tt" : L"");
+}
+
 /// A pattern walked along a text, and what was found on the way.
 class Parser {
 public:
@@ -109,9 +125,8 @@ bool Parser::MatchNumber(int least, int most, std::optional<int>& field) {
 }
 
 bool Parser::MatchYear(int count) {
-    constexpr int mostDigits = 5;
     if (count > 2) {
-        return count <= mostDigits && MatchNumber(count, count, m_year);
+        return MatchNumber(count, count, m_year);
     }
     std::optional<int> year;
     if (!MatchNumber(count, 2, year)) {
@@ -242,17 +257,21 @@ bool Parser::Match(std::wstring_view pattern) {
     for (std::size_t i = 0; i < pattern.size();) {
         const wchar_t c = pattern[i];
         if (c == L'\'' || c == L'"') {
-            const std::size_t end = pattern.find(c, i + 1);
-            if (end == std::wstring_view::npos) {
-                ThrowBadFormat();
+            const std::size_t begin = i++;
+            for (;; ++i) {
+                if (i == pattern.size()) {
+                    ThrowBadFormat();
+                }
+                if (pattern[i] == c && (i + 1 == pattern.size() || pattern[i + 1] != c)) {
+                    break;
+                }
+                i += pattern[i] == c ? 1 : 0; // a doubled quotation mark is one
+                matches = matches && MatchLiteral(pattern[i]);
             }
-            if (end == i + 1) { // a doubled quotation mark is one
+            if (i == begin + 1) { // also without anything around it
                 matches = matches && MatchLiteral(c);
             }
-            for (const wchar_t literal : pattern.substr(i + 1, end - i - 1)) {
-                matches = matches && MatchLiteral(literal);
-            }
-            i = end + 1;
+            ++i;
         } else if (c == L'\\') {
             if (i + 1 == pattern.size()) {
                 ThrowBadFormat();
@@ -267,7 +286,8 @@ bool Parser::Match(std::wstring_view pattern) {
         } else if (letters.find(c) != std::wstring_view::npos) {
             const std::size_t end = std::min(pattern.find_first_not_of(c, i), pattern.size());
             const auto count = static_cast<int>(end - i);
-            if ((c == L'f' || c == L'F') && count > FractionDigits) {
+            constexpr int yearDigits = 5;
+            if (((c == L'f' || c == L'F') && count > FractionDigits) || (c == L'y' && count > yearDigits)) {
                 ThrowBadFormat();
             }
             matches = matches && MatchRun(c, count);
@@ -304,12 +324,20 @@ std::optional<CDateTime> Parser::GetResult() const {
         return {};
     }
     const CDateTime date = CDateTime::FromDate(m_year.value_or(1), m_month.value_or(1), m_day.value_or(1));
-    if (m_dayOfWeek && *m_dayOfWeek % 7 != date.GetDayOfWeek()) { // the system's first day is Monday
-        return {};
+    // The system's first day is Monday. Before 1602 it writes the days of 1601.
+    if (const int day = m_dayOfWeek.value_or(0) % 7; m_dayOfWeek && day != date.GetDayOfWeek()) {
+        constexpr int firstYear = 1601;
+        if (date.GetYear() > firstYear ||
+            day != CDateTime::FromDate(firstYear, date.GetMonth(), date.GetDay()).GetDayOfWeek()) {
+            return {};
+        }
     }
     const std::int64_t ticks = date.GetTicks() + hour * CTimeSpan::TicksPerHour + minute * CTimeSpan::TicksPerMinute +
                                second * CTimeSpan::TicksPerSecond + m_fraction.value_or(0);
     if (m_universal) {
+        if (m_offset.value_or(0) != 0) {
+            return {};
+        }
         return CDateTime(ticks, DateTimeKind::Utc);
     }
     if (!m_offset) {
@@ -321,8 +349,7 @@ std::optional<CDateTime> Parser::GetResult() const {
     }
     // What was written as local time keeps its fields, also where the zone's offset has changed between then and now.
     const CDateTime local(ticks, DateTimeKind::Local);
-    constexpr int firstSystemYear = 1602;
-    if (local.GetYear() >= firstSystemYear && GetLocalOffset(local) == *m_offset) {
+    if (GetLocalOffset(local) == *m_offset) {
         return local;
     }
     return universal.ToLocalTime();
@@ -347,6 +374,11 @@ std::optional<CDateTime> ParseByLetter(std::wstring_view text, wchar_t letter, L
     const auto date = [&](LCTYPE type) { return GetLocaleText(locale, type); };
     const auto longTime = [&] { return GetLocaleText(locale, LOCALE_STIMEFORMAT); };
     const auto parse = [&](const std::wstring& pattern) { return TryPattern(text, pattern, locale, false); };
+    const auto parseShort = [&](const std::wstring& before) {
+        const auto result = parse(before + GetShortTimePattern(locale));
+        const std::size_t end = text.find_last_not_of(L' ') + 1;
+        return result ? result : TryPattern(text.substr(0, end), before + GetBareTimePattern(locale), locale, false);
+    };
     switch (letter) {
     case L'D':
         return parse(date(LOCALE_SLONGDATE));
@@ -355,11 +387,11 @@ std::optional<CDateTime> ParseByLetter(std::wstring_view text, wchar_t letter, L
     case L'T':
         return parse(longTime());
     case L't':
-        return parse(GetShortTimePattern(locale));
+        return parseShort(L"");
     case L'F':
         return parse(date(LOCALE_SLONGDATE) + L" " + longTime());
     case L'f':
-        return parse(date(LOCALE_SLONGDATE) + L" " + GetShortTimePattern(locale));
+        return parseShort(date(LOCALE_SLONGDATE) + L" ");
     case L'G':
         return parse(date(LOCALE_SSHORTDATE) + L" " + longTime());
     case L'g': {

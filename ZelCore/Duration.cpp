@@ -8,6 +8,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string>
 
 namespace ZelCore {
@@ -45,12 +46,16 @@ int ToInt32(const std::wstring& digits) {
     return value;
 }
 
-/// What CConvert::ToDouble gives: digits that a double holds exactly, divided by a power of ten that it holds exactly,
-/// are rounded once and therefore rightly.
+/// The nearest number, the largest one for all beyond it: digits that a double holds exactly, divided by a power of ten
+/// that it holds exactly, are rounded once and therefore rightly.
 double ToDouble(const std::wstring& number) {
     constexpr std::size_t exactDigits = 15;
     if (number.size() > exactDigits) {
-        return CConvert::ToDouble(number.c_str());
+        const std::string narrow(number.begin(),
+                                 number.end());            // ASCII; the C runtime takes a minute for a long fraction
+        double value = std::numeric_limits<double>::max(); // what stays for numbers beyond it
+        std::from_chars(narrow.data(), narrow.data() + narrow.size(), value, std::chars_format::fixed);
+        return value;
     }
     std::int64_t digits = 0, scale = 1;
     bool fraction = false;
@@ -189,19 +194,23 @@ CTimeSpan CDuration::ToTimeSpan(const CDateTime& start) const {
     CDateTime end = start;
     end.AddYears(m_years);
     end.AddMonths(m_months);
-    constexpr double largest = 9e14; // milliseconds that 64 bits of ticks can hold
+    std::int64_t ticks = 0;
+    const auto add = [&](const wchar_t* name, std::int64_t count, std::int64_t unit, const std::wstring& text) {
+        std::int64_t product = 0;
+        if (__builtin_mul_overflow(count, unit, &product) || __builtin_add_overflow(ticks, product, &ticks)) {
+            throw CArgumentOutOfRangeException(name, text.c_str(), nullptr, ZEL_SITE(method));
+        }
+    };
+    add(L"days", m_days, CTimeSpan::TicksPerDay, std::to_wstring(m_days));
+    add(L"hours", m_hours, CTimeSpan::TicksPerHour, std::to_wstring(m_hours));
+    add(L"minutes", m_minutes, CTimeSpan::TicksPerMinute, std::to_wstring(m_minutes));
+    constexpr double countable = 9.2e18; // below 64 bits, which doubles only come near to
     const double milliseconds = m_seconds * 1000;
-    if (!(milliseconds < largest)) {
+    if (!(milliseconds < countable)) {
         throw CArgumentOutOfRangeException(L"seconds", FormatSeconds(m_seconds).c_str(), nullptr, ZEL_SITE(method));
     }
-    // Each below 64 bits, and the sum of all too: 32 bits of days are 1.9e21 / 1e4 milliseconds at most.
-    const std::int64_t minutes = (std::int64_t{m_days} * 24 + m_hours) * 60 + m_minutes;
-    const std::int64_t total = minutes * 60'000 + static_cast<std::int64_t>(milliseconds);
-    std::int64_t ticks = 0;
-    if (__builtin_mul_overflow(total, CTimeSpan::TicksPerMillisecond, &ticks)) {
-        throw CArgumentOutOfRangeException(L"days", std::to_wstring(m_days).c_str(), nullptr, ZEL_SITE(method));
-    }
-    return end + CTimeSpan(ticks) - start;
+    add(L"seconds", static_cast<std::int64_t>(milliseconds), CTimeSpan::TicksPerMillisecond, FormatSeconds(m_seconds));
+    return (end - start) + CTimeSpan(ticks);
 }
 
 } // namespace ZelCore

@@ -72,10 +72,7 @@ DocumentPointer CreateDocument(const unsigned char* data, std::size_t size) {
     CheckCom(source.parray != nullptr ? S_OK : E_OUTOFMEMORY, ZEL_SITE(Method));
     source.vt = VT_ARRAY | VT_UI1;
     if (size != 0) {
-        void* bytes = nullptr;
-        CheckCom(::SafeArrayAccessData(source.parray, &bytes), ZEL_SITE(Method));
-        std::memcpy(bytes, data, size);
-        CheckCom(::SafeArrayUnaccessData(source.parray), ZEL_SITE(Method));
+        std::memcpy(source.parray->pvData, data, size); // nobody else has it yet
     }
     VARIANT_BOOL loaded = VARIANT_FALSE;
     const HRESULT hr = document->load(source, &loaded);

@@ -13,6 +13,7 @@
 #include "ZelCore/String.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/PEModule.h"
+#include "ZelWin32/Win32Exception.h"
 #include "ZelXml/DomDocument.h"
 
 #include <algorithm>
@@ -100,7 +101,12 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     const std::int64_t length = file.GetLength();
     file.Lock(0, length, CFileStream::LockType::Shared);
     std::vector<unsigned char> bytes(static_cast<std::size_t>(length) + 1); // never without a pointer
-    bytes.resize(file.GreedyRead(bytes.data(), static_cast<std::size_t>(length)));
+    const std::size_t read = file.GreedyRead(bytes.data(), static_cast<std::size_t>(length));
+    if (read != static_cast<std::size_t>(length)) { // cut meanwhile
+        throw ZelWin32::CWin32Exception(ERROR_HANDLE_EOF, path.c_str(),
+                                        ZEL_SITE(L"ZelCore::Configuration::ReadDocument"));
+    }
+    bytes.resize(read);
     file.Unlock(0, length);
     file.Close();
     ZelXml::DocumentPointer document = ZelXml::CreateDocument(bytes.data(), bytes.size());
@@ -224,6 +230,9 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     CheckNotNull(text, L"text", ZEL_SITE(method));
     if (length > LargestText) {
         throw CArgumentOutOfRangeException(L"length", std::to_wstring(length).c_str(), nullptr, ZEL_SITE(method));
+    }
+    if (std::find(text, text + length, L'\0') != text + length) { // where the parser would stop
+        ThrowConfiguration(L"A configuration must not have characters of the value 0", ZEL_SITE(method));
     }
     const ComText copy(text, length, ZEL_SITE(method));
     const ZelXml::DocumentPointer document = ZelXml::CreateDocument();

@@ -214,6 +214,8 @@ TEST(DateTime, ReadsPatterns) {
         {L"12:30:15", L"HH:mm:ss.FFF", At(1, 1, 1, 12, 30, 15)},
         {L"at 5 o'clock", L"'at' H \"o'clock\"", At(1, 1, 1, 5)},
         {L"5H", L"H\\H", At(1, 1, 1, 5)},
+        {L"it's 5", L"'it''s' d", At(1, 1, 5)},
+        {L"2024 Z +02:00", L"yyyy K zzz", full, Kind::Local},
         {L"12345", L"yyyyy", At(1, 1, 1), Kind::Local}, // beyond the calendar
         {L"2024-02-09 2024", L"yyyy-MM-dd yyyy", At(2024, 2, 9)},
         {L"2024-02-09 2023", L"yyyy-MM-dd yyyy", full, Kind::Local},
@@ -246,7 +248,7 @@ TEST(DateTime, ReadsPatterns) {
     ExpectThrow<CFormatException>([] { CDateTime::ParseExact(L"x", L"o", Invariant); }, {.contains = L"'x'"});
     ExpectThrow<CArgumentException>([] { CDateTime::ParseExact(L"2023-02-30", L"yyyy-MM-dd", Invariant); },
                                     {.param = L"day"});
-    for (const wchar_t* bad : {L"", L"x", L"M", L"'open", L"yyyy\\", L"%%", L"ffffffff"}) {
+    for (const wchar_t* bad : {L"", L"x", L"M", L"'open", L"yyyy\\", L"%%", L"ffffffff", L"yyyyyy"}) {
         ExpectThrow<CArgumentException>([&] { CDateTime::ParseExact(L"1", bad, Invariant); }, {.param = L"format"});
     }
     ExpectThrow<CArgumentNullException>([] { CDateTime::ParseExact(nullptr, L"o", 127); }, {.param = L"value"});
@@ -255,7 +257,7 @@ TEST(DateTime, ReadsPatterns) {
 
 TEST(DateTime, ReadsWhatItWrites) {
     const CDateTime value = At(2024, 12, 31, 23, 59, 58, 7'654'321, Kind::Utc);
-    for (const unsigned long locale : {Invariant, English, 1031ul, 1036ul, 1049ul, 2057ul, 1041ul}) {
+    for (const unsigned long locale : {Invariant, English, 1031ul, 1036ul, 1049ul, 2057ul, 1041ul, 1026ul, 3084ul}) {
         for (const wchar_t* format : {L"D", L"d", L"T", L"t", L"G", L"g", L"F", L"f", L"o", L"s", L"u", L"R"}) {
             const std::wstring text = value.ToString(format, locale);
             SCOPED_TRACE(::testing::PrintToString(text));
@@ -271,6 +273,15 @@ TEST(DateTime, ReadsWhatItWrites) {
         }
     }
     CDateTime result;
+    for (int year = 1; year <= 9999; year += 7) {
+        for (const Kind kind : {Kind::Utc, Kind::Local}) {
+            for (const wchar_t* format : {L"o", L"R"}) {
+                const std::wstring text = At(year, 1 + year % 12, 28, 12, 0, 0, 0, kind).ToString(format, Invariant);
+                ASSERT_TRUE(CDateTime::TryParse(text, result)) << ::testing::PrintToString(text);
+                ASSERT_EQ(result.ToString(format, Invariant), text);
+            }
+        }
+    }
     EXPECT_TRUE(CDateTime::TryParse(L"2024-02-29", result) && CDateTime::TryParse(L"2024-02-29 12:30Z", result));
     const std::wstring text = Show(value);
     for (std::size_t i = 0; i < text.size(); ++i) {

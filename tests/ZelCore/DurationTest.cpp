@@ -92,6 +92,8 @@ TEST(Duration, MatchesLikeItsExpression) {
     const std::wstring digits(1'000'000, L'1');
     EXPECT_EQ(Parse((L"P" + digits + L"D").c_str()).GetDays(), INT_MAX);
     EXPECT_FALSE(CDuration::TryParse((L"P" + digits).c_str(), kept));
+    EXPECT_NEAR(Parse((L"PT0." + digits + L"S").c_str()).GetSeconds(), 0.111111111, 1e-9);
+    EXPECT_TRUE(std::isfinite(Parse((L"PT" + digits + L"S").c_str()).GetSeconds()));
 }
 
 TEST(Duration, ReadsAndWrites) {
@@ -129,8 +131,11 @@ TEST(Duration, BecomesASpanFromAStart) {
     EXPECT_EQ(days(L"P1Y1M1DT24H", 2023, 1, 31), 396 - 2 + 2);
     EXPECT_EQ(Parse(L"PT0.0004S").ToTimeSpan(), CTimeSpan::Zero);
     EXPECT_EQ(Parse(L"PT3000000.5S").ToTimeSpan().GetTicks(), 30'000'005'000'000);
-    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
-        {L"P10000Y", L"months"}, {L"P9999Y", L"months"}, {L"P2147483647D", L"days"}, {L"PT1000000000000S", L"seconds"}};
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {{L"P10000Y", L"months"},
+                                                              {L"P9999Y", L"months"},
+                                                              {L"P2147483647D", L"days"},
+                                                              {L"PT2147483647H", L"hours"},
+                                                              {L"PT1000000000000S", L"seconds"}};
     for (const auto& [text, param] : rows) {
         ExpectThrow<CArgumentOutOfRangeException>([text = text] { Parse(text).ToTimeSpan(); }, {.param = param});
     }
