@@ -6,7 +6,6 @@
 #include "ZelNet/Sockets/SocketException.h"
 #include "ZelWin32/Windows.h"
 
-#include <cwchar>
 #include <iterator>
 #include <ws2tcpip.h>
 
@@ -38,7 +37,11 @@ bool CIPAddress::TryParse(const wchar_t* text, CIPAddress& result) noexcept {
     if (text == nullptr || *text == L'\0') {
         return false;
     }
-    const int family = std::wcschr(text, L':') != nullptr ? IPv6Family : IPv4Family;
+    const wchar_t* colon = text;
+    while (*colon != L'\0' && *colon != L':') {
+        ++colon;
+    }
+    const int family = *colon == L':' ? IPv6Family : IPv4Family;
     SOCKADDR_INET address{};
     address.si_family = static_cast<ADDRESS_FAMILY>(family);
     int length = sizeof(address);
@@ -46,7 +49,7 @@ bool CIPAddress::TryParse(const wchar_t* text, CIPAddress& result) noexcept {
                               &length) != 0) {
         return false;
     }
-    result = CIPAddress(address);
+    std::memcpy(result.m_bytes, &address, Size);
     return true;
 }
 
@@ -63,13 +66,12 @@ std::vector<unsigned char> CIPAddress::GetRawAddressBytesInNetworkOrder() const 
 
 std::wstring CIPAddress::ToString() const {
     wchar_t text[128];
-    DWORD length = static_cast<DWORD>(std::size(text));
-    SOCKADDR_INET address;
-    CopyTo(address);
-    if (::WSAAddressToStringW(reinterpret_cast<SOCKADDR*>(&address), sizeof(address), nullptr, text, &length) != 0) {
+    DWORD length = static_cast<DWORD>(std::size(text)); // afterwards with the end
+    auto* const address = reinterpret_cast<SOCKADDR*>(const_cast<unsigned char*>(m_bytes)); // which is only read
+    if (::WSAAddressToStringW(address, Size, nullptr, text, &length) != 0) {
         throw CSocketException(::WSAGetLastError(), nullptr, ZEL_SITE(L"ZelNet::CIPAddress::ToString"));
     }
-    return text;
+    return {text, length - 1};
 }
 
 void CIPAddress::CopyTo(SOCKADDR_INET& address) const noexcept {

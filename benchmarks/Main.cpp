@@ -99,7 +99,7 @@ int wmain(int argc, wchar_t** argv) {
             RunRecordsBenchmark();
         }
         for (const auto& make : {MakeTextBenchmarks, MakeStreamBenchmarks, MakeArchiveBenchmarks, MakeCryptoBenchmarks,
-                                 MakeDiagnosticsBenchmarks}) {
+                                 MakeDiagnosticsBenchmarks, MakeNetBenchmarks}) {
             for (const Benchmark& benchmark : make()) {
                 if (std::strstr(benchmark.name, only.c_str()) != nullptr) {
                     Run(benchmark);

@@ -29,6 +29,7 @@ std::vector<Benchmark> MakeArchiveBenchmarks();
 std::vector<Benchmark> MakeTextBenchmarks();
 std::vector<Benchmark> MakeCryptoBenchmarks();
 std::vector<Benchmark> MakeDiagnosticsBenchmarks();
+std::vector<Benchmark> MakeNetBenchmarks();
 
 /// Small records encrypted one by one, which by hand load the system's provider each time. To be run first: the
 /// library keeps the provider loaded from its first use on.

@@ -2,6 +2,7 @@
 #include "Console.h"
 #include "CryptoCommands.h"
 #include "GzipCommands.h"
+#include "NetCommands.h"
 #include "Tracing.h"
 #include "ZipCommands.h"
 
@@ -43,6 +44,7 @@ int Run(int argc, wchar_t** argv) {
     Zel::AddGzipCommands(app);
     Zel::AddCryptoCommands(app);
     Zel::AddConfigCommands(app);
+    Zel::AddNetCommands(app);
     bool trace = false;
     app.add_flag("--trace", trace, "Show what the program does; zel.exe.config tells where else that goes");
     app.parse_complete_callback([&trace] {

@@ -204,6 +204,18 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
     EXPECT_EQ(tokens.Get(), 0);
 }
 
+TEST(Lrpc, TheRuntimeAsksTheServer) {
+    if (IsWine()) {
+        GTEST_SKIP() << "the emulated runtime never calls the security callback";
+    }
+    Server server;
+    server.authorize = [](const ATL::CAccessToken& token) { return token.GetUserSid() == CEnvironment::GetUserSid(); };
+    server.Listen();
+    EXPECT_NO_THROW(Client().Add(1));
+    server.authorize = [](const ATL::CAccessToken&) { return false; };
+    ExpectThrow<CRpcException>([] { Client().Add(1); });
+}
+
 TEST(Lrpc, EveryFailingCallSurfacesAndLeavesNothing) {
     FailingCalls calls({{"RpcServerUseProtseqEpW", 1721},
                         {"RpcServerRegisterIf2", 1721},

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace Zel {
+
+/// `zel resolve` and `zel local`
+void AddNetCommands(CLI::App& app);
+
+} // namespace Zel
