@@ -114,4 +114,7 @@ private:
     alignas(4) unsigned char m_bytes[Size] = {};
 };
 
+bool operator<(const CIPAddress& a, const CIPAddress& b);
+bool operator<=(const CIPAddress& a, const CIPAddress& b);
+
 } // namespace ZelNet

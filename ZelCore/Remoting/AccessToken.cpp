@@ -28,7 +28,7 @@ CAccessToken::~CAccessToken() {
 }
 
 void CAccessToken::Attach(void* token) noexcept {
-    if (m_token != nullptr) {
+    if (m_token != nullptr && m_token != token) {
         ::CloseHandle(m_token);
     }
     m_token = token;
@@ -57,8 +57,10 @@ bool CAccessToken::IsMember(const std::vector<unsigned char>& sid) const {
         return ::GetLengthSid(other) == sid.size() &&
                ::EqualSid(other, const_cast<unsigned char*>(sid.data())) != FALSE;
     };
-    const std::vector<unsigned char> user = GetUserSid();
-    if (user == sid) {
+    const std::vector<unsigned char> user =
+        GetInformation(m_token, TokenUser, ZEL_SITE(L"ATL::CAccessToken::IsMember"));
+    const SID_AND_ATTRIBUTES& own = reinterpret_cast<const TOKEN_USER*>(user.data())->User;
+    if ((own.Attributes & SE_GROUP_USE_FOR_DENY_ONLY) == 0 && equals(own.Sid)) {
         return true;
     }
     const std::vector<unsigned char> bytes =

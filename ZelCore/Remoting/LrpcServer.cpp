@@ -7,6 +7,7 @@
 #include "ZelCore/Remoting/RpcException.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/CriticalSection.h"
+#include "ZelWin32/SEException.h"
 
 #include <exception>
 #include <map>
@@ -56,8 +57,7 @@ void Trace(const wchar_t* method, int line, TraceEventType type, const wchar_t* 
     va_start(arguments, format);
     try {
         GetTrace().TraceEventV(method, L"" __FILE__, line, type, format, arguments);
-    } catch (const std::exception&) { // no memory
-    } catch (const CException&) {
+    } catch (...) { // listeners may be anybody's
     }
     va_end(arguments);
 }
@@ -129,7 +129,8 @@ void OpenClientToken(void* binding, ATL::CAccessToken& token) {
     if (opened) {
         token.Attach(handle);
     }
-    if (status != RPC_S_OK) { // a thread that is still somebody else serves nobody
+    if (status != RPC_S_OK) { // a thread that could not go back serves nobody
+        ::RevertToSelf();
         token.Attach(nullptr);
     }
     ::SetLastError(!opened ? error : static_cast<DWORD>(status));
@@ -216,7 +217,11 @@ void CLrpcServer::impl::Shutdown() {
     } catch (const CException&) { // the interface has to go all the same
         failure = std::current_exception();
     }
-    UnregisterRpcInterface();
+    try {
+        UnregisterRpcInterface();
+    } catch (const CException&) {
+        failure = failure ? failure : std::current_exception();
+    }
     if (failure) {
         std::rethrow_exception(failure);
     }
@@ -313,6 +318,8 @@ bool CLrpcServer::impl::ListeningStopped() {
 
 RPC_STATUS RPC_ENTRY CLrpcServer::impl::Authenticate(RPC_IF_HANDLE, void* binding) {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Authenticate";
+    // What is raised in here would pass the clean-up by: it has to become an exception.
+    const ZelWin32::CSEException::CSETranslatorSentry sentry(nullptr);
     ATL::CAccessToken token;
     OpenClientToken(binding, token);
     const DWORD error = ::GetLastError();

@@ -13,7 +13,12 @@ namespace ZelCore::Remoting {
 ///     class CCounterServer final : public CLrpcServer {
 ///     public:
 ///         CCounterServer() : CLrpcServer(L"counter", Counter_v1_0_s_ifspec, nullptr) {}
-///         ~CCounterServer() override { Shutdown(); }     // while AuthorizeClient is still there
+///         ~CCounterServer() override {
+///             try {
+///                 Shutdown();                // while AuthorizeClient is still there
+///             } catch (const CException&) {  // a destructor has nobody to tell
+///             }
+///         }
 ///     protected:
 ///         bool AuthorizeClient(const ATL::CAccessToken& caller) override {
 ///             return caller.GetUserSid() == CEnvironment::GetUserSid();
@@ -44,7 +49,9 @@ public:
     void Listen();
 
     /// Ends serving; does nothing unless the server is listening. The last server of the process waits for the calls
-    /// in progress. Whatever it throws (CRpcException), the server no longer listens.
+    /// in progress. Whatever it throws (CRpcException), the server no longer listens; where the runtime did not stop,
+    /// the process goes on listening, and the next Listen throws. Only one thread at a time may wait: the system
+    /// refuses a second one, in ListeningStopped, with 1713.
     void Shutdown();
 
     /// Waits until the process no longer listens and all calls have ended; false where it did not listen.

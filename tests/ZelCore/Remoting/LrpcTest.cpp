@@ -63,7 +63,9 @@ struct Impersonation {
                                                                                        : 1;
                                  }};
     const ImportHook revert{"RpcRevertToSelfEx", [](RPC_BINDING_HANDLE) -> RPC_STATUS {
-                                ::RevertToSelf();
+                                if (s_reverting == 0) {
+                                    ::RevertToSelf();
+                                }
                                 return static_cast<RPC_STATUS>(s_reverting);
                             }};
 };
@@ -178,6 +180,8 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
     EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED);
     server.authorize = [](const ATL::CAccessToken&) -> bool { throw CFormatException(L"no", L"", nullptr, 0); };
     EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED);
+    server.authorize = [](const ATL::CAccessToken&) -> bool { ::RpcRaiseException(5); };
+    EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED) << "raised, not thrown";
     // Shutting down waits for a caller who is being authenticated, and nobody waits for ever.
     std::atomic<bool> inside{false}, leave{false}, ended{false};
     server.authorize = [&](const ATL::CAccessToken&) {
