@@ -44,12 +44,12 @@ TEST(DateTime, EveryDayIsThatOfAnotherCalendar) {
             const year_month_day date(day);
             for (int by = -30; by <= 30; ++by) {
                 const auto month = year_month(date.year(), date.month()) + months(by);
-                const unsigned last = unsigned((month / std::chrono::last).day());
+                const unsigned lastDay = unsigned((month / last).day());
                 CDateTime moved =
                     At(y, static_cast<int>(unsigned(date.month())), static_cast<int>(unsigned(date.day())), 23, 59);
                 moved.AddMonths(by);
                 ASSERT_EQ(moved, At(int(month.year()), static_cast<int>(unsigned(month.month())),
-                                    static_cast<int>(std::min(unsigned(date.day()), last)), 23, 59));
+                                    static_cast<int>(std::min(unsigned(date.day()), lastDay)), 23, 59));
             }
         }
     }
@@ -94,13 +94,14 @@ TEST(DateTime, AddsByTheCalendarOrThrows) {
     value.AddMonths(119'987);
     EXPECT_EQ(value, At(9999, 12, 15));
     EXPECT_EQ(value.GetKind(), Kind::Local);
-    for (const auto& [y, m, d, param] : {std::tuple{0, 1, 1, L"year"},
-                                         {10000, 1, 1, L"year"},
-                                         {1, 13, 1, L"month"},
-                                         {2023, 2, 29, L"day"},
-                                         {2024, 4, 31, L"day"},
-                                         {2024, 4, 0, L"day"}}) {
-        ExpectThrow<CArgumentException>([y = y, m = m, d = d] { CDateTime::FromDate(y, m, d); }, {.param = param});
+    for (const auto& [badYear, badMonth, badDay, param] : {std::tuple{0, 1, 1, L"year"},
+                                                           {10000, 1, 1, L"year"},
+                                                           {1, 13, 1, L"month"},
+                                                           {2023, 2, 29, L"day"},
+                                                           {2024, 4, 31, L"day"},
+                                                           {2024, 4, 0, L"day"}}) {
+        ExpectThrow<CArgumentException>([y = badYear, m = badMonth, d = badDay] { CDateTime::FromDate(y, m, d); },
+                                        {.param = param});
     }
 }
 

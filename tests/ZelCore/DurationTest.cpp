@@ -136,7 +136,7 @@ TEST(Duration, BecomesASpanFromAStart) {
                                                               {L"P2147483647D", L"days"},
                                                               {L"PT2147483647H", L"hours"},
                                                               {L"PT1000000000000S", L"seconds"}};
-    for (const auto& [text, param] : rows) {
-        ExpectThrow<CArgumentOutOfRangeException>([text = text] { Parse(text).ToTimeSpan(); }, {.param = param});
+    for (const auto& [tooLong, param] : rows) {
+        ExpectThrow<CArgumentOutOfRangeException>([text = tooLong] { Parse(text).ToTimeSpan(); }, {.param = param});
     }
 }
