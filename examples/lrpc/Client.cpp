@@ -1,6 +1,7 @@
 // Adds one to the counter as often as it is told: counter-client [times | finish] [endpoint]
 #include "Counter.h"
 
+#include "ZelCore/Diagnostics/TraceSource.h"
 #include "ZelCore/Exception.h"
 #include "ZelCore/Remoting/LrpcClient.h"
 #include "ZelWin32/SEException.h"
@@ -10,6 +11,8 @@
 #include <cwchar>
 
 namespace {
+
+const ZelCore::Diagnostics::CTraceSource g_trace(L"Counter.Client"); // counter-client.exe.config tells where it goes
 
 class CCounterClient final : public ZelCore::Remoting::CLrpcClient {
 public:
@@ -50,6 +53,8 @@ int wmain(int argc, wchar_t** argv) {
             client.Finish();
             return 0;
         }
+        g_trace.TraceEvent(L"wmain", L"" __FILE__, __LINE__, ZelCore::Diagnostics::TraceEventType::Information,
+                           L"counting");
         hyper value = 0;
         for (long left = argc > 1 ? std::wcstol(argv[1], nullptr, 10) : 1; left > 0; --left) {
             value = client.Add(1);

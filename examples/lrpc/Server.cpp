@@ -1,6 +1,7 @@
 // Serves the counter until somebody calls CounterFinish.
 #include "Counter.h"
 
+#include "ZelCore/Diagnostics/TraceSource.h"
 #include "ZelCore/Environment.h"
 #include "ZelCore/Exception.h"
 #include "ZelCore/Remoting/LrpcServer.h"
@@ -13,6 +14,8 @@ namespace {
 
 const HANDLE g_finish = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
 std::atomic<hyper> g_counter{0};
+const ZelCore::Diagnostics::CTraceSource g_trace(L"Counter.Server"); // counter-server.exe.config tells where it goes
+using ZelCore::Diagnostics::TraceEventType;
 
 /// Serves the user who started it, and nobody else.
 class CCounterServer final : public ZelCore::Remoting::CLrpcServer {
@@ -28,7 +31,11 @@ public:
 
 protected:
     bool AuthorizeClient(const ATL::CAccessToken& caller) override {
-        return caller.GetUserSid() == m_user;
+        const bool allowed = caller.GetUserSid() == m_user;
+        g_trace.TraceEventFormat(L"AuthorizeClient", L"" __FILE__, __LINE__,
+                                 allowed ? TraceEventType::Verbose : TraceEventType::Warning, L"%s %s",
+                                 caller.GetUserAndDomain().c_str(), allowed ? L"is served" : L"is refused");
+        return allowed;
     }
 
 private:
@@ -59,6 +66,7 @@ int wmain(int argc, wchar_t** argv) {
     try {
         CCounterServer server(argc > 1 ? argv[1] : L"ZelCore.Counter");
         server.Listen();
+        g_trace.TraceEvent(L"wmain", L"" __FILE__, __LINE__, TraceEventType::Start, L"serving");
         std::wprintf(L"listening at %ls\n", server.GetEndpointName().c_str());
         std::fflush(stdout);
         ::WaitForSingleObject(g_finish, INFINITE);
