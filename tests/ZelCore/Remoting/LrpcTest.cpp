@@ -128,6 +128,18 @@ TEST(Lrpc, ServesCallsWhileItListens) {
         EXPECT_EQ(listening.Get(), 0);
     }
     EXPECT_FALSE(Client().IsServerListening());
+    // Another interface is counted by itself, and listening goes on for the first.
+    RPC_SERVER_INTERFACE second = *static_cast<RPC_SERVER_INTERFACE*>(Counter_v1_0_s_ifspec);
+    ++second.InterfaceId.SyntaxGUID.Data1;
+    Server third(L"ZelCoreTests.Third", &second);
+    server.Listen();
+    third.Listen();
+    const int before = interfaces.Get();
+    third.Shutdown();
+    EXPECT_EQ(interfaces.Get(), before - 1);
+    EXPECT_NO_THROW(Client().Add(1));
+    server.Shutdown();
+    EXPECT_EQ(interfaces.Get(), before - 2);
     {
         auto forgotten = std::make_unique<Server>();
         forgotten->Listen();
