@@ -53,7 +53,7 @@ struct Fields {
 
 Fields Split(std::int64_t ticks) noexcept {
     const std::int64_t day = FloorDivide(ticks, TicksPerDay);
-    const std::int64_t time = ticks - day * TicksPerDay;
+    const std::int64_t time = FloorModulo(ticks, TicksPerDay);
     const auto seconds = static_cast<unsigned>(time / TicksPerSecond);
     return {ToDate(day),
             static_cast<int>(FloorModulo(day + 1, 7)),

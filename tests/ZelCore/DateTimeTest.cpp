@@ -69,7 +69,7 @@ TEST(DateTime, CountsAlsoOutsideOfItsYears) {
         ExpectThrow<CArgumentOutOfRangeException>([&] { value.AddMonths(0); }, {.param = L"months"});
         value.AddDays(INT_MAX); // wraps around
         ExpectThrow<CArgumentOutOfRangeException>(
-            [&] { CDateTime(ticks, Kind::Utc) - CDateTime(-ticks / 2, Kind::Utc); }, {.param = L"ticks"});
+            [&] { CDateTime(ticks, Kind::Utc) - CDateTime(-(ticks / 2), Kind::Utc); }, {.param = L"ticks"});
     }
 }
 
