@@ -324,11 +324,12 @@ std::optional<CDateTime> Parser::GetResult() const {
         return {};
     }
     const CDateTime date = CDateTime::FromDate(m_year.value_or(1), m_month.value_or(1), m_day.value_or(1));
-    // The system's first day is Monday. Before 1602 it writes the days of 1601.
+    // The system's first day is Monday. Before 1602 it writes the days of 1601, which has no leap day.
     if (const int day = m_dayOfWeek.value_or(0) % 7; m_dayOfWeek && day != date.GetDayOfWeek()) {
-        constexpr int firstYear = 1601;
+        constexpr int firstYear = 1601, february = 2, leapDay = 29;
+        const bool isLeapDay = date.GetMonth() == february && date.GetDay() == leapDay;
         if (date.GetYear() > firstYear ||
-            day != CDateTime::FromDate(firstYear, date.GetMonth(), date.GetDay()).GetDayOfWeek()) {
+            (!isLeapDay && day != CDateTime::FromDate(firstYear, date.GetMonth(), date.GetDay()).GetDayOfWeek())) {
             return {};
         }
     }

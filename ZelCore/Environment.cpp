@@ -2,7 +2,7 @@
 
 #include "ZelCore/Arguments.h"
 #include "ZelCore/ThrowSite.h"
-#include "ZelWin32/LastError.h"
+#include "ZelWin32/TokenInformation.h"
 #include "ZelWin32/UniqueHandle.h"
 
 namespace ZelCore {
@@ -26,15 +26,7 @@ std::vector<unsigned char> CEnvironment::GetUserSid() {
         CheckWin32(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &handle), ZEL_SITE(method));
     }
     const ZelWin32::EventHandle token(handle);
-    DWORD size = 0;
-    if (!::GetTokenInformation(token.Get(), TokenUser, nullptr, 0, &size)) {
-        CheckWin32(::GetLastError() == ERROR_INSUFFICIENT_BUFFER, ZEL_SITE(method));
-    }
-    std::vector<unsigned char> user(size);
-    CheckWin32(::GetTokenInformation(token.Get(), TokenUser, user.data(), size, &size), ZEL_SITE(method));
-    const PSID sid = reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid;
-    const auto* const bytes = static_cast<const unsigned char*>(sid);
-    return {bytes, bytes + ::GetLengthSid(sid)};
+    return ZelWin32::GetTokenUserSid(token.Get(), ZEL_SITE(method));
 }
 
 std::wstring CEnvironment::GetMachineName(int format) {

@@ -1,6 +1,6 @@
 #include "ZelXml/DomDocument.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelXml/XmlException.h"
 
@@ -63,9 +63,7 @@ DocumentPointer CreateDocument() {
 
 DocumentPointer CreateDocument(const unsigned char* data, std::size_t size) {
     constexpr std::size_t largest = 0x40000000;
-    if (size > largest) {
-        throw ZelCore::CArgumentOutOfRangeException(L"size", std::to_wstring(size).c_str(), nullptr, ZEL_SITE(Method));
-    }
+    ZelCore::CheckAtMost(size, largest, L"size", ZEL_SITE(Method));
     DocumentPointer document = CreateDocument();
     ComVariant source;
     source.parray = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(size));

@@ -1,4 +1,5 @@
 #include "Measure.h"
+#include "StubStream.h"
 
 #include "ZelCore/Security/Cryptography/Aes.h"
 #include "ZelCore/Security/Cryptography/CryptoStream.h"
@@ -26,31 +27,15 @@ constexpr int Records = 1000;
 constexpr int ColdRecords = 50;
 
 /// Endless data to read, and nowhere to write to: costs what a copy costs.
-class MemoryEnds final : public CStream {
+class MemoryEnds final : public StubStream {
 public:
     explicit MemoryEnds(std::size_t left = 0) : m_left(left) {}
-    void Close() override {}
-    void Flush() override {}
-    StreamCapabilities GetCapabilities() const override {
-        return StreamCapabilities::CanRead | StreamCapabilities::CanWrite;
-    }
-    std::int64_t GetLength() const override {
-        return 0;
-    }
-    std::int64_t GetPosition() const override {
-        return 0;
-    }
     std::size_t Read(unsigned char* buffer, std::size_t count) override {
         const std::size_t read = std::min({count, m_left, LargePiece});
         std::memcpy(buffer, s_piece, read);
         m_left -= read;
         return read;
     }
-    std::int64_t Seek(std::int64_t, SeekOrigin) override {
-        return 0;
-    }
-    void Write(const unsigned char*, std::size_t) override {}
-
     static inline unsigned char s_piece[LargePiece];
 
 private:

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <memory>
 
 namespace ZelBench {
@@ -149,11 +148,3 @@ hyper CounterAdd(handle_t, long value) {
 }
 
 void CounterFinish(handle_t) {}
-
-void* __RPC_USER MIDL_user_allocate(SIZE_T size) {
-    return std::malloc(size);
-}
-
-void __RPC_USER MIDL_user_free(void* memory) {
-    std::free(memory);
-}

@@ -1,4 +1,5 @@
 #include "Measure.h"
+#include "StubStream.h"
 
 #include "ZelCore/IO/Compression/DeflateStream.h"
 #include "ZelCore/IO/FileStream.h"
@@ -21,28 +22,14 @@ constexpr std::size_t FileSize = 64u << 20;
 constexpr std::size_t BufferSize = 16384;
 
 /// A stream over a block of memory; reading and writing cost what a copy costs.
-class BlockStream final : public CStream {
+class BlockStream final : public StubStream {
 public:
     explicit BlockStream(std::string& block) : m_block(block) {}
-    void Close() override {}
-    void Flush() override {}
-    StreamCapabilities GetCapabilities() const override {
-        return StreamCapabilities::CanRead | StreamCapabilities::CanWrite;
-    }
-    std::int64_t GetLength() const override {
-        return static_cast<std::int64_t>(m_block.size());
-    }
-    std::int64_t GetPosition() const override {
-        return static_cast<std::int64_t>(m_position);
-    }
     std::size_t Read(unsigned char* buffer, std::size_t count) override {
         const std::size_t read = std::min(count, m_block.size() - m_position);
         std::memcpy(buffer, m_block.data() + m_position, read);
         m_position += read;
         return read;
-    }
-    std::int64_t Seek(std::int64_t, SeekOrigin) override {
-        return 0;
     }
     void Write(const unsigned char* buffer, std::size_t count) override {
         m_block.append(reinterpret_cast<const char*>(buffer), count);

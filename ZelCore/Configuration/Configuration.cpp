@@ -1,6 +1,5 @@
 #include "ZelCore/Configuration/Configuration.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Arguments.h"
 #include "ZelCore/Configuration/ConfigurationElementCollection.h"
 #include "ZelCore/Configuration/ConfigurationException.h"
@@ -32,7 +31,7 @@ namespace {
 
 constexpr std::size_t LargestText = 0x3FFFFFFF; // characters
 
-// "{2933BF86-...}"
+// The compiler's libraries do not have it.
 constexpr IID ElementId = {0x2933BF86, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
 [[noreturn]] void ThrowConfiguration(const std::wstring& message, const wchar_t* method, const wchar_t* file,
@@ -228,9 +227,7 @@ CConfiguration CConfigurationManager::OpenExeConfiguration(const std::wstring& p
 CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* text, std::size_t length) {
     const wchar_t* const method = L"ZelCore::Configuration::CConfigurationManager::OpenExeConfigurationBuffer";
     CheckNotNull(text, L"text", ZEL_SITE(method));
-    if (length > LargestText) {
-        throw CArgumentOutOfRangeException(L"length", std::to_wstring(length).c_str(), nullptr, ZEL_SITE(method));
-    }
+    CheckAtMost(length, LargestText, L"length", ZEL_SITE(method));
     if (std::find(text, text + length, L'\0') != text + length) { // where the parser would stop
         ThrowConfiguration(L"A configuration must not have characters of the value 0", ZEL_SITE(method));
     }
@@ -308,19 +305,27 @@ void Deserialize(IXMLDOMNode* in, std::int64_t& value) {
 }
 
 void Deserialize(IXMLDOMNode* in, Diagnostics::SourceLevels& value) {
-    const std::pair<const wchar_t*, std::uint32_t> levels[] = {
-        {L"Off", 0x0},      {L"Critical", 0x1},           {L"Error", 0x3},     {L"Warning", 0x7}, {L"Information", 0xF},
-        {L"Verbose", 0x1F}, {L"ActivityTracing", 0xFF00}, {L"All", 0xFFFFFFFF}};
-    std::uint32_t bits = 0;
+    using Diagnostics::SourceLevels;
+    const std::pair<const wchar_t*, SourceLevels> levels[] = {
+        {L"Off", SourceLevels::Off},
+        {L"Critical", SourceLevels::Critical},
+        {L"Error", SourceLevels::Error},
+        {L"Warning", SourceLevels::Warning},
+        {L"Information", SourceLevels::Information},
+        {L"Verbose", SourceLevels::Verbose},
+        {L"ActivityTracing", SourceLevels::ActivityTracing},
+        {L"All", SourceLevels::All},
+    };
+    SourceLevels sum = SourceLevels::Off;
     for (const std::wstring& word : CString::Split(GetText(in), L", ")) {
         const auto level = std::find_if(std::begin(levels), std::end(levels),
                                         [&](const auto& candidate) { return word == candidate.first; });
         if (!word.empty()) {
-            bits |=
-                level != std::end(levels) ? level->second : static_cast<std::uint32_t>(CConvert::ToInt32(word.c_str()));
+            sum = sum | (level != std::end(levels) ? level->second
+                                                   : static_cast<SourceLevels>(CConvert::ToInt32(word.c_str())));
         }
     }
-    value = static_cast<Diagnostics::SourceLevels>(bits);
+    value = sum;
 }
 
 IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node) {

@@ -1,6 +1,5 @@
 #include "ZelCore/Diagnostics/EventLog.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Arguments.h"
 #include "ZelCore/Environment.h"
 #include "ZelCore/ThrowSite.h"
@@ -29,10 +28,7 @@ public:
     void WriteEntry(const std::vector<std::wstring>& strings, EventLogEntryType type, std::uint32_t eventId,
                     std::uint16_t category) const {
         const wchar_t* const method = L"ZelCore::Diagnostics::CEventLog::impl::WriteEntry";
-        if (strings.size() > 0xFFFF) {
-            throw CArgumentOutOfRangeException(L"strings", std::to_wstring(strings.size()).c_str(), nullptr,
-                                               ZEL_SITE(method));
-        }
+        CheckAtMost(strings.size(), 0xFFFF, L"strings", ZEL_SITE(method));
         std::vector<const wchar_t*> texts;
         for (const std::wstring& text : strings) {
             texts.push_back(text.c_str());

@@ -23,11 +23,7 @@ constexpr std::int64_t RetryShare = 10;  // a file that could not be rolled may 
 constexpr std::size_t NumberDigits = 9;
 constexpr int OpenTries = 20; // ten milliseconds apart, for a reader that shares nothing
 
-struct FindTraits {
-    using Type = HANDLE;
-    static Type Invalid() noexcept {
-        return INVALID_HANDLE_VALUE;
-    }
+struct FindTraits : ZelWin32::FileTraits {
     static void Close(Type handle) noexcept {
         ::FindClose(handle);
     }

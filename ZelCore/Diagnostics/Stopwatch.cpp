@@ -1,34 +1,23 @@
 #include "ZelCore/Diagnostics/Stopwatch.h"
 
 #include "ZelCore/DateTime.h"
-#include "ZelCore/Threading/SpinWait.h"
+#include "ZelCore/Lazy.h"
 #include "ZelWin32/Windows.h"
-
-#include <mutex>
 
 namespace ZelCore::Diagnostics {
 
 namespace {
 
-constexpr std::int64_t TicksPerSecond = 10000000;
+struct Counter {
+    std::int64_t frequency;
+    bool isHighResolution;
+};
 
-std::int64_t g_frequency = 0;
-bool g_isHighResolution = false;
-std::atomic<bool> g_frequencyKnown{false};
-constinit Threading::CSpinWait g_lock;
-
-void EnsureFrequencyKnown() {
-    if (g_frequencyKnown.load(std::memory_order_acquire)) {
-        return;
-    }
-    const std::lock_guard<Threading::CSpinWait> lock(g_lock);
-    if (!g_frequencyKnown.load(std::memory_order_relaxed)) {
-        LARGE_INTEGER frequency;
-        g_isHighResolution = ::QueryPerformanceFrequency(&frequency) != FALSE;
-        g_frequency = g_isHighResolution ? frequency.QuadPart : TicksPerSecond;
-        g_frequencyKnown.store(true, std::memory_order_release);
-    }
-}
+constinit CLazy<Counter> g_counter([] {
+    LARGE_INTEGER frequency;
+    const bool exists = ::QueryPerformanceFrequency(&frequency) != FALSE;
+    return Counter{exists ? frequency.QuadPart : CTimeSpan::TicksPerSecond, exists};
+});
 
 } // namespace
 
@@ -51,13 +40,11 @@ std::int64_t CStopwatch::GetElapsedTicks() const {
 }
 
 std::int64_t CStopwatch::GetFrequency() {
-    EnsureFrequencyKnown();
-    return g_frequency;
+    return g_counter.GetValue().frequency;
 }
 
 std::int64_t CStopwatch::GetTimestamp() {
-    EnsureFrequencyKnown();
-    if (g_isHighResolution) {
+    if (g_counter.GetValue().isHighResolution) {
         LARGE_INTEGER counter;
         ::QueryPerformanceCounter(&counter);
         return counter.QuadPart;

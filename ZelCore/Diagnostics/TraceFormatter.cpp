@@ -5,6 +5,7 @@
 #include "ZelWin32/Windows.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ZelCore::Diagnostics {
 
@@ -15,30 +16,19 @@ constexpr std::size_t ShortLine = 200; // characters, for which space is taken a
 } // namespace
 
 const wchar_t* CTraceFormatter::GetTypeName(TraceEventType type) noexcept {
-    switch (type) {
-    case TraceEventType::Critical:
-        return L"Critical";
-    case TraceEventType::Error:
-        return L"Error";
-    case TraceEventType::Warning:
-        return L"Warning";
-    case TraceEventType::Information:
-        return L"Information";
-    case TraceEventType::Verbose:
-        return L"Verbose";
-    case TraceEventType::Start:
-        return L"Start";
-    case TraceEventType::Stop:
-        return L"Stop";
-    case TraceEventType::Suspend:
-        return L"Suspend";
-    case TraceEventType::Resume:
-        return L"Resume";
-    case TraceEventType::Transfer:
-        return L"Transfer";
-    default:
-        return L"Unknown";
+    static constexpr std::pair<TraceEventType, const wchar_t*> names[] = {
+        {TraceEventType::Critical, L"Critical"}, {TraceEventType::Error, L"Error"},
+        {TraceEventType::Warning, L"Warning"},   {TraceEventType::Information, L"Information"},
+        {TraceEventType::Verbose, L"Verbose"},   {TraceEventType::Start, L"Start"},
+        {TraceEventType::Stop, L"Stop"},         {TraceEventType::Suspend, L"Suspend"},
+        {TraceEventType::Resume, L"Resume"},     {TraceEventType::Transfer, L"Transfer"},
+    };
+    for (const auto& [value, name] : names) {
+        if (value == type) {
+            return name;
+        }
     }
+    return L"Unknown";
 }
 
 std::wstring CTraceFormatter::Format(const TraceEventContext& context, TraceEventType type, const wchar_t* message) {

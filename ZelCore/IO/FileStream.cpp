@@ -26,7 +26,7 @@ namespace {
 
 /// One system call moves at most 4 GiB less one byte; pieces of this size keep every file system happy.
 constexpr std::size_t LargestPiece = 0x40000000;
-constexpr std::size_t LargestOverlapped = 0xFFFFFFFF;
+constexpr std::size_t LargestOverlapped = Largest32;
 
 DWORD LowPart(std::int64_t value) {
     return static_cast<DWORD>(static_cast<std::uint64_t>(value));
@@ -472,10 +472,7 @@ const IAsyncResult* CFileStream::BeginWrite(const unsigned char* buffer, std::si
         ThrowInvalidOperation(Message::AsynchronousOnSynchronous, ZEL_SITE(L"ZelCore::IO::CFileStream::BeginWrite"));
     }
     CheckNotNull(buffer, L"buffer", ZEL_SITE(L"ZelCore::IO::CFileStream::BeginWrite"));
-    if (count > LargestOverlapped) {
-        throw CArgumentOutOfRangeException(L"count", std::to_wstring(count).c_str(), nullptr,
-                                           ZEL_SITE(L"ZelCore::IO::CFileStream::BeginWrite"));
-    }
+    CheckAtMost(count, Largest32, L"count", ZEL_SITE(L"ZelCore::IO::CFileStream::BeginWrite"));
     return stream.Begin(
         false, count, callback, state,
         [buffer](HANDLE handle, DWORD size, OVERLAPPED* overlapped) {

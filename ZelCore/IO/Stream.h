@@ -36,6 +36,10 @@ constexpr StreamCapabilities& operator|=(StreamCapabilities& a, StreamCapabiliti
 constexpr StreamCapabilities& operator&=(StreamCapabilities& a, StreamCapabilities b) noexcept {
     return a = a & b;
 }
+/// Whether one of the wanted flags is among the capabilities.
+constexpr bool Includes(StreamCapabilities capabilities, StreamCapabilities wanted) noexcept {
+    return (capabilities & wanted) != StreamCapabilities::None;
+}
 
 /// Where the offset of a Seek counts from.
 enum class SeekOrigin : int {

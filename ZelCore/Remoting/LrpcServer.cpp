@@ -4,7 +4,7 @@
 #include "ZelCore/Diagnostics/TraceSource.h"
 #include "ZelCore/InvalidOperationException.h"
 #include "ZelCore/Remoting/Remoting.h"
-#include "ZelCore/Remoting/RpcException.h"
+#include "ZelCore/Remoting/RpcStatus.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/CriticalSection.h"
 #include "ZelWin32/SEException.h"
@@ -12,7 +12,6 @@
 #include <exception>
 #include <map>
 #include <mutex>
-#include <rpc.h>
 
 namespace ZelCore::Remoting {
 
@@ -64,21 +63,15 @@ void Trace(const wchar_t* method, int line, TraceEventType type, const wchar_t* 
 
 #define ZEL_TRACE_REMOTING(method, type, ...) Trace(method, __LINE__, TraceEventType::type, __VA_ARGS__)
 
-void Check(RPC_STATUS status, const wchar_t* method, const wchar_t* file, int line) {
-    if (status != RPC_S_OK) {
-        throw CRpcException(status, method, file, line);
-    }
-}
-
 /// The name of the endpoint at which a call arrived.
 std::wstring GetEndpoint(void* binding) {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding";
     CheckNotNull(binding, L"binding", ZEL_SITE(method));
     CRpcString text, endpoint;
-    Check(::RpcBindingToStringBindingW(binding, reinterpret_cast<RPC_WSTR*>(&text)), ZEL_SITE(method));
-    Check(::RpcStringBindingParseW(reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(text.Get())), nullptr, nullptr,
-                                   nullptr, reinterpret_cast<RPC_WSTR*>(&endpoint), nullptr),
-          ZEL_SITE(method));
+    CheckRpc(::RpcBindingToStringBindingW(binding, reinterpret_cast<RPC_WSTR*>(&text)), ZEL_SITE(method));
+    CheckRpc(::RpcStringBindingParseW(ToRpc(text.Get()), nullptr, nullptr, nullptr,
+                                      reinterpret_cast<RPC_WSTR*>(&endpoint), nullptr),
+             ZEL_SITE(method));
     return endpoint.Get() != nullptr ? endpoint.Get() : L"";
 }
 
@@ -177,8 +170,7 @@ void CLrpcServer::impl::Listen(CLrpcServer* server) {
         return;
     }
     const RPC_STATUS status =
-        ::RpcServerUseProtseqEpW(reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(L"ncalrpc")), MostCallsPerEndpoint,
-                                 reinterpret_cast<RPC_WSTR>(m_endpoint.data()), nullptr);
+        ::RpcServerUseProtseqEpW(ToRpc(L"ncalrpc"), MostCallsPerEndpoint, ToRpc(m_endpoint.c_str()), nullptr);
     if (status != RPC_S_OK && status != RPC_S_DUPLICATE_ENDPOINT) {
         ZEL_TRACE_REMOTING(method, Error, L"Cannot register endpoint '%s'. Error %d.", m_endpoint.c_str(), status);
         throw CRpcException(status, ZEL_SITE(method));
@@ -269,7 +261,7 @@ void CLrpcServer::impl::UnregisterRpcInterface() {
     if (--found->second == 0) {
         interfaces.erase(found);
         ZEL_TRACE_REMOTING(method, Verbose, L"Unregistering interface.");
-        Check(::RpcServerUnregisterIf(m_interface, nullptr, 0), ZEL_SITE(method));
+        CheckRpc(::RpcServerUnregisterIf(m_interface, nullptr, 0), ZEL_SITE(method));
     }
 }
 
@@ -298,8 +290,8 @@ void CLrpcServer::impl::StartRpcListening() {
 void CLrpcServer::impl::StopRpcListening() {
     unsigned& listening = GetProcess().listening;
     if (listening != 0 && --listening == 0) {
-        Check(::RpcMgmtStopServerListening(nullptr),
-              ZEL_SITE(L"ZelCore::Remoting::CLrpcServer::impl::StopRpcListening"));
+        CheckRpc(::RpcMgmtStopServerListening(nullptr),
+                 ZEL_SITE(L"ZelCore::Remoting::CLrpcServer::impl::StopRpcListening"));
         ListeningStopped();
     }
 }
@@ -312,7 +304,7 @@ bool CLrpcServer::impl::ListeningStopped() {
         ZEL_TRACE_REMOTING(method, Warning, L"Server already stopped. No need to wait.");
         return false;
     }
-    Check(status, ZEL_SITE(method));
+    CheckRpc(status, ZEL_SITE(method));
     return true;
 }
 

@@ -7,7 +7,6 @@
 #include "ZelWin32/SEException.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cwchar>
 
 namespace {
@@ -30,14 +29,6 @@ public:
 };
 
 } // namespace
-
-void* __RPC_USER MIDL_user_allocate(SIZE_T size) {
-    return std::malloc(size);
-}
-
-void __RPC_USER MIDL_user_free(void* memory) {
-    std::free(memory);
-}
 
 int wmain(int argc, wchar_t** argv) {
     try {

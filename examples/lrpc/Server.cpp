@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -44,7 +43,7 @@ private:
 
 } // namespace
 
-// The functions of the interface, and the memory of its arguments.
+// The functions of the interface.
 
 hyper CounterAdd(handle_t, long value) {
     return g_counter += value;
@@ -52,14 +51,6 @@ hyper CounterAdd(handle_t, long value) {
 
 void CounterFinish(handle_t) {
     ::SetEvent(g_finish);
-}
-
-void* __RPC_USER MIDL_user_allocate(SIZE_T size) {
-    return std::malloc(size);
-}
-
-void __RPC_USER MIDL_user_free(void* memory) {
-    std::free(memory);
 }
 
 int wmain(int argc, wchar_t** argv) {

@@ -32,10 +32,6 @@ const wchar_t* GetModeText(CompressionMode mode) {
     }
 }
 
-bool Has(StreamCapabilities capabilities, StreamCapabilities wanted) {
-    return (capabilities & wanted) != StreamCapabilities::None;
-}
-
 [[noreturn]] void ThrowZlib(const z_stream& zlib, int result, const wchar_t* method, const wchar_t* file, int line) {
     std::wstring text;
     if (zlib.msg != nullptr && *zlib.msg != '\0') {
@@ -93,11 +89,11 @@ void CDeflateStream::impl::Initialize(bool gzip) {
         throw CArgumentNullException(L"stream", nullptr,
                                      ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Initialize", 144));
     }
-    if (m_mode == CompressionMode::Compress && !Has(m_stream->GetCapabilities(), StreamCapabilities::CanWrite)) {
+    if (m_mode == CompressionMode::Compress && !Includes(m_stream->GetCapabilities(), StreamCapabilities::CanWrite)) {
         throw CArgumentException(L"mode", L"Stream must be writable when mode is 'Compress'",
                                  ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Initialize", 150));
     }
-    if (m_mode == CompressionMode::Decompress && !Has(m_stream->GetCapabilities(), StreamCapabilities::CanRead)) {
+    if (m_mode == CompressionMode::Decompress && !Includes(m_stream->GetCapabilities(), StreamCapabilities::CanRead)) {
         throw CArgumentException(L"mode", L"Stream must be readable when mode is 'Decompress'",
                                  ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Initialize", 157));
     }

@@ -1,6 +1,5 @@
 #include "ZelCore/Security/Cryptography/AssymetricCipherSupport.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Arguments.h"
 #include "ZelCore/InvalidOperationException.h"
 #include "ZelCore/Security/Cryptography/CryptoHandles.h"
@@ -11,7 +10,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
 
 namespace ZelCore::Security::Cryptography {
 
@@ -28,9 +26,7 @@ void CheckData(const unsigned char* data, std::size_t size, const wchar_t* name,
 
 /// A length as the system counts it.
 DWORD ToLength(std::size_t size, const wchar_t* name, const wchar_t* method, const wchar_t* file, int line) {
-    if (size > 0xFFFFFFFF) {
-        throw CArgumentOutOfRangeException(name, std::to_wstring(size).c_str(), nullptr, method, file, line);
-    }
+    CheckAtMost(size, Largest32, name, method, file, line);
     return static_cast<DWORD>(size);
 }
 

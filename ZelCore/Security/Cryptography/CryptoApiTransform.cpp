@@ -1,14 +1,13 @@
 #include "ZelCore/Security/Cryptography/CryptoApiTransform.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Arguments.h"
 #include "ZelCore/NotImplementedException.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/LastError.h"
 #include "ZelWin32/Win32Exception.h"
 
+#include <algorithm>
 #include <cstring>
-#include <string>
 
 namespace ZelCore::Security::Cryptography {
 
@@ -37,14 +36,17 @@ SecureBytes MakeKeyBlob(ALG_ID algorithm, const SecureBytes& key) {
 
 } // namespace
 
-std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const SecureBytes& key, const SecureBytes& iv,
-                                                          const CipherParameters& parameters, bool feedbackFits,
+std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const CSymmetricAlgorithm& algorithm, ALG_ID id,
+                                                          const SecureBytes& key, const SecureBytes& iv,
+                                                          bool encrypting, std::uint64_t feedbackSize,
                                                           const wchar_t* file) {
+    const CipherParameters parameters{id, algorithm.GetMode(), algorithm.GetBlockSize(), algorithm.GetFeedbackSize(),
+                                      encrypting};
     const wchar_t* const method = L"`anonymous-namespace'::CreateCryptoTransform";
     if (parameters.mode == CipherMode::OFB) {
         throw CNotImplementedException(nullptr, method, file, 24);
     }
-    if (parameters.mode == CipherMode::CFB && !feedbackFits) {
+    if (parameters.mode == CipherMode::CFB && parameters.feedbackSize != feedbackSize) {
         throw CArgumentException(L"feedbackSize", L"Invalid feedback size", method, file, 29);
     }
     if (key.empty()) {
@@ -92,10 +94,9 @@ bool CCryptoApiTransform::IsWholeBlocks(std::size_t count) const noexcept {
 }
 
 void CCryptoApiTransform::CheckSize(std::size_t count, const wchar_t* method, const wchar_t* file, int line) const {
-    constexpr std::size_t countable = 0xFFFFFFFF; // by the system's 32 bits, padding included
-    if (InputBlockSize() > countable / 2 || count > countable - 2 * InputBlockSize()) {
-        throw CArgumentOutOfRangeException(L"inputCount", std::to_wstring(count).c_str(), nullptr, method, file, line);
-    }
+    // By the system's 32 bits, padding included.
+    const std::uint64_t padding = 2 * std::min<std::uint64_t>(InputBlockSize(), Largest32 / 2);
+    CheckAtMost(count, Largest32 - padding, L"inputCount", method, file, line);
 }
 
 std::size_t CCryptoApiTransform::TransformBlock(const unsigned char* input, std::size_t count,

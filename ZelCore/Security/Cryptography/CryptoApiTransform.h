@@ -8,7 +8,7 @@
 
 namespace ZelCore::Security::Cryptography {
 
-/// What differs between the algorithms when they make a transform.
+/// What a transform needs of the algorithm that makes it.
 struct CipherParameters {
     ALG_ID algorithm;
     CipherMode mode;
@@ -60,10 +60,12 @@ private:
 };
 
 /// Checks the parameters on behalf of an algorithm and makes its transform.
-/// \param feedbackFits whether the algorithm can feed back as many bits, should the mode be CFB
+/// \param id           CryptoAPI's number for the algorithm with a key of this length
+/// \param feedbackSize what CFB can feed back in this algorithm, in bits
 /// \param file         the algorithm's source file, where the exceptions say they come from
-std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const SecureBytes& key, const SecureBytes& iv,
-                                                          const CipherParameters& parameters, bool feedbackFits,
+std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const CSymmetricAlgorithm& algorithm, ALG_ID id,
+                                                          const SecureBytes& key, const SecureBytes& iv,
+                                                          bool encrypting, std::uint64_t feedbackSize,
                                                           const wchar_t* file);
 
 } // namespace ZelCore::Security::Cryptography

@@ -9,28 +9,18 @@
 
 namespace ZelCore::Security::Cryptography {
 
-struct KeyTraits {
-    using Type = HCRYPTKEY;
+template <auto Release> struct CryptoTraits {
+    using Type = ULONG_PTR; // HCRYPTKEY and HCRYPTHASH
     static Type Invalid() noexcept {
         return 0;
     }
-    static void Close(Type key) noexcept {
-        ::CryptDestroyKey(key);
+    static void Close(Type handle) noexcept {
+        Release(handle);
     }
 };
 
-struct HashTraits {
-    using Type = HCRYPTHASH;
-    static Type Invalid() noexcept {
-        return 0;
-    }
-    static void Close(Type hash) noexcept {
-        ::CryptDestroyHash(hash);
-    }
-};
-
-using KeyHandle = ZelWin32::UniqueHandle<KeyTraits>;
-using HashHandle = ZelWin32::UniqueHandle<HashTraits>;
+using KeyHandle = ZelWin32::UniqueHandle<CryptoTraits<&::CryptDestroyKey>>;
+using HashHandle = ZelWin32::UniqueHandle<CryptoTraits<&::CryptDestroyHash>>;
 
 /// Calls `call(data, DWORD size)` for data whose size may exceed 32 bits, once for no data at all, until a call
 /// returns false; returns whether all succeeded.

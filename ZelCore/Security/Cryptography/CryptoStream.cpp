@@ -22,10 +22,6 @@ namespace {
 
 constexpr std::size_t LargestRound = 1 << 20; // bytes that are transformed at once
 
-bool Has(StreamCapabilities capabilities, StreamCapabilities wanted) {
-    return (capabilities & wanted) != StreamCapabilities::None;
-}
-
 /// Buffers are wiped before they shrink, move or go: a transform fills vectors whose allocator does not wipe.
 void Wipe(std::vector<unsigned char>& bytes) noexcept {
     WipeMemory(bytes.data(), bytes.size());
@@ -93,10 +89,10 @@ void CCryptoStream::impl::Initialize() {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CCryptoStream::impl::Initialize";
     CheckNotNull(m_stream, L"stream", ZEL_SITE(method, 294));
     CheckNotNull(m_transform, L"transform", ZEL_SITE(method, 295));
-    if (m_mode == CryptoStreamMode::Read && !Has(m_stream->GetCapabilities(), StreamCapabilities::CanRead)) {
+    if (m_mode == CryptoStreamMode::Read && !Includes(m_stream->GetCapabilities(), StreamCapabilities::CanRead)) {
         throw CArgumentException(L"stream", L"Stream must be readable", ZEL_SITE(method, 301));
     }
-    if (m_mode == CryptoStreamMode::Write && !Has(m_stream->GetCapabilities(), StreamCapabilities::CanWrite)) {
+    if (m_mode == CryptoStreamMode::Write && !Includes(m_stream->GetCapabilities(), StreamCapabilities::CanWrite)) {
         throw CArgumentException(L"stream", L"Stream must be writeable", ZEL_SITE(method, 308));
     }
     if (m_mode != CryptoStreamMode::Read && m_mode != CryptoStreamMode::Write) {

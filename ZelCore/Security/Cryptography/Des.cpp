@@ -9,15 +9,10 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-ALG_ID GetAlgorithm(const SecureBytes&) {
-    return CALG_DES;
-}
-
 std::unique_ptr<ICryptoTransform> CreateCryptoTransform(const CDes& algorithm, const SecureBytes& key,
                                                         const SecureBytes& iv, bool encrypting) {
-    const CipherParameters parameters{GetAlgorithm(key), algorithm.GetMode(), algorithm.GetBlockSize(),
-                                      algorithm.GetFeedbackSize(), encrypting};
-    return CheckAndCreateTransform(key, iv, parameters, parameters.feedbackSize == parameters.blockSize, L"" __FILE__);
+    const ALG_ID id = CALG_DES;
+    return CheckAndCreateTransform(algorithm, id, key, iv, encrypting, algorithm.GetBlockSize(), L"" __FILE__);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "ZelCore/Security/Cryptography/PrivateKeyInfo.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
 #include "ZelCore/Security/Cryptography/CryptoHandles.h"
 #include "ZelCore/Security/Cryptography/CryptoServiceProvider.h"
 #include "ZelCore/ThrowSite.h"
@@ -40,9 +40,7 @@ unsigned long CPrivateKeyInfo::GetFlags() const noexcept {
 void CPrivateKeyInfo::Create(unsigned int bits) const {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CPrivateKeyInfo::Create";
     constexpr unsigned bitShift = 16; // the upper half of the flags is the length
-    if (bits > 0xFFFF) {
-        throw CArgumentOutOfRangeException(L"bits", std::to_wstring(bits).c_str(), nullptr, ZEL_SITE(method));
-    }
+    CheckAtMost(bits, 0xFFFF, L"bits", ZEL_SITE(method));
     DWORD error = ERROR_SUCCESS;
     {
         const CCryptoServiceProvider provider(GetContainerName(), m_flags | CRYPT_NEWKEYSET);

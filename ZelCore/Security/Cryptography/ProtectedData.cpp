@@ -1,12 +1,9 @@
 #include "ZelCore/Security/Cryptography/ProtectedData.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Arguments.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/LastError.h"
 #include "ZelWin32/UniqueHandle.h"
-
-#include <string>
 
 namespace ZelCore::Security::Cryptography {
 
@@ -35,9 +32,7 @@ public:
 DATA_BLOB MakeBlob(const unsigned char* data, std::size_t size, const wchar_t* param, const wchar_t* method,
                    const wchar_t* file, int line) {
     static unsigned char placeholder; // a pointer for no data
-    if (size > 0xFFFFFFFF) {
-        throw CArgumentOutOfRangeException(param, std::to_wstring(size).c_str(), nullptr, method, file, line);
-    }
+    CheckAtMost(size, Largest32, param, method, file, line);
     return {static_cast<DWORD>(size), size != 0 ? const_cast<unsigned char*>(data) : &placeholder};
 }
 

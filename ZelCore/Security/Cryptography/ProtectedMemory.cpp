@@ -1,6 +1,5 @@
 #include "ZelCore/Security/Cryptography/ProtectedMemory.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Arguments.h"
 #include "ZelCore/Lazy.h"
 #include "ZelCore/ThrowSite.h"
@@ -9,8 +8,6 @@
 #include "ZelWin32/PEModule.h"
 #include "ZelWin32/Win32Exception.h"
 #include "ZelWin32/Windows.h"
-
-#include <string>
 
 namespace ZelCore::Security::Cryptography {
 
@@ -54,9 +51,7 @@ struct Lines {
 void Run(void* MemoryFunctions::*which, unsigned char* data, std::size_t size, MemoryProtectionScope scope,
          const Lines& lines, const wchar_t* method) {
     CheckNotNull(data, L"userData", ZEL_SITE(method, lines.null));
-    if (size > 0xFFFFFFFF) {
-        throw CArgumentOutOfRangeException(L"size", std::to_wstring(size).c_str(), nullptr, ZEL_SITE(method));
-    }
+    CheckAtMost(size, Largest32, L"size", ZEL_SITE(method));
     const MemoryFunctions& functions = g_functions.GetValue();
     void* const function = functions.*which;
     const auto length = static_cast<DWORD>(size);

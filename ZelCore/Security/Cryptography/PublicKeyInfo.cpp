@@ -1,12 +1,9 @@
 #include "ZelCore/Security/Cryptography/PublicKeyInfo.h"
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Arguments.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/LastError.h"
 #include "ZelWin32/UniqueHandle.h"
-
-#include <string>
 
 namespace ZelCore::Security::Cryptography {
 
@@ -16,9 +13,7 @@ CPublicKeyInfo::CPublicKeyInfo(const unsigned char* encoded, std::size_t size) {
     if (size == 0) {
         throw CArgumentException(L"encoded", GetMessageText(Message::CannotBeEmpty), ZEL_SITE(method));
     }
-    if (size > 0xFFFFFFFF) {
-        throw CArgumentOutOfRangeException(L"size", std::to_wstring(size).c_str(), nullptr, ZEL_SITE(method));
-    }
+    CheckAtMost(size, Largest32, L"size", ZEL_SITE(method));
     m_encoded.assign(encoded, encoded + size);
     void* info = nullptr;
     DWORD length = 0;

@@ -2,21 +2,17 @@
 
 // Private to the library: the keys and IVs that algorithms generate.
 
-#include "ZelCore/ArgumentOutOfRangeException.h"
+#include "ZelCore/Arguments.h"
 #include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
 #include "ZelCore/ZeroMemoryAllocator.h"
 
 #include <cstdint>
-#include <string>
 
 namespace ZelCore::Security::Cryptography {
 
 inline SecureBytes MakeRandomBytes(std::uint64_t size) {
     constexpr std::uint64_t largest = 0x40000000; // a size far off must not ask for all memory
-    if (size > largest) {
-        throw CArgumentOutOfRangeException(L"size", std::to_wstring(size).c_str(), nullptr,
-                                           ZEL_SITE(L"ZelCore::Security::Cryptography::MakeRandomBytes"));
-    }
+    CheckAtMost(size, largest, L"size", ZEL_SITE(L"ZelCore::Security::Cryptography::MakeRandomBytes"));
     SecureBytes bytes(size);
     CRandomNumberGenerator().GetBytes(bytes);
     return bytes;

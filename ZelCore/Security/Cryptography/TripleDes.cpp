@@ -9,15 +9,10 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-ALG_ID GetAlgorithm(const SecureBytes& key) {
-    return key.size() == 16 ? CALG_3DES_112 : CALG_3DES;
-}
-
 std::unique_ptr<ICryptoTransform> CreateCryptoTransform(const CTripleDes& algorithm, const SecureBytes& key,
                                                         const SecureBytes& iv, bool encrypting) {
-    const CipherParameters parameters{GetAlgorithm(key), algorithm.GetMode(), algorithm.GetBlockSize(),
-                                      algorithm.GetFeedbackSize(), encrypting};
-    return CheckAndCreateTransform(key, iv, parameters, parameters.feedbackSize == 8, L"" __FILE__);
+    const ALG_ID id = key.size() == 16 ? CALG_3DES_112 : CALG_3DES;
+    return CheckAndCreateTransform(algorithm, id, key, iv, encrypting, 8, L"" __FILE__);
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include "ZelCore/Remoting/RpcException.h"
 #include "ZelWin32/SEException.h"
 
-#include <cstdlib>
 #include <thread>
 
 using namespace ZelCore::Remoting;
@@ -85,13 +84,6 @@ hyper CounterAdd(handle_t, long value) {
     return g_counter += value;
 }
 void CounterFinish(handle_t) {}
-void* __RPC_USER MIDL_user_allocate(SIZE_T size) {
-    return std::malloc(size);
-}
-void __RPC_USER MIDL_user_free(void* memory) {
-    std::free(memory);
-}
-
 TEST(Lrpc, ServesCallsWhileItListens) {
     // Each client ends before its server does: some emulations keep a dead association as long as a binding lives.
     EXPECT_FALSE(Client().IsServerListening());

@@ -1,0 +1,24 @@
+#pragma once
+
+// Private to the library: what the calls of the RPC runtime take and give.
+
+#include "ZelCore/Remoting/RpcException.h"
+#include "ZelWin32/Windows.h"
+
+#include <rpc.h>
+
+namespace ZelCore::Remoting {
+
+/// Throws CRpcException unless the call succeeded.
+inline void CheckRpc(RPC_STATUS status, const wchar_t* method, const wchar_t* file, int line) {
+    if (status != RPC_S_OK) {
+        throw CRpcException(status, method, file, line);
+    }
+}
+
+/// The runtime only reads its texts, but does not say so.
+inline RPC_WSTR ToRpc(const wchar_t* text) {
+    return reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(text));
+}
+
+} // namespace ZelCore::Remoting
