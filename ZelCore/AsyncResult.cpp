@@ -84,6 +84,7 @@ void CAsyncResult::SetAsCompleted(bool completedSynchronously, const CException&
 }
 
 void CAsyncResult::Complete(bool completedSynchronously, std::unique_ptr<CException> failure, bool failureLost) {
+    // Site: both forms of SetAsCompleted end here, and callers know only those.
     if (m_claimed.exchange(1) != 0) {
         throw CInvalidOperationException(GetMessageText(Message::CompletedTwice),
                                          ZEL_SITE(L"ZelCore::CAsyncResult::SetAsCompleted"));

@@ -103,6 +103,7 @@ std::wstring FormatSortable(const wchar_t* format, std::int64_t ticks, wchar_t s
 
 /// The ticks of a date at midnight.
 std::int64_t DateToTicks(int year, int month, int day) {
+    // Site: handlers know it as a method of the class.
     const wchar_t* const method = L"ZelCore::CDateTime::DateToTicks";
     if (year < 1 || year > 9999) {
         throw CArgumentException(L"year", nullptr, ZEL_SITE(method));
@@ -117,6 +118,7 @@ std::int64_t DateToTicks(int year, int month, int day) {
 }
 
 [[noreturn]] void ThrowMonthsOutOfRange(std::int64_t months) {
+    // Site: thrown on behalf of the method.
     throw CArgumentOutOfRangeException(L"months", std::to_wstring(months).c_str(), nullptr,
                                        ZEL_SITE(L"ZelCore::CDateTime::AddMonths"));
 }

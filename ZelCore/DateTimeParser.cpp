@@ -24,6 +24,7 @@ bool IsDigit(wchar_t c) {
 }
 
 [[noreturn]] void ThrowBadFormat() {
+    // Site: thrown on behalf of the method.
     throw CArgumentException(L"format", nullptr, ZEL_SITE(L"ZelCore::CDateTime::ParseExact"));
 }
 

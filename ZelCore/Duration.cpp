@@ -23,6 +23,7 @@ std::wstring FormatSeconds(double seconds) {
 }
 
 void CheckComponent(const wchar_t* name, int value) {
+    // Site: checks for the constructor.
     if (value < 0) {
         throw CArgumentOutOfRangeException(name, std::to_wstring(value).c_str(), nullptr,
                                            ZEL_SITE(L"ZelCore::CDuration::CDuration"));

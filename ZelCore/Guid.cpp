@@ -33,6 +33,7 @@ void CheckRpc(RPC_STATUS status, const wchar_t* method, const wchar_t* file, int
 
 /// The upper-case letter of a GUID format.
 wchar_t GetFormatLetter(const wchar_t* format) {
+    // Site: checks for the method.
     if (format == nullptr || *format == L'\0') {
         return L'D';
     }

@@ -31,6 +31,7 @@ std::int64_t ReadDigits(const wchar_t*& text, int least, int most) noexcept {
 
 std::int64_t ToTicks(std::int64_t days, std::int64_t hours, std::int64_t minutes, std::int64_t seconds,
                      std::int64_t milliseconds) {
+    // Site: computes for the constructors.
     // Sums of 32-bit numbers: below 64 bits up to here.
     const std::int64_t total = (((days * 24 + hours) * 60 + minutes) * 60 + seconds) * 1000 + milliseconds;
     std::int64_t ticks = 0;

@@ -19,6 +19,7 @@ using ZelCore::CEnvironment;
 namespace {
 
 CIPHostEntry GetHostByName(const wchar_t* name) {
+    // Site: does the work of the public method.
     ADDRINFOW hints{};
     hints.ai_flags = AI_CANONNAME;
     ADDRINFOW* list = nullptr;
@@ -45,6 +46,7 @@ CIPHostEntry GetHostByName(const wchar_t* name) {
 }
 
 std::wstring GetHostByAddress(const CIPAddress& address) {
+    // Site: does the work of the public method.
     wchar_t name[NI_MAXHOST];
     SOCKADDR_INET socketAddress;
     address.CopyTo(socketAddress);

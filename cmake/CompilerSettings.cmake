@@ -8,7 +8,7 @@ target_compile_definitions(zel_settings INTERFACE
   UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601 __USE_MINGW_ANSI_STDIO=0)
 target_compile_options(zel_settings INTERFACE
   # Throw sites report their file relative to the repository, on every machine alike.
-  -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}=.
   $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual>)
 target_link_options(zel_settings INTERFACE -Wl,--no-insert-timestamp)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")

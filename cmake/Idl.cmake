@@ -1,7 +1,8 @@
-# zel_add_idl(TARGET FILE.idl): the header, client stub and server stub of an interface, as a library of TARGET's own.
-# With the memory functions of the stubs. The client's functions get the prefix "Client", so that one program can hold both sides.
-find_program(ZEL_WIDL NAMES ${ZEL_TRIPLET}-widl widl REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+# zel_add_idl(TARGET FILE.idl): a static library TARGET of the header, client stub and server stub of an interface, and
+# of the memory functions that stubs need. The client's functions get the prefix "Client", so that one program can hold
+# both sides. Needs widl: Debian's mingw-w64-tools, MSYS2's mingw-w64-x86_64-tools.
 function(zel_add_idl target idl)
+  find_program(ZEL_WIDL NAMES x86_64-w64-mingw32-widl widl REQUIRED NO_CMAKE_FIND_ROOT_PATH)
   get_filename_component(name ${idl} NAME_WE)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/idl)
   file(WRITE ${folder}/wine/exception.h "")
@@ -11,7 +12,7 @@ function(zel_add_idl target idl)
     COMMAND ${ZEL_WIDL} -Oicf -m64 -c -o ${folder}/${name}_c.c --prefix-client=Client ${idl}
     COMMAND ${ZEL_WIDL} -Oicf -m64 -s -o ${folder}/${name}_s.c --prefix-client=Client ${idl}
     DEPENDS ${idl} VERBATIM)
-  add_library(${target} STATIC ${files} ${PROJECT_SOURCE_DIR}/cmake/RpcMemory.c)
+  add_library(${target} STATIC ${files} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/RpcMemory.c)
   target_include_directories(${target} SYSTEM PUBLIC ${folder})
   target_link_libraries(${target} PUBLIC rpcrt4)
 endfunction()

@@ -5,6 +5,10 @@ set(target_option)
 if(CMAKE_CXX_COMPILER_TARGET)
   set(target_option --target=${CMAKE_CXX_COMPILER_TARGET})
 endif()
+set(ZEL_RUNTIME_VERSION 99) # of the compiler that the files belong to
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  set(ZEL_RUNTIME_VERSION ${CMAKE_CXX_COMPILER_VERSION})
+endif()
 set(runtime_copies)
 foreach(name IN LISTS ZEL_RUNTIME_NAMES)
   execute_process(COMMAND ${CMAKE_CXX_COMPILER} ${target_option} -print-file-name=${name}
@@ -16,7 +20,7 @@ foreach(name IN LISTS ZEL_RUNTIME_NAMES)
   set(copy ${PROJECT_BINARY_DIR}/bin/${name})
   add_custom_command(OUTPUT ${copy}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/bin
-    COMMAND ${CMAKE_STRIP} -o ${copy} ${path}
+    COMMAND ${CMAKE_STRIP} --preserve-dates -o ${copy} ${path}
     DEPENDS ${path}
     COMMENT "Copying ${name}"
     VERBATIM)

@@ -79,6 +79,7 @@ bool GetAttribute(IXMLDOMElement* element, const wchar_t* name, std::wstring& va
 }
 
 std::wstring GetText(IXMLDOMNode* in) {
+    // Site: part of every Deserialize.
     const wchar_t* const method = L"ZelCore::Configuration::Deserialize";
     CheckNotNull(in, L"in", ZEL_SITE(method));
     ComText text;
@@ -329,6 +330,7 @@ void Deserialize(IXMLDOMNode* in, Diagnostics::SourceLevels& value) {
 }
 
 IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node) {
+    // Site: the collection form of Deserialize, the rest of which is a template in the header.
     CheckNotNull(node, L"node", ZEL_SITE(L"ZelCore::Configuration::Deserialize"));
     return ToElement(node).Detach();
 }

@@ -22,6 +22,7 @@ using EventWriteStringFunction = ULONG(WINAPI*)(Handle, UCHAR, std::uint64_t, co
 using EventUnregisterFunction = ULONG(WINAPI*)(Handle);
 
 template <class Function> Function Find(const char* name) {
+    // Site: the only caller.
     const auto module = static_cast<HMODULE>(ZelWin32::CPEModule::Load(L"advapi32.dll"));
     const FARPROC function = ::GetProcAddress(module, name);
     ZelWin32::CheckWin32(function != nullptr,

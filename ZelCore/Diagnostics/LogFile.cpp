@@ -171,6 +171,7 @@ bool CLogFile::IsStale() const noexcept {
 }
 
 ZelWin32::FileHandle CLogFile::OpenHandle() const {
+    // Site: both ways to open report one place.
     const wchar_t* const method = L"ZelCore::Diagnostics::CLogFile::Open";
     for (int i = 1;; ++i) {
         ZelWin32::FileHandle file(::CreateFileW(m_path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
@@ -241,6 +242,7 @@ void CLogFile::Roll(const LogLimits& limits) {
 }
 
 void CLogFile::Append(const char* bytes, std::size_t size) {
+    // Site: the last step of Write.
     const wchar_t* const method = L"ZelCore::Diagnostics::CLogFile::Write";
     constexpr std::size_t largestPiece = 0x40000000;
     for (std::size_t at = 0; at < size;) {

@@ -18,6 +18,7 @@ using ZelCore::Configuration::CConfigurationException;
 
 namespace {
 
+// Site: the constructor and the helpers that check for it.
 const wchar_t* const Constructor = L"ZelCore::Diagnostics::CLogWriterTraceListener::CLogWriterTraceListener";
 
 std::wstring GetToken(const std::wstring& token, const wchar_t* fileName) {

@@ -15,6 +15,7 @@ namespace ZelCore::Diagnostics {
 
 namespace {
 
+// Site: both forms and their helpers.
 const wchar_t* const Method = L"ZelCore::Diagnostics::CTraceListenerManager::GetTraceListener";
 
 Registry<CTraceListener>& GetRegistry() {

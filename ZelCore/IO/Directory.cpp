@@ -44,6 +44,7 @@ PathRoot FindRoot(const std::wstring& form, const std::vector<std::wstring>& pie
 }
 
 void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
+    // Site: does the work of the method.
     if (const std::wstring_view path = directoryPath;
         path.find_first_of(L"*?", path.starts_with(L"\\\\?\\") ? 4 : 0) != std::wstring_view::npos) {
         throw CArgumentException(L"directoryPath", nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));

@@ -288,6 +288,7 @@ CFileStream::impl::impl(const wchar_t* fileName, DWORD desiredAccess, DWORD shar
     : name(fileName), handle(::CreateFileW(fileName, desiredAccess, shareMode, securityAttributes, creationDisposition,
                                            flagsAndAttributes, nullptr)),
       asynchronous((flagsAndAttributes & FILE_FLAG_OVERLAPPED) != 0) {
+    // Site: opens for the constructor, which is what callers see.
     if (!handle) {
         const DWORD error = ::GetLastError();
         throw CWin32Exception(error, CString::Format(GetMessageText(Message::CannotCreateFileStream), fileName).c_str(),
@@ -334,6 +335,7 @@ const IAsyncResult* CFileStream::impl::Begin(bool isRead, std::size_t count, CAs
 
 std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead, const wchar_t* method,
                                    const wchar_t* file, int line) {
+    // Site: reports what the completion could not.
     CheckNotNull(asyncResult, L"asyncResult", method, file, line);
     if (asyncResult != pending.Get() || pending->IsRead() != isRead) {
         throw CArgumentException(L"asyncResult", GetMessageText(Message::ForeignAsyncResult), method, file, line);
@@ -373,6 +375,7 @@ std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead,
 }
 
 void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD error, DWORD bytesTransferred) {
+    // Site: the completion is known by the name of the stream.
     if (error == ERROR_SUCCESS && !result.IsRead() && bytesTransferred < result.GetCount()) {
         error = ERROR_DISK_FULL;
     }

@@ -65,6 +65,7 @@ void Trace(const wchar_t* method, int line, TraceEventType type, const wchar_t* 
 
 /// The name of the endpoint at which a call arrived.
 std::wstring GetEndpoint(void* binding) {
+    // Site: a step of the method.
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding";
     CheckNotNull(binding, L"binding", ZEL_SITE(method));
     CRpcString text, endpoint;
@@ -76,6 +77,7 @@ std::wstring GetEndpoint(void* binding) {
 }
 
 std::map<std::wstring, Endpoint>::iterator FindEndpoint(const std::wstring& name) {
+    // Site: a step of the method.
     const auto found = GetProcess().endpoints.find(name);
     if (found == GetProcess().endpoints.end() || found->second.server == nullptr) {
         throw CInvalidOperationException(L"No listener matches the binding information",

@@ -149,6 +149,7 @@ std::size_t CDeflateStream::impl::Inflate(unsigned char* buffer, std::size_t cou
 }
 
 int CDeflateStream::impl::InflateInto(unsigned char* buffer, std::size_t count, std::size_t& produced) {
+    // Site: the step of Inflate that calls zlib; its line is published.
     m_zlib.next_out = buffer;
     m_zlib.avail_out = static_cast<uInt>(count);
     int result = Z_OK;

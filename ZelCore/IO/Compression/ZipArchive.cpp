@@ -369,6 +369,7 @@ public:
     /// Creates an empty file. Looking for a free name takes the longer the more files a folder has, so they are
     /// spread over subfolders.
     std::wstring CreateFile() {
+        // Site: staging is a part of AddEntry that callers do not see.
         if (m_fileCount % FilesPerFolder == 0) {
             m_subfolder = GetSubfolder(m_fileCount / FilesPerFolder);
             // One level is missing, and the general way would try them all. It may be there after a failure.
@@ -562,6 +563,7 @@ private:
 };
 
 void CZipArchive::impl::ReadDirectory() {
+    // Site: a part of opening the archive.
     m_end.Read(m_file);
     m_file.Seek(m_end.directoryOffset, SeekOrigin::Begin);
     CReadAhead source(m_file);
@@ -640,6 +642,7 @@ void CZipArchive::impl::SeekToLocalHeader(const CEntryTable::value_type& entry, 
 }
 
 std::unique_ptr<CStream> CZipArchive::impl::OpenEntry(const CEntryTable::value_type& entry) {
+    // Site: does the work of GetEntry.
     if (!entry.second.stagingPath.empty()) {
         return OpenStaged(entry.second);
     }
@@ -657,6 +660,7 @@ std::unique_ptr<CStream> CZipArchive::impl::OpenEntry(const CEntryTable::value_t
 /// `writeData(target, header)` writes the data to the target and its checksum and size into the header.
 template <class WriteData>
 CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, WriteData writeData) {
+    // Site: staging is a part of AddEntry that callers do not see.
     const std::wstring_view name(entryName);
     const std::string utf8 =
         name.size() <= Largest16 ? CString::ToMultiByte(entryName, static_cast<int>(name.size()), Utf8) : std::string();
@@ -726,6 +730,7 @@ void CZipArchive::impl::EnsureEntriesLoaded() {
 
 /// Copies the data of an entry as it stands in the archive, still compressed.
 void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
+    // Site: a step of EnsureEntriesLoaded.
     CCentralDirectoryFileHeader& header = entry.second.header;
     SeekToLocalHeader(entry, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
     CLocalFileHeader local;
@@ -749,6 +754,7 @@ void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
 
 /// Finds out before anything is destroyed whether the archive can be written from the given position on.
 void CZipArchive::impl::CheckLimits(std::uint64_t position) const {
+    // Site: checks for Flush before anything is written.
     std::uint64_t directorySize = 0;
     for (const auto& [name, record] : m_table) {
         const CCentralDirectoryFileHeader& header = record.header;
@@ -888,6 +894,7 @@ namespace {
 
 /// Where the data of a new entry comes from: a stream.
 auto FromStream(const wchar_t* entryName, CStream& data) {
+    // Site: a step of AddEntry.
     return [entryName, &data](CStream& target, CCentralDirectoryFileHeader& header) {
         CopyStream(data, target, [entryName, &header](const unsigned char* piece, std::size_t size) {
             if (header.uncompressedSize + std::uint64_t{size} > Largest32) {

@@ -85,6 +85,7 @@ CCryptoApiTransform::CCryptoApiTransform(const SecureBytes& key, const SecureByt
 }
 
 void CCryptoApiTransform::SetKeyParameter(DWORD parameter, const void* value, int line) {
+    // Site: a step of the constructor, at the lines that it hands over.
     ZelWin32::CheckWin32(::CryptSetKeyParam(m_key.Get(), parameter, static_cast<const BYTE*>(value), 0),
                          ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform", line));
 }

@@ -1,5 +1,6 @@
 #include "Support/Crypto.h"
 
+#include "ZelCore/Guid.h"
 #include "ZelCore/Security/Cryptography/AssymetricCipherSupport.h"
 
 namespace {
@@ -9,7 +10,7 @@ using enum SignatureHashAlgorithm;
 class Signature : public ::testing::Test {
 protected:
     void SetUp() override {
-        container = L"ZelCore tests " + std::to_wstring(::GetCurrentProcessId());
+        container = L"ZelCore tests " + CGuid::NewGuid().ToString(nullptr);
         const CPrivateKeyInfo info(container.c_str());
         info.Create(1024);
     }

@@ -1,0 +1,80 @@
+// Encrypts a file with a new key, which only this user can unprotect: encrypt-file encrypt|decrypt FROM TO KEYFILE
+#include <ZelCore/Exception.h>
+#include <ZelCore/IO/FileStream.h>
+#include <ZelCore/Security/Cryptography/Aes.h>
+#include <ZelCore/Security/Cryptography/CryptoStream.h>
+#include <ZelCore/Security/Cryptography/ProtectedData.h>
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cwchar>
+
+using namespace ZelCore::IO;
+using namespace ZelCore::Security::Cryptography;
+using ZelCore::SecureBytes;
+
+namespace {
+
+CFileStream OpenToRead(const wchar_t* path) {
+    return {path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN};
+}
+CFileStream OpenToWrite(const wchar_t* path) {
+    return {path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL};
+}
+
+void Copy(CStream& from, CStream& to) {
+    SecureBytes piece(64 * 1024); // wiped before its memory is released
+    while (const std::size_t count = from.Read(piece.data(), piece.size())) {
+        to.Write(piece.data(), count);
+    }
+}
+
+// The encrypted file is the IV, which is no secret but never used twice, and the cipher text.
+void Encrypt(CFileStream& from, CFileStream& to, const wchar_t* keyFile) {
+    CAes aes; // a random key of 256 bits and a random IV
+    std::vector<unsigned char> protectedKey;
+    CProtectedData::Protect(aes.GetKey().data(), aes.GetKey().size(), protectedKey, {},
+                            DataProtectionScope::CurrentUser);
+    OpenToWrite(keyFile).Write(protectedKey.data(), protectedKey.size());
+    to.Write(aes.GetIV().data(), aes.GetIV().size());
+    const auto encryptor = aes.CreateEncryptor();
+    CCryptoStream stream(to, *encryptor, CryptoStreamMode::Write);
+    Copy(from, stream);
+    stream.Close(); // writes the last, padded block
+}
+
+void Decrypt(CFileStream& from, CFileStream& to, const wchar_t* keyFile) {
+    CFileStream keyStream = OpenToRead(keyFile);
+    std::vector<unsigned char> protectedKey(4096);
+    protectedKey.resize(keyStream.GreedyRead(protectedKey.data(), protectedKey.size()));
+    SecureBytes key;
+    CProtectedData::Unprotect(protectedKey.data(), protectedKey.size(), key, {});
+    SecureBytes iv(16);
+    iv.resize(from.GreedyRead(iv.data(), iv.size())); // a shorter one is refused by SetIV
+    CAes aes;
+    aes.SetKey(key);
+    aes.SetIV(iv);
+    const auto decryptor = aes.CreateDecryptor();
+    CCryptoStream stream(from, *decryptor, CryptoStreamMode::Read);
+    Copy(stream, to);
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    if (argc != 5) {
+        std::fwprintf(stderr, L"usage: encrypt-file encrypt|decrypt FROM TO KEYFILE\n");
+        return 2;
+    }
+    try {
+        CFileStream from = OpenToRead(argv[2]);
+        CFileStream to = OpenToWrite(argv[3]);
+        (std::wcscmp(argv[1], L"encrypt") == 0 ? Encrypt : Decrypt)(from, to, argv[4]);
+        std::wprintf(L"%lld bytes written\n", static_cast<long long>(to.GetLength()));
+    } catch (const ZelCore::CException& e) {
+        std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
+        return 1;
+    }
+    return 0;
+}

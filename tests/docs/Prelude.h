@@ -1,0 +1,32 @@
+// What the examples of the pages may use without saying so.
+#pragma once
+
+#include "ZelCore/ArgumentException.h"
+#include "ZelCore/AsyncResult.h"
+#include "ZelCore/Convert.h"
+#include "ZelCore/Guid.h"
+#include "ZelCore/InvalidOperationException.h"
+#include "ZelCore/IO/Compression/DeflateStream.h"
+#include "ZelCore/IO/Compression/ZipArchive.h"
+#include "ZelCore/IO/Compression/ZipArchiveEntry.h"
+#include "ZelCore/IO/FileStream.h"
+#include "ZelCore/IO/ReadOnlyRefMemoryStream.h"
+#include "ZelCore/NotSupportedException.h"
+#include "ZelCore/Security/Cryptography/Aes.h"
+#include "ZelCore/Security/Cryptography/AssymetricCipherSupport.h"
+#include "ZelCore/Security/Cryptography/CryptoStream.h"
+#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
+#include "ZelCore/Security/Cryptography/ProtectedData.h"
+#include "ZelCore/Security/Cryptography/ProtectedMemory.h"
+#include "ZelCore/String.h"
+#include "ZelWin32/SEException.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <memory>
+
+using namespace ZelCore;
+using namespace ZelCore::IO;
+using namespace ZelCore::IO::Compression;
+using namespace ZelCore::Security::Cryptography;

@@ -1,0 +1,148 @@
+"""Installs the library, builds programs against nothing but the installation, and runs them from a folder that holds
+only what an installation says they need.
+
+usage: package_test.py SOURCES BUILD TOOLCHAIN COMPILER [EMULATOR]
+"""
+import gzip
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import zipfile
+
+SOURCES, BUILD = map(pathlib.Path, sys.argv[1:3])
+TOOLCHAIN, COMPILER, EMULATOR = sys.argv[3], sys.argv[4], sys.argv[5:]
+DLLS = ["ZelCore.dll", "libgcc_s_seh-1.dll", "libstdc++-6.dll", "libwinpthread-1.dll"]
+
+
+def run(*command, status=0, **options):
+    done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                          stdin=subprocess.DEVNULL, text=True, errors="replace", **options)
+    assert done.returncode == status, f"{command}: exit status {done.returncode}\n{done.stdout}"
+    return done.stdout
+
+
+def is_private(header):
+    return any(line.startswith("// Private to") for line in header.read_text().splitlines())
+
+
+class PackageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        # A blank in the path finds what is not quoted.
+        cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="package ", dir=BUILD))
+        cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
+        cls.prefix = cls.folder / "installed here"
+        run("cmake", "--install", BUILD, "--prefix", cls.prefix)
+
+    def build(self, source, *arguments):
+        build = self.folder / ("build of " + source.name)
+        run("cmake", "-G", "Ninja", "-S", source, "-B", build, f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}",
+            f"-DCMAKE_PREFIX_PATH={self.prefix}", "-DCMAKE_BUILD_TYPE=Release", *arguments)
+        run("cmake", "--build", build)
+        return build
+
+    def test_lays_out_what_it_should_and_no_more(self):
+        files = {path.relative_to(self.prefix).as_posix() for path in self.prefix.rglob("*") if path.is_file()}
+        self.assertEqual({f"bin/{name}" for name in DLLS}, {name for name in files if name.startswith("bin/")})
+        headers = {path.relative_to(SOURCES).as_posix() for part in ("ZelCore", "ZelNet", "ZelWin32", "ZelXml")
+                   for path in (SOURCES / part).rglob("*.h") if not is_private(path)}
+        self.assertEqual({f"include/{name}" for name in headers}, {n for n in files if n.startswith("include/")})
+        for name in ("lib/libZelCore.dll.a", "lib/pkgconfig/zelcore.pc", "lib/cmake/ZelCore/ZelCoreConfig.cmake",
+                     "share/doc/ZelCore/README.md", "share/doc/ZelCore/docs/getting-started.md",
+                     "share/licenses/ZelCore/zlib.txt", "share/licenses/ZelCore/gcc-runtime.txt"):
+            self.assertIn(name, files)
+        tell_tale = str(SOURCES)  # a package that knows the builder's folders does not travel
+        for name in files:
+            self.assertNotIn(tell_tale.encode(), (self.prefix / name).read_bytes(), name)
+        for name in DLLS:
+            sections = run("x86_64-w64-mingw32-objdump" if EMULATOR else "objdump", "-h", self.prefix / "bin" / name)
+            self.assertNotIn(".debug_info", sections, name)
+
+    def test_a_program_finds_it_by_cmake_and_runs_beside_its_dlls(self):
+        build = self.build(SOURCES / "tests/package")
+        shutil.copytree(build, self.folder / "alone", ignore=lambda _, names: [
+            name for name in names if not name.endswith((".dll", ".exe"))])
+        self.assertEqual(sorted(DLLS), sorted(path.name for path in (self.folder / "alone").glob("*.dll")))
+        self.assertEqual("fine", run(*EMULATOR, "consumer.exe", cwd=self.folder / "alone").strip())
+
+    def test_a_program_finds_it_by_pkg_config(self):
+        if not shutil.which("pkg-config"):
+            self.skipTest("there is no pkg-config")
+        environment = dict(os.environ, PKG_CONFIG_PATH=str(self.prefix / "lib/pkgconfig"))
+        flags = subprocess.run(["pkg-config", "--cflags", "--libs", "zelcore"], env=environment, check=True,
+                               capture_output=True, text=True).stdout.strip()
+        clang = ["--target=x86_64-w64-mingw32"] if "clang" in COMPILER and EMULATOR else []
+        out = self.folder / "by pkg-config"
+        out.mkdir()
+        arguments = [part.replace("\\ ", " ") for part in __import__("shlex").split(flags)]
+        run(COMPILER, *clang, "-std=c++20", SOURCES / "tests/package/Main.cpp", *arguments, "-o", out / "main.exe")
+        for name in DLLS:
+            shutil.copy(self.prefix / "bin" / name, out)
+        self.assertEqual("fine", run(*EMULATOR, "main.exe", cwd=out).strip())
+
+    def test_a_foreign_compiler_is_told(self):
+        if not EMULATOR:
+            self.skipTest("there is no other target at hand")
+        source = self.folder / "foreign"
+        source.mkdir()
+        (source / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.25)\nproject(Foreign CXX)\n"
+                                               "find_package(ZelCore CONFIG REQUIRED)\n")
+        said = run("cmake", "-S", source, "-B", source / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}", status=1)
+        self.assertRegex(said, r"MinGW-w64\s+GCC")
+
+    def test_the_samples_do_what_they_say(self):
+        programs = self.build(self.prefix / "share/doc/ZelCore/samples") / "bin"
+        work = self.folder / "work"
+        work.mkdir()
+
+        def sample(name, *arguments, **options):
+            return run(*EMULATOR, programs / (name + ".exe"), *arguments, cwd=work, **options)
+
+        text = b"the quick brown fox jumps over the lazy dog\n" * 20_000
+        (work / "text.txt").write_bytes(text)
+        (work / "empty").write_bytes(b"")
+        self.assertEqual(["empty 0 bytes", f"text.txt {len(text)} bytes"],
+                         sample("write-archive", "out.zip", "text.txt", "empty").splitlines())
+        with zipfile.ZipFile(work / "out.zip") as archive:
+            self.assertEqual(text, archive.read("text.txt"))
+        sample("write-archive", "none.zip", "missing", status=1)
+
+        sample("stream-gzip", "compress", "text.txt", "text.gz")
+        self.assertEqual(text, gzip.decompress((work / "text.gz").read_bytes()))
+        sample("stream-gzip", "decompress", "text.gz", "text.again")
+        self.assertEqual(text, (work / "text.again").read_bytes())
+
+        sample("encrypt-file", "encrypt", "text.txt", "text.enc", "key")
+        self.assertNotIn(b"quick brown", (work / "text.enc").read_bytes())
+        sample("encrypt-file", "decrypt", "text.enc", "text.plain", "key")
+        self.assertEqual(text, (work / "text.plain").read_bytes())
+
+        self.assertEqual(["folder D:\\Backup, verify 1", "server main at port 8080", "server spare at port 8081"],
+                         sample("read-settings").splitlines())
+
+        temp = self.folder / "temp"
+        temp.mkdir()
+        config = programs / "rolling-log.exe.config"  # Wine has a TEMP of its own
+        config.write_text(config.read_text().replace("%TEMP%", f"Z:{temp}" if EMULATOR else str(temp)))
+        sample("rolling-log", "200")
+        logs = sorted(path for path in (temp / "rolling-log").iterdir())
+        lines = "".join(path.read_text() for path in logs)
+        self.assertEqual(3, len(logs), logs)
+        self.assertIn("step 200 of 200", lines)
+        self.assertNotIn("dropped", lines)
+
+        server = subprocess.Popen([*EMULATOR, str(programs / "serve-rpc.exe"), "serve", "3000"], cwd=work,
+                                  stdout=subprocess.PIPE, text=True)
+        self.assertEqual("serving", server.stdout.readline().strip())
+        self.assertEqual("greeted 1 times", sample("serve-rpc", "call", "Ada").strip())
+        self.assertEqual("Hello Ada", server.communicate()[0].strip())
+        self.assertEqual(0, server.returncode)
+        self.assertIn("CRpcException", sample("serve-rpc", "call", "Ada", status=1))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
