@@ -34,16 +34,22 @@ public:
     CAsyncResult(const CAsyncResult&) = delete;
     CAsyncResult& operator=(const CAsyncResult&) = delete;
 
-    /// Closes the wait handle.
+    /// Closes the wait handle and drops the recorded failure. See above for when that may be.
     ~CAsyncResult();
 
     void* GetAsyncState() const override;
+    /// As IAsyncResult has it; the first call makes the event. Not to be called any more once EndInvoke has returned.
     void* GetWaitHandle() const override;
+    /// Becomes true before the wait handle is signalled and before the callback is invoked.
     bool IsCompleted() const override;
+    /// What SetAsCompleted was told; false before.
     bool CompletedSynchronously() const override;
 
     /// Records success, then signals the wait handle or else invokes the callback.
-    /// A second completion throws CInvalidOperationException and changes nothing.
+    /// A second completion throws CInvalidOperationException and changes nothing. What the callback throws passes
+    /// through, and CWin32Exception when the event cannot be signalled: the operation is complete all the same.
+    ///
+    /// \param completedSynchronously true when the Begin method itself has done the work
     void SetAsCompleted(bool completedSynchronously);
 
     /// Records the failure, of which it keeps a clone, and completes in the same way. When there is no memory
@@ -52,7 +58,8 @@ public:
 
     /// For the End method: waits for completion without limit, closes the wait handle and throws the recorded
     /// failure as the type that it had. With a callback, before completion, it throws
-    /// CInvalidOperationException at once.
+    /// CInvalidOperationException at once; without, CWin32Exception when the system cannot wait. It does not destroy
+    /// the object.
     void EndInvoke();
 
 private:
@@ -68,17 +75,17 @@ private:
     std::atomic<int> m_claimed{0};
 };
 
-/// A result that carries a value of the operation.
+/// A result that carries a value of the operation. The value is T() until it is set.
 template <class T> class CAsyncResultT : public CAsyncResult {
 public:
     using CAsyncResult::CAsyncResult;
 
-    /// To be set before SetAsCompleted.
+    /// Moves the value in. To be called before SetAsCompleted, which publishes it to the waiting thread.
     void SetResult(T result) {
         m_result = static_cast<T&&>(result);
     }
 
-    /// To be read after EndInvoke.
+    /// The value, to be read after EndInvoke. Valid while the object lives.
     const T& GetResult() const noexcept {
         return m_result;
     }

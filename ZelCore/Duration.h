@@ -10,16 +10,20 @@ class CDateTime;
 /// apart: 90 minutes stay 90 minutes, since a month or a year has no fixed length. A copyable value.
 class ZELCORE_API CDuration {
 public:
-    /// Throws CArgumentOutOfRangeException for the first negative component, and for seconds that are no number.
+    /// Nothing is carried over: 90 seconds stay 90 seconds. Throws CArgumentOutOfRangeException for the first component
+    /// that is negative, by its name, and for "seconds" that are infinite or no number.
     CDuration(int years = 0, int months = 0, int days = 0, int hours = 0, int minutes = 0, double seconds = 0);
 
     /// Reads the text form: no sign, no weeks, a fraction with a point and of the seconds only. Returns false for other
-    /// text, with the result zero, or unchanged for null or empty text. A number beyond 32 bits becomes the largest.
+    /// text, with the result zero, or unchanged for null or empty text. A number beyond 32 bits becomes the largest, as
+    /// do seconds beyond a double. Throws nothing but std::bad_alloc.
     static bool TryParse(const wchar_t* text, CDuration& result);
 
     /// The text form without components of 0; PT0S for nothing at all.
     std::wstring ToString() const;
 
+    /// The components as they were given or read, 0 where there was none; the seconds with their fraction.
+    ///@{
     int GetYears() const noexcept {
         return m_years;
     }
@@ -38,11 +42,15 @@ public:
     double GetSeconds() const noexcept {
         return m_seconds;
     }
+    ///@}
 
-    /// The length of the duration from now, or from a start: years and months by the calendar, the rest added; below a
-    /// millisecond it is cut off. Throws CArgumentOutOfRangeException beyond the years of CDateTime.
+    /// The length of the duration from now (UTC), or from a start: years and months by the calendar, the rest added;
+    /// below a millisecond it is cut off. Throws CArgumentOutOfRangeException: for "months" where years and months lead
+    /// beyond the years of CDateTime, for a smaller component, or "ticks", beyond 64 bits of ticks.
+    ///@{
     CTimeSpan ToTimeSpan() const;
     CTimeSpan ToTimeSpan(const CDateTime& start) const;
+    ///@}
 
 private:
     int m_years;

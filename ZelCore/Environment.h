@@ -7,7 +7,8 @@
 
 namespace ZelCore {
 
-/// Questions about the process's surroundings. All throw CWin32Exception when the system has no answer.
+/// Questions about the process's surroundings. All throw CWin32Exception when the system has no answer. All static,
+/// asked anew each time, callable from any thread; the answers may differ between threads that act for different users.
 class ZELCORE_API CEnvironment {
 public:
     CEnvironment() = delete;
@@ -19,7 +20,7 @@ public:
     static std::vector<unsigned char> GetUserSid();
 
     /// The computer's name: format 0 its NetBIOS name, 1 its DNS host name, 3 its fully qualified DNS name, as of
-    /// GetComputerNameEx.
+    /// GetComputerNameEx, which refuses formats that it does not know.
     static std::wstring GetMachineName(int format);
 
     /// The text with "%NAME%" replaced by the environment's variables; unknown names stay. Null throws

@@ -5,6 +5,8 @@
 
 #include <string>
 
+/// The exception family, strings and conversions, dates and lengths of time, identifiers and versions, asynchronous
+/// results, resources.
 namespace ZelCore {
 
 /// The root of every exception that the library throws: what failed, with which code, and where.
@@ -18,28 +20,35 @@ namespace ZelCore {
 /// Threads: an object is read by one thread at a time; the texts are composed on first request.
 class ZELCORE_API CException {
 public:
+    /// Copies code and texts. Of an object of a derived class it copies the base alone: Clone copies it whole.
     CException(const CException&);
     CException& operator=(const CException&) = delete;
+    /// Pointers to the texts end with the object.
     virtual ~CException();
 
     /// Returns a copy of the most-derived object on the heap. The caller owns it.
+    ///
+    /// Every class of the family overrides this and Throw. A class of your own has to as well: without that, its
+    /// objects are cloned and thrown as their base class. Throws std::bad_alloc.
     virtual CException* Clone() const;
 
     /// Throws a copy of the most-derived object; the object itself stays as it is.
     [[noreturn]] virtual void Throw() const;
 
-    /// What failed, for people. Valid while the object lives.
+    /// What failed, for people: the message, in some derived classes with more behind it. Never null. Valid while the
+    /// object lives.
     virtual const wchar_t* GetErrorMessage() const;
 
     /// The whole story on one line: type, source file, line and error message, such as
     /// "class ZelCore::CFormatException at Convert.cpp:91: Invalid base 64 string".
-    /// Composed on the first call; later calls return the same pointer.
+    /// Composed on the first call; later calls return the same pointer, valid while the object lives.
     virtual const wchar_t* GetExceptionMessage() const;
 
-    /// The fully qualified name of the method that threw.
+    /// The fully qualified name of the method that threw; empty where it is not known. Valid while the object lives.
     const wchar_t* GetMethod() const noexcept;
 
-    /// The name of the source file that threw, without its folder.
+    /// The name of the source file that threw, without its folder; empty where it is not known. Valid while the object
+    /// lives.
     const wchar_t* GetSourceFile() const noexcept;
 
     /// The line that threw; 0 where it is not known.
@@ -51,6 +60,8 @@ protected:
     /// \param method, file, line  the throw site, see ZEL_SITE; of the file only the last component is kept
     CException(int error, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line);
 
+    /// The numeric code, as it was given to the constructor. Classes whose code tells more than their type make it
+    /// public.
     int GetError() const noexcept;
 
 private:

@@ -13,17 +13,18 @@ namespace ZelCore {
 /// Threads: all operations may be called from any thread until End.
 class ZELCORE_API IAsyncResult {
 public:
-    /// The pointer that the caller gave to the Begin method.
+    /// The pointer that the caller gave to the Begin method; nobody looks at what is there.
     virtual void* GetAsyncState() const = 0;
 
-    /// A manual-reset event (a HANDLE) that is signalled on completion. It dies in the End method.
+    /// A manual-reset event (a HANDLE) that is signalled on completion. It is borrowed and dies in the End method.
     /// Throws CInvalidOperationException when the operation has a callback, CWin32Exception when the system
     /// has no event to give.
     virtual void* GetWaitHandle() const = 0;
 
+    /// Whether the operation is over, with success or without. It never becomes false again.
     virtual bool IsCompleted() const = 0;
 
-    /// Whether the operation was already over when the Begin method returned.
+    /// Whether the operation was already over when the Begin method returned; false while it is under way.
     virtual bool CompletedSynchronously() const = 0;
 
 protected:

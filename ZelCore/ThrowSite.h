@@ -1,15 +1,20 @@
 #pragma once
 
+/// \file
+/// Where an exception says that it was thrown.
+
 namespace ZelCore {
 
 /// The line that a throw site reports: its own, or one that is part of a published contract and must
-/// not move when code above it does.
+/// not move when code above it does. Made for ZEL_SITE.
+///@{
 constexpr int SiteLine(int own) {
     return own;
 }
 constexpr int SiteLine(int, int published) {
     return published;
 }
+///@}
 
 } // namespace ZelCore
 

@@ -11,26 +11,33 @@ namespace ZelCore {
 class ZELCORE_API CVersion {
 public:
     /// Reads two to four decimal numbers separated by dots and nothing else. Each is at most 2147483647.
-    /// Any other text throws CArgumentException for "version" with the text as message.
+    /// Any other text throws CArgumentException for "version" with the text as message, null CArgumentNullException.
     explicit CVersion(const wchar_t* version);
 
-    /// A negative number throws CArgumentException for that part.
+    /// All four parts. A negative number throws CArgumentException for that part.
     CVersion(int major, int minor, int build, int revision);
 
+    /// The first two parts, which every version has: 0 or more.
+    ///@{
     int GetMajor() const noexcept;
     int GetMinor() const noexcept;
+    ///@}
 
-    /// -1 when the version has no such part, as GetRevision.
+    /// The other parts; -1 when the version has no such part.
+    ///@{
     int GetBuild() const noexcept;
     int GetRevision() const noexcept;
+    ///@}
 
     /// The first `fieldCount` parts, 0 to 4, separated by dots.
     /// Another count, or one that needs an absent part, throws CArgumentException for "fieldCount".
     std::wstring ToString(int fieldCount) const;
 
-    /// Part by part as numbers; an absent part sorts before 0.
+    /// Part by part as numbers; an absent part sorts before 0, so that 1.2 is less than 1.2.0.
+    ///@{
     std::strong_ordering operator<=>(const CVersion& other) const noexcept;
     bool operator==(const CVersion& other) const noexcept;
+    ///@}
 
 private:
     bool TryParseInternal(const wchar_t* version) noexcept;

@@ -26,7 +26,10 @@ public:
     static constexpr int IPv4Family = 2;  ///< AF_INET
     static constexpr int IPv6Family = 23; ///< AF_INET6
 
+    /// All zero, of no family.
     constexpr CIPAddress() noexcept = default;
+
+    /// A copy of the platform's structure, of whatever family.
     CIPAddress(const _SOCKADDR_INET& address) noexcept;
 
     /// From 4 or 16 bytes in network order, with port 0. Throws CArgumentNullException, or CArgumentException for
@@ -34,34 +37,39 @@ public:
     CIPAddress(const unsigned char* address, std::size_t length);
 
     /// Reads what Winsock reads: for IPv6 anything with a colon, also "[::1]:80"; for IPv4 also "127.1" and
-    /// "010.0.0.1" (octal), but a port only in brackets. Returns false, with the result unchanged, for other text, for
-    /// null and for empty text. Never throws.
+    /// "010.0.0.1" (octal), but a port only behind brackets, never with an IPv4 address. Returns false, with the result
+    /// unchanged, for other text, for null and for empty text. Never throws.
     static bool TryParse(const wchar_t* text, CIPAddress& result) noexcept;
 
-    /// 127.x.x.x or ::1
+    /// Whether the address is 127.x.x.x or ::1; false for other families.
     static bool IsLoopback(const CIPAddress& address) noexcept;
 
+    /// 4 bytes of an IPv4 address, 16 of any other, the highest first. Port and scope are not among them.
     std::vector<unsigned char> GetRawAddressBytesInNetworkOrder() const;
 
     /// As Winsock writes it, with the port when that is not 0: "127.0.0.1:80", "[::1]:80", "fe80::1%3". Throws
     /// CSocketException for a family that it does not know.
     std::wstring ToString() const;
 
+    /// IPv4Family, IPv6Family, or another AF_ number; 0 for an address that was given nothing.
     int GetFamily() const noexcept {
         return m_bytes[0] | m_bytes[1] << 8;
     }
+    /// The port in the processor's byte order; 0 for none.
     std::uint16_t GetPort() const noexcept {
         return static_cast<std::uint16_t>(m_bytes[2] << 8 | m_bytes[3]);
     }
+    /// Changes the port, which is given in the processor's byte order. It has no part in comparisons.
     void SetPort(std::uint16_t port) noexcept {
         m_bytes[2] = static_cast<unsigned char>(port >> 8);
         m_bytes[3] = static_cast<unsigned char>(port);
     }
-    /// The same for the platform's calls.
+    /// Writes the address into the platform's structure, all of its 28 bytes.
     void CopyTo(_SOCKADDR_INET& address) const noexcept;
 
-    // The order of addresses: IPv4 before IPv6, then byte by byte. Ports and scopes play no part. Another family throws
-    // CInvalidOperationException.
+    /// The order of addresses: by the number of the family, so that IPv4 comes before IPv6, then byte by byte. Ports
+    /// and scopes play no part. Two addresses of the same other family throw CInvalidOperationException.
+    ///@{
     friend bool operator<(const CIPAddress& a, const CIPAddress& b) {
         const int family = a.GetFamily(), other = b.GetFamily();
         if (family != other) {
@@ -82,6 +90,7 @@ public:
         }
         return !(b < a);
     }
+    ///@}
 
 private:
     friend class CDns;
@@ -114,7 +123,10 @@ private:
     alignas(4) unsigned char m_bytes[Size] = {};
 };
 
+/// The order of addresses, as of the friends of CIPAddress.
+///@{
 bool operator<(const CIPAddress& a, const CIPAddress& b);
 bool operator<=(const CIPAddress& a, const CIPAddress& b);
+///@}
 
 } // namespace ZelNet

@@ -10,10 +10,11 @@ namespace ZelWin32 {
 /// Release what COM gave before the guard ends, and end it on the thread that made it.
 class ZELCORE_API CComInitGuard {
 public:
-    /// Throws CComException when the system refuses.
+    /// Guards may be nested; COM ends with the outermost. Throws CComException when the system refuses.
     CComInitGuard();
     CComInitGuard(const CComInitGuard&) = delete;
     CComInitGuard& operator=(const CComInitGuard&) = delete;
+    /// Ends COM on the thread, unless the guard has found it there in another apartment.
     ~CComInitGuard();
 
 private:

@@ -10,7 +10,7 @@ public:
     COperatingSystem() = delete;
 
     /// Major and minor version and build, as the system reports them to this program: systems after 6.2 report 6.2
-    /// to programs whose manifest does not name them. Throws CWin32Exception.
+    /// to programs whose manifest does not name them. The revision is 0. Throws CWin32Exception.
     static ZelCore::CVersion GetVersion();
 };
 

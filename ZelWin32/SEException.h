@@ -29,13 +29,16 @@ public:
     /// in reverse order of creation.
     class ZELCORE_API CSETranslatorSentry {
     public:
-        /// Throws a C++ exception for a structured one. If it returns, the search for a handler goes on.
+        /// Throws a C++ exception for a structured one. If it returns, the search for a handler goes on. It runs on the
+        /// thread and the stack of the fault; what the pointers lead to is borrowed for the call.
         using Translator = void(__cdecl*)(unsigned int code, _EXCEPTION_POINTERS* pointers);
 
+        /// Begins to translate. Throws CWin32Exception when the system has no room for it.
         /// \param translator null for the library's own
         explicit CSETranslatorSentry(Translator translator);
         CSETranslatorSentry(const CSETranslatorSentry&) = delete;
         CSETranslatorSentry& operator=(const CSETranslatorSentry&) = delete;
+        /// Puts back what was there before.
         ~CSETranslatorSentry();
 
     private:
@@ -46,8 +49,11 @@ public:
         impl* m_impl;
     };
 
+    /// A copy has its own code and texts. Pointers to an object's texts end with it.
+    ///@{
     CSEException(const CSEException&);
     ~CSEException() override;
+    ///@}
 
     CSEException* Clone() const override;
     [[noreturn]] void Throw() const override;

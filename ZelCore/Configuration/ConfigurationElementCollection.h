@@ -8,7 +8,9 @@
 
 namespace ZelCore::Configuration {
 
-/// Calls `visit` with each child that is an element, in order. The element is borrowed for the call.
+/// Calls `visit` with each child that is an element, in order. The element is borrowed for the call. What `visit`
+/// throws passes through; CComException when the parser refuses.
+/// \param element not null, borrowed
 ZELCORE_API void VisitChildElements(IXMLDOMElement* element, const std::function<void(IXMLDOMElement*)>& visit);
 
 /// Elements by their "name" attribute: every child element is an entry, whatever its tag. Of two entries with one name
@@ -17,11 +19,16 @@ ZELCORE_API void VisitChildElements(IXMLDOMElement* element, const std::function
 /// \tparam E derives from CConfigurationElement and can be made without arguments
 template <class E>
 class CConfigurationElementCollection final : public CConfigurationElement,
-                                        public std::map<std::wstring, std::shared_ptr<E>> {
+                                              public std::map<std::wstring, std::shared_ptr<E>> {
 public:
+    /// Empty, with a tag that is for information only: without an argument "collection".
+    ///@{
     CConfigurationElementCollection() : CConfigurationElement(L"collection") {}
     explicit CConfigurationElementCollection(const wchar_t* elementName) : CConfigurationElement(elementName) {}
+    ///@}
 
+    /// Makes an entry of each child element and has it read itself. What it throws passes through; entries read before
+    /// stay. Null throws CArgumentNullException for "xmlIn".
     void Deserialize(IXMLDOMElement* xmlIn) override {
         CConfigurationElement::Deserialize(xmlIn);
         VisitChildElements(xmlIn, [this](IXMLDOMElement* child) {
@@ -30,6 +37,7 @@ public:
             (*this)[entry->CConfigurationElement::GetName()] = std::move(entry);
         });
     }
+    /// None: everything is an entry.
     void GetProperties(PropertyList&) override {}
 };
 

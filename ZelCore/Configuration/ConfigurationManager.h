@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+/// Sections, elements, properties and collections of XML configuration files.
 namespace ZelCore::Configuration {
 
 /// Opens configurations. COM must be initialised on the calling thread (ZelWin32::CComInitGuard).
@@ -18,11 +19,15 @@ public:
     ///
     /// \param path empty for the running program's own: its file name with ".config" behind it
     ///
-    /// Throws CXmlException for a file that is no XML, CWin32Exception when it cannot be read.
+    /// Where somebody has locked a range of the file it waits. Throws CXmlException for a file that is no XML,
+    /// CWin32Exception when it cannot be read, CComException without COM, CArgumentOutOfRangeException for "size"
+    /// beyond 1 GiB.
     static CConfiguration OpenExeConfiguration(const std::wstring& path);
 
-    /// The same for text in memory. Throws CConfigurationException with the parser's reason for text that is no XML,
-    /// CArgumentNullException for "text", CArgumentOutOfRangeException for a "length" beyond 1 GiB.
+    /// The same for text in memory, which is copied. Throws CConfigurationException with the parser's reason for text
+    /// that is no XML, and for a character of the value 0; CArgumentNullException for "text".
+    ///
+    /// \param length in characters, at most 1,073,741,823, otherwise CArgumentOutOfRangeException for "length"
     static CConfiguration OpenExeConfigurationBuffer(const wchar_t* text, std::size_t length);
 };
 

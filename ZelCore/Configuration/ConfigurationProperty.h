@@ -12,20 +12,24 @@ struct IXMLDOMNode;
 
 namespace ZelCore::Configuration {
 
-/// What a configuration element reads from one attribute or child element.
+/// What a configuration element reads from one attribute or child element. Make it a member of the element: the element
+/// finds it by the pointer that GetProperties gives.
 class ZELCORE_API CConfigurationPropertyBase {
 public:
-    /// \param name     the attribute's or child element's
+    /// \param name     the attribute's or child element's; null counts as empty
     /// \param required whether an element without it is an error
     CConfigurationPropertyBase(const wchar_t* name, bool required);
     virtual ~CConfigurationPropertyBase();
 
-    /// Takes the value from an attribute or element. Throws CArgumentNullException for null.
+    /// Takes the value from an attribute or element, which is borrowed. Throws CArgumentNullException for null, and
+    /// what the text of the node gives reason for; the status then stays.
     virtual void Deserialize(IXMLDOMNode* node) = 0;
 
+    /// Whether an element without the property is an error.
     bool IsRequired() const noexcept {
         return m_required;
     }
+    /// The name of the attribute or child element. Valid while the property lives.
     const std::wstring& GetName() const noexcept {
         return m_name;
     }
@@ -35,9 +39,13 @@ public:
     }
 
 protected:
+    /// For derived classes: copies name and status.
+    ///@{
     CConfigurationPropertyBase(const CConfigurationPropertyBase&) = default;
     CConfigurationPropertyBase& operator=(const CConfigurationPropertyBase&) = default;
+    ///@}
 
+    /// To be called by Deserialize once it has the value: makes the status "PARSED".
     void SetParsed();
 
 private:
@@ -46,22 +54,29 @@ private:
     std::wstring m_status;
 };
 
-// How the text of a node becomes a value. All throw CArgumentNullException for a null node.
+/// \name How the text of a node becomes a value
+/// All throw CArgumentNullException for "in", and leave the value as it was when they throw.
+///@{
 
 /// The text as it stands.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::wstring& value);
 /// True for "true" in any case, false for all other text.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, bool& value);
-/// Leading decimal digits with a sign; 0 without any; a negative number wraps around.
+/// Leading decimal digits with a sign; 0 without any; a negative number wraps around. Numbers above 2147483647 are not
+/// read as what they are.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::uint32_t& value);
+/// Leading decimal digits with a sign; 0 without any.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::int64_t& value);
-/// Names of levels and numbers, separated by commas or blanks: "Warning, ActivityTracing". Throws CArgumentException
-/// for other words.
+/// Names of levels, spelled as the enumeration has them, and decimal numbers, separated by commas or blanks:
+/// "Warning, ActivityTracing". Empty text is Off. Throws CArgumentException for "value" for other words.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, Diagnostics::SourceLevels& value);
+///@}
 
-/// The element that a collection is read from. Throws CArgumentNullException for null, CComException for another node;
-/// the caller releases the element.
+/// The element that a collection is read from. Throws CArgumentNullException for "node", CComException for another
+/// node, an attribute say; the caller releases the element.
 ZELCORE_API IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node);
+
+/// Gives back what GetCollectionElement returned; not null.
 ZELCORE_API void ReleaseElement(IXMLDOMElement* element) noexcept;
 
 /// A property of a scalar type (N is 1): text, bool, numbers, levels.
@@ -70,6 +85,9 @@ ZELCORE_API void ReleaseElement(IXMLDOMElement* element) noexcept;
 ///     CConfigurationProperty<std::int64_t> m_largest{L"largest", false, -1};
 template <class T, int N = 1> class CConfigurationProperty final : public CConfigurationPropertyBase {
 public:
+    /// \param name     the attribute's or child element's
+    /// \param required whether an element without it is an error
+    /// \param value    what the property has where the element lacks it
     CConfigurationProperty(const wchar_t* name, bool required, T value = T())
         : CConfigurationPropertyBase(name, required), m_value(std::move(value)) {}
 
@@ -77,12 +95,15 @@ public:
         Configuration::Deserialize(node, m_value);
         SetParsed();
     }
+    /// The value that was read, or else the one of the constructor. Valid while the property lives.
+    ///@{
     virtual T& GetValue() {
         return m_value;
     }
     virtual const T& GetValue() const {
         return m_value;
     }
+    ///@}
 
 private:
     T m_value;
@@ -93,8 +114,12 @@ private:
 ///     CConfigurationProperty<CConfigurationElementCollection<CServerElement>, 0> m_servers{L"servers", false};
 template <class T> class CConfigurationProperty<T, 0> final : public CConfigurationPropertyBase {
 public:
+    /// \param name     the child element's
+    /// \param required whether an element without it is an error; an empty one is there
     CConfigurationProperty(const wchar_t* name, bool required) : CConfigurationPropertyBase(name, required) {}
 
+    /// Adds the entries of the element. Throws as GetCollectionElement and as reading an entry does; entries read
+    /// before stay.
     void Deserialize(IXMLDOMNode* node) override {
         struct Owner {
             IXMLDOMElement* element;
@@ -105,12 +130,15 @@ public:
         m_value.Deserialize(owner.element);
         SetParsed();
     }
+    /// The collection, empty where the element lacks it. Valid while the property lives.
+    ///@{
     virtual T& GetValue() {
         return m_value;
     }
     const T& GetConstValue() const {
         return m_value;
     }
+    ///@}
 
 private:
     T m_value;

@@ -4,7 +4,8 @@
 
 namespace ZelCore::Configuration {
 
-/// An element that a configuration file declares as a section.
+/// An element that a configuration file declares as a section. Derive from it as from CConfigurationElement, and read
+/// it with CConfiguration::GetSection.
 class ZELCORE_API CConfigurationSection : public CConfigurationElement {
 public:
     using CConfigurationElement::CConfigurationElement;
@@ -13,8 +14,11 @@ public:
     virtual std::wstring GetTypeName() = 0;
 
 protected:
+    /// For derived classes: as CConfigurationElement is copied.
+    ///@{
     CConfigurationSection(const CConfigurationSection&) = default;
     CConfigurationSection& operator=(const CConfigurationSection&) = default;
+    ///@}
     ~CConfigurationSection() = default;
 };
 

@@ -9,6 +9,7 @@ namespace ZelCore::Diagnostics {
 /// reader has gone, loses them.
 class ZELCORE_API CConsoleTraceListener final : public CTraceListener {
 public:
+    /// Standard output is looked up for each event. Null throws CArgumentNullException for "name".
     explicit CConsoleTraceListener(const wchar_t* name);
     ~CConsoleTraceListener() override;
 

@@ -10,14 +10,19 @@ namespace ZelCore::Diagnostics {
 /// event tracing, the activity types become information.
 class ZELCORE_API CEventProviderTraceListener final : public CTraceListener {
 public:
-    /// \param provider the provider's GUID: "{...}" or without braces; CArgumentException for other text
+    /// Registers the provider until the listener ends.
+    ///
+    /// \param name     null throws CArgumentNullException
+    /// \param provider the provider's GUID: "{...}" or without braces; CArgumentException for other text, and
+    ///                 CArgumentNullException for null
     ///
     /// Throws CWin32Exception when the system has no event tracing or refuses the provider.
     CEventProviderTraceListener(const wchar_t* name, const wchar_t* provider);
+    /// Unregisters the provider.
     ~CEventProviderTraceListener() override;
 
     /// Nobody may be listening, or too slowly: that is no failure. Lines are cut after 31,000 characters. Throws
-    /// CWin32Exception for others.
+    /// CWin32Exception for other failures.
     void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
                     const wchar_t* message) override;
 

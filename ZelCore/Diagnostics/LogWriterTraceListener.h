@@ -23,16 +23,19 @@ public:
     /// \param maximumFileSize bytes, at least 1, or -1 for no limit; a longer line has a file of its own
     /// \param maximumNumberOfFiles how many files are kept, with the current one; at least 1
     ///
-    /// Throws CArgumentNullException and CArgumentOutOfRangeException, and CWin32Exception for the folder.
+    /// Throws CArgumentNullException and CArgumentOutOfRangeException, CArgumentException for an empty "fileName", what
+    /// reading the configuration throws, and CWin32Exception for the folder.
     CLogWriterTraceListener(const wchar_t* name, const wchar_t* fileName, std::int64_t maximumFileSize,
                             std::uint32_t maximumNumberOfFiles);
+    /// Closes the file, unless another listener of the process writes to it.
     ~CLogWriterTraceListener() override;
 
-    /// Throws CWin32Exception when the line cannot be written.
+    /// Throws CWin32Exception when the line cannot be written; it is then not or not wholly in the file. A roll that
+    /// fails is no failure: the file grows until it can be rolled.
     void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
                     const wchar_t* message) override;
 
-    /// The full path of the current file.
+    /// The full path of the current file, the same before and after a roll. Valid while the listener lives.
     const std::wstring& GetPath() const noexcept;
 
 private:

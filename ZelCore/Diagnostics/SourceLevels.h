@@ -6,30 +6,31 @@ namespace ZelCore::Diagnostics {
 
 /// What an event tells: one bit each.
 enum class TraceEventType : std::uint32_t {
-    Critical = 0x1,
-    Error = 0x2,
-    Warning = 0x4,
-    Information = 0x8,
-    Verbose = 0x10,
-    Start = 0x100,
-    Stop = 0x200,
-    Suspend = 0x400,
-    Resume = 0x800,
-    Transfer = 0x1000,
+    Critical = 0x1,    ///< the program cannot go on
+    Error = 0x2,       ///< something failed
+    Warning = 0x4,     ///< something may fail later
+    Information = 0x8, ///< something was done
+    Verbose = 0x10,    ///< how it was done
+    Start = 0x100,     ///< an activity begins
+    Stop = 0x200,      ///< it ends
+    Suspend = 0x400,   ///< it waits
+    Resume = 0x800,    ///< it goes on
+    Transfer = 0x1000, ///< it goes over into another one
 };
 
 /// Which events a switch lets pass: a mask of types, or a level that includes those above it.
 enum class SourceLevels : std::uint32_t {
-    Off = 0,
-    Critical = 0x1,
-    Error = 0x3,
-    Warning = 0x7,
-    Information = 0xF,
-    Verbose = 0x1F,
+    Off = 0,                  ///< none
+    Critical = 0x1,           ///< Critical alone
+    Error = 0x3,              ///< Critical and Error
+    Warning = 0x7,            ///< these and Warning
+    Information = 0xF,        ///< these and Information
+    Verbose = 0x1F,           ///< these and Verbose, but no activities
     ActivityTracing = 0xFF00, ///< Start, Stop, Suspend, Resume and Transfer
-    All = 0xFFFFFFFF,
+    All = 0xFFFFFFFF,         ///< every type, also those of a program's own
 };
 
+/// The events that either of two masks lets pass.
 constexpr SourceLevels operator|(SourceLevels a, SourceLevels b) noexcept {
     return static_cast<SourceLevels>(static_cast<std::uint32_t>(a) | static_cast<std::uint32_t>(b));
 }

@@ -12,7 +12,8 @@ public:
     CSourceSwitchManager() = delete;
 
     /// The live switch of the name, or a new one from "switches" of the program's configuration. Throws
-    /// CArgumentNullException for "switchName", CConfigurationException for a name that is not there.
+    /// CArgumentNullException for "switchName", CConfigurationException for a name that is not there, and what reading
+    /// the configuration throws.
     static std::shared_ptr<CSourceSwitch> GetSourceSwitch(const wchar_t* switchName);
 };
 

@@ -6,7 +6,8 @@
 
 namespace ZelCore::Diagnostics {
 
-/// Measures time between Start and Stop with the system's high-resolution counter.
+/// Measures time between Start and Stop with the system's high-resolution counter. It is stopped at first, with nothing
+/// measured. A copyable value; one thread at a time.
 class ZELCORE_API CStopwatch {
 public:
     /// Goes on from what was measured before; does nothing while it is running.
@@ -20,6 +21,8 @@ public:
     /// Ticks per second of GetTimestamp: the counter's, or 10,000,000 where there is no such counter and timestamps
     /// are ticks of CDateTime. May be called from any thread, as GetTimestamp.
     static std::int64_t GetFrequency();
+
+    /// The counter as it is now. Only differences mean something, and only on one computer until it restarts.
     static std::int64_t GetTimestamp();
 
 private:

@@ -17,11 +17,12 @@ public:
     /// other form does.
     static std::shared_ptr<CTraceListener> GetTraceListener(const wchar_t* listenerName);
 
-    /// The live listener of the name, or a new one of these values.
+    /// The live listener of the name, whatever its values, or a new one of these values.
     ///
     /// \param listenerType   "FileLog" for a CLogWriterTraceListener, "EventProvider" for a
     ///                       CEventProviderTraceListener, anything else for a CConsoleTraceListener
-    /// \param initializeData the file name, the provider's GUID, or nothing
+    /// \param initializeData the file name, the provider's GUID, or empty text
+    /// \param maximumFileSize,maximumNumberOfFiles  as of CLogWriterTraceListener; checked for every type
     ///
     /// Throws CArgumentNullException for "listenerName", "listenerType" or "initializeData",
     /// CArgumentOutOfRangeException for "maximumFileSizem" (below 1 and not -1) or "maximumNumberOfFiles" (0), and what

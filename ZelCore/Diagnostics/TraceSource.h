@@ -12,6 +12,7 @@ namespace ZelWin32 {
 class CCriticalSection;
 }
 
+/// Trace sources with switches and listeners, the event log, and the stopwatch.
 namespace ZelCore::Diagnostics {
 
 class CTraceSourceImpl;
@@ -34,27 +35,45 @@ public:
     explicit CTraceSource(const wchar_t* name);
     CTraceSource(const CTraceSource&) = delete;
     CTraceSource& operator=(const CTraceSource&) = delete;
+    /// Lets go of switch and listeners, which end with the last source that shares them.
     ~CTraceSource();
 
-    /// \param function, file where the event happens; null counts as empty
+    /// Tells every listener, the configured ones in the order of their names and then those that were added, unless the
+    /// switch rejects events of this type. The time is taken once for all of them.
+    ///
+    /// \param function,file where the event happens; null counts as empty
+    /// \param line     the line in that file
+    /// \param type     one of the types
     /// \param message  null counts as empty
     void TraceEvent(const wchar_t* function, const wchar_t* file, int line, TraceEventType type,
                     const wchar_t* message) const;
 
-    /// The same with a message as of CString::Format, which is formatted also for an event that is rejected.
+    /// The same with a message as of CString::Format, which is formatted also for an event that is rejected. Throws as
+    /// CString::Format does, also for a null "format".
+    ///@{
     void TraceEventFormat(const wchar_t* function, const wchar_t* file, int line, TraceEventType type,
                           const wchar_t* format, ...) const;
     void TraceEventV(const wchar_t* function, const wchar_t* file, int line, TraceEventType type, const wchar_t* format,
                      va_list arguments) const;
+    ///@}
 
-    /// Shared with every source of the same configured name, as are the listeners.
+    /// The switch, shared with every source of the same configured name, as are the listeners. Valid while the source
+    /// lives. Throws as the first event does where it comes before that.
+    ///@{
     const CSourceSwitch& GetSourceSwitch() const;
     CSourceSwitch& GetSourceSwitch();
+    ///@}
 
-    /// Null throws CArgumentNullException for "listener".
+    /// Adds a listener behind the others, for all sources that share them; they keep it alive. Null throws
+    /// CArgumentNullException for "listener". Not while anybody traces; throws as the first event does.
     void AddTraceListener(const std::shared_ptr<CTraceListener>& listener);
+
+    /// Leaves all sources that share the listeners without any. Not while anybody traces; throws as the first event
+    /// does.
     void RemoveAllListeners();
 
+    /// The name that the source was made with, also where the configuration has an ancestor of it. Valid while the
+    /// source lives.
     const std::wstring& GetName() const noexcept {
         return m_name;
     }

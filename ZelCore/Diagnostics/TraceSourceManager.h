@@ -20,12 +20,12 @@ public:
     CTraceSourceImpl& operator=(const CTraceSourceImpl&) = delete;
     ~CTraceSourceImpl();
 
-    std::wstring name; ///< the configured one
-    std::shared_ptr<CSourceSwitch> sourceSwitch;
+    std::wstring name;                                      ///< the configured one
+    std::shared_ptr<CSourceSwitch> sourceSwitch;            ///< never null; without a name if no other source shares it
     std::vector<std::shared_ptr<CTraceListener>> listeners; ///< changed only while nobody traces
 };
 
-/// The sources of the process by name. Any thread.
+/// The sources of the process by name. An implementation lives as long as a source holds it. Any thread.
 class ZELCORE_API CTraceSourceManager {
 public:
     CTraceSourceManager() = delete;

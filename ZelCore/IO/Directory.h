@@ -20,9 +20,11 @@ public:
     /// Creates a directory and every missing one above it; existing ones are fine. A failure names the level that
     /// could not be made and leaves the levels made before.
     ///
-    /// A file in the place of a level counts as existing: for the last level that goes unnoticed.
-    /// \param securityAttributes for every level that is created; null for the system's default
+    /// A file in the place of a level counts as existing: for the last level that goes unnoticed. So does a UNC share.
     /// The bare name of a UNC server throws CArgumentException for "directoryPath".
+    ///
+    /// \param directoryPath levels separated by `\` or `/`
+    /// \param securityAttributes for every level that is created; null for the system's default
     static void Create(const wchar_t* directoryPath, _SECURITY_ATTRIBUTES* securityAttributes);
 
     /// Deletes a directory for good: an empty one, or with `recursive` with all that it holds. A missing directory

@@ -27,31 +27,44 @@ class ZELCORE_API CFileStream : public CStream {
 public:
     /// Whether other holders of a lock may share the range. Any value but Shared locks exclusively.
     enum class LockType : int {
-        Shared = 0,
-        Exclusive = 1,
+        Shared = 0,    ///< other holders of Shared may lock the same range
+        Exclusive = 1, ///< nobody else may
     };
 
-    /// Opens or creates a file.
+    /// Opens or creates a file. The handle is the stream's own, closed by Close and by the destructor.
     ///
+    /// \param fileName      kept as the stream's name
     /// \param desiredAccess GENERIC_READ or FILE_READ_DATA give CanRead, GENERIC_WRITE or FILE_WRITE_DATA give
     ///                      CanWrite; GENERIC_ALL gives neither of them
+    /// \param shareMode,securityAttributes,creationDisposition  as of CreateFileW
     /// \param flagsAndAttributes with FILE_FLAG_OVERLAPPED the stream is asynchronous
     ///
-    /// Throws CWin32Exception "Could not create a file stream on '...'" when the system refuses.
+    /// Throws CArgumentNullException or CArgumentException (empty) for "fileName", CWin32Exception "Could not create a
+    /// file stream on '...'" when the system refuses.
+    ///@{
     CFileStream(const wchar_t* fileName, unsigned long desiredAccess, unsigned long shareMode,
                 _SECURITY_ATTRIBUTES* securityAttributes, unsigned long creationDisposition,
                 unsigned long flagsAndAttributes);
     CFileStream(const std::wstring& fileName, unsigned long desiredAccess, unsigned long shareMode,
                 _SECURITY_ATTRIBUTES* securityAttributes, unsigned long creationDisposition,
                 unsigned long flagsAndAttributes);
+    ///@}
 
-    /// The source is left closed. An outstanding operation moves along; its result stays valid.
+    /// The source is left closed. An outstanding operation moves along; its result stays valid. Assignment first closes
+    /// the target.
+    ///@{
     CFileStream(CFileStream&& other) noexcept;
     CFileStream& operator=(CFileStream&& other) noexcept;
+    ///@}
+
+    /// Closes the stream, and waits as Close does.
     ~CFileStream() override;
 
-    /// Starts to read at the current position. The buffer stays untouched by the caller until EndRead.
+    /// Starts to read at the current position, which moves when the operation completes. The buffer stays untouched by
+    /// the caller until EndRead; null throws CArgumentNullException for "buffer". While an operation is outstanding it
+    /// throws CInvalidOperationException.
     ///
+    /// \param buffer   borrowed until the operation is over
     /// \param count    in bytes; more than 4294967295 are cut to that
     /// \param callback told on a pool thread; null to wait in EndRead or on the result's handle
     /// \param state    returned by the result's GetAsyncState
@@ -68,6 +81,7 @@ public:
     const IAsyncResult* BeginWrite(const unsigned char* buffer, std::size_t count, CAsyncCallback* callback,
                                    void* state) override;
 
+    /// Closes the file. An outstanding operation is cancelled and waited for, unless this is called from its callback.
     void Close() override;
 
     /// Waits for the operation, ends its life and returns the bytes read, or throws what the operation failed
@@ -76,24 +90,39 @@ public:
     /// For an operation with a callback that has not completed yet it throws CInvalidOperationException: the
     /// operation is then abandoned, its callback is not invoked any more, and its buffer must stay valid until
     /// the stream is closed.
+    ///
+    /// Throws CArgumentNullException for null and CArgumentException for a result that is not that of the outstanding
+    /// BeginRead, both for "asyncResult"; the operation then goes on.
     std::size_t EndRead(const IAsyncResult* asyncResult) override;
+
+    /// The same for a BeginWrite, which has then written everything.
     void EndWrite(const IAsyncResult* asyncResult) override;
 
     /// Writes the system's buffers to the disk. Needs write access.
     void Flush() override;
+
+    /// CanSeek always, CanRead and CanWrite by the access that the file was opened with.
     StreamCapabilities GetCapabilities() const override;
+
+    /// The length of the file as the system has it now, whoever writes it.
     std::int64_t GetLength() const override;
 
-    /// The path that the stream was opened with; also after Close.
+    /// The path that the stream was opened with; also after Close, but empty after a move. Valid until the stream ends,
+    /// moves or is assigned to.
     const wchar_t* GetName() const override;
     std::int64_t GetPosition() const override;
+
+    /// Reads at the position, at most 1 GiB with one call; 0 at the end of the file. A null buffer throws
+    /// CArgumentNullException for "buffer".
     std::size_t Read(unsigned char* buffer, std::size_t count) override;
 
     /// A synchronous file may be positioned beyond its end; an asynchronous one only with write access, otherwise
-    /// its position is cut back to the length.
+    /// its position is cut back to the length. Before the beginning a synchronous file throws CWin32Exception, an
+    /// asynchronous one CArgumentException for "offset". While an operation is outstanding CInvalidOperationException.
     std::int64_t Seek(std::int64_t offset, SeekOrigin origin) override;
 
-    /// Writes all bytes; a full disk throws with ERROR_DISK_FULL, the position behind what was written.
+    /// Writes all bytes; a full disk throws CWin32Exception with ERROR_DISK_FULL, the position behind what was written.
+    /// A null buffer throws CArgumentNullException for "buffer", also for a count of 0.
     void Write(const unsigned char* buffer, std::size_t count) override;
 
     /// Cuts or extends the file to `length` bytes. The position stays where it was, beyond the end if need be.
@@ -101,10 +130,12 @@ public:
     void SetLength(std::int64_t length);
 
     /// Locks a range of bytes for this handle and waits without limit until it is free. Locking a range that
-    /// this stream has locked already waits for ever. Synchronous files only.
+    /// this stream has locked already waits for ever. Synchronous files only. A negative number throws
+    /// CArgumentException for "position" or "length".
     void Lock(std::int64_t position, std::int64_t length, LockType type);
 
-    /// Releases a range, exactly as it was locked.
+    /// Releases a range, exactly as it was locked; closing the file releases all. Synchronous files only. Another range
+    /// throws CWin32Exception, a negative number as of Lock.
     void Unlock(std::int64_t position, std::int64_t length);
 
 private:

@@ -16,7 +16,8 @@ public:
     /// The path with "\" at its end. An empty path stays empty.
     static std::wstring AddBackslash(const wchar_t* path);
 
-    /// path2 below path1; path2 alone when it starts at a root or drive or when path1 is empty.
+    /// path2 below path1; path2 alone when it starts at a root or drive or when path1 is empty. Neither is looked at
+    /// any further: ".." stays.
     static std::wstring Combine(const wchar_t* path1, const wchar_t* path2);
 
     /// What follows the last "\", "/" or ":"; the whole path when there is none.
@@ -32,7 +33,10 @@ public:
     static std::wstring GetTempPathW();
 
     /// Creates an empty file with a new name in a folder and returns its path.
+    ///
+    /// \param directory at most 246 characters, as the system demands
     /// \param prefix at most 3 characters, the first ones of the name; a longer one throws CArgumentException
+    ///
     /// Fails with error 80 when all 65,535 names of the folder and prefix are taken.
     static std::wstring GetTempFileNameW(const std::wstring& directory, const wchar_t* prefix);
 
@@ -43,8 +47,8 @@ public:
     /// "\\server\C%3A\x", becomes "\\server\C$\x". Any other path is returned as it is.
     static std::wstring NormalizeUncName(const wchar_t* path);
 
-    /// Splits at the last "\" or "/". The parent keeps the separator only where it is a root ("\", "C:\"); it is
-    /// empty for a path without separator.
+    /// Splits at the last "\" or "/" into parent and child. The parent keeps the separator only where it is a root,
+    /// such as `\` or `C:\`; it is empty for a path without separator.
     static std::pair<std::wstring, std::wstring> SplitParentChild(std::wstring path);
 };
 

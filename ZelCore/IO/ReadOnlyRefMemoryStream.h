@@ -7,8 +7,8 @@ namespace ZelCore::IO {
 /// A CMemoryStream over a buffer of the caller, who keeps it alive and unchanged as long as the stream lives.
 class ZELCORE_API CReadOnlyRefMemoryStream : public CMemoryStream {
 public:
-    /// \param bufferSize in bytes; a null buffer of size 0 is an empty stream
-    /// A null buffer of another size throws CArgumentException for "bufferSize".
+    /// \param buffer     borrowed; null only for a size of 0, otherwise CArgumentException for "bufferSize"
+    /// \param bufferSize in bytes; 0 makes an empty stream
     CReadOnlyRefMemoryStream(const unsigned char* buffer, std::size_t bufferSize);
     ~CReadOnlyRefMemoryStream() override;
 
@@ -16,6 +16,7 @@ public:
     std::int64_t GetLength() const override;
 
 protected:
+    /// The buffer of the constructor.
     const unsigned char* GetData() const override;
 
 private:

@@ -9,32 +9,36 @@
 // Compilers with ATL have the class there; include <atlsecurity.h> first to use that one.
 #ifndef __ATLSECURITY_H__
 
+/// Where programs that also build with ATL look for its access token: nothing else is here.
 namespace ATL {
 
 /// Owns an access token: who calls, and what he belongs to. All questions throw CWin32Exception when the system has no
-/// answer, also for an empty object.
+/// answer, also for an empty object. Several threads may ask at a time.
 class ZELCORE_API CAccessToken {
 public:
+    /// Without a token.
     CAccessToken() noexcept = default;
     CAccessToken(const CAccessToken&) = delete;
     CAccessToken& operator=(const CAccessToken&) = delete;
+    /// Closes the handle.
     ~CAccessToken();
 
-    /// Takes over a handle in place of the one it has, which is closed.
+    /// Takes over a handle, or null for none, in place of the one it has, which is closed.
     void Attach(void* token) noexcept;
-    /// Gives the handle away.
+    /// Gives the handle away: the caller closes it, the object is empty.
     void* Detach() noexcept {
         return std::exchange(m_token, nullptr);
     }
+    /// The handle, borrowed; null where there is none.
     void* GetHandle() const noexcept {
         return m_token;
     }
 
-    /// The user's security identifier (SID).
+    /// The user's security identifier (SID), as the system's functions take it.
     std::vector<unsigned char> GetUserSid() const;
     /// The user's name with its domain: "DOMAIN\user".
     std::wstring GetUserAndDomain() const;
-    /// Whether the user or one of the enabled groups of the token has this SID.
+    /// Whether the user or one of the enabled groups of the token has this SID. Those that only deny do not count.
     bool IsMember(const std::vector<unsigned char>& sid) const;
 
 private:

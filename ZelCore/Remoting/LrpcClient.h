@@ -21,9 +21,11 @@ class ZELCORE_API CLrpcClient {
 public:
     CLrpcClient(const CLrpcClient&) = delete;
     CLrpcClient& operator=(const CLrpcClient&) = delete;
+    /// Frees the binding. Calls that use it must be over.
     virtual ~CLrpcClient();
 
-    /// Asks the server's side. Throws CRpcException.
+    /// Asks the server's side, and waits for its answer: false when it says that it no longer listens. Throws
+    /// CRpcException for other failures, mostly with 1722 where there is no server.
     bool IsServerListening();
 
 protected:
@@ -31,7 +33,7 @@ protected:
     /// for a name that the runtime refuses.
     explicit CLrpcClient(const wchar_t* endpoint);
 
-    /// The RPC_BINDING_HANDLE, borrowed.
+    /// The RPC_BINDING_HANDLE, borrowed; valid while the object lives.
     void* GetBinding() const noexcept {
         return m_binding.Get();
     }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+/// Servers and clients of local remote procedure calls.
 namespace ZelCore::Remoting {
 
 /// The server's side of local remote procedure calls (protocol sequence "ncalrpc"). Derive from it, hand over the
@@ -38,7 +39,9 @@ public:
 
 protected:
     /// Decides whether a caller is served. Called on the runtime's threads, by several at once; what it throws of the
-    /// exception family refuses the call.
+    /// exception family refuses the call; it must not throw anything else.
+    ///
+    /// \param clientToken the caller's, borrowed for the call
     virtual bool AuthorizeClient(const ATL::CAccessToken& clientToken) = 0;
 
 public:
@@ -54,14 +57,18 @@ public:
     /// refuses a second one, in ListeningStopped, with 1713.
     void Shutdown();
 
-    /// Waits until the process no longer listens and all calls have ended; false where it did not listen.
+    /// Waits until the process no longer listens and all calls have ended; false where it did not listen. Throws
+    /// CRpcException.
     bool ListeningStopped();
 
+    /// The name that the server was made with. Valid while it lives.
     const std::wstring& GetEndpointName() const;
 
 protected:
     /// Registers nothing yet. Throws CArgumentNullException or CArgumentException for "endpoint",
     /// CArgumentNullException for "serverIf".
+    ///
+    /// \param endpoint   the name by which clients find the server on this computer
     /// \param serverIf   the interface's RPC_IF_HANDLE
     /// \param managerEpv its entry-point vector; null for the default one
     CLrpcServer(const wchar_t* const endpoint, void* serverIf, const void* managerEpv);

@@ -7,13 +7,19 @@ namespace ZelCore::Remoting {
 /// The RPC runtime reported a failure. The code is its status, the message the runtime's text for it.
 class ZELCORE_API CRpcException : public CException {
 public:
+    /// \param status an RPC_STATUS, such as 1722; without a text of the runtime the message is "Unknown error 1722"
+    /// \param method,file,line  the throw site, see ZEL_SITE
     CRpcException(long status, const wchar_t* method, const wchar_t* file, int line);
+    /// A copy has its own code and texts. Pointers to an object's texts end with it.
+    ///@{
     CRpcException(const CRpcException&);
     ~CRpcException() override;
+    ///@}
 
     CRpcException* Clone() const override;
     [[noreturn]] void Throw() const override;
 
+    /// The RPC_STATUS, such as 1722 (RPC_S_SERVER_UNAVAILABLE).
     long GetError() const noexcept;
 };
 

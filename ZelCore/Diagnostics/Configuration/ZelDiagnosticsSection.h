@@ -5,9 +5,14 @@
 
 namespace ZelCore::Diagnostics::Configuration {
 
-/// The library's own section, "zel/zel.diagnostics": <zel.diagnostics logDirectory="%ProgramData%\Logs"/>
+/// The library's own section, "zel/zel.diagnostics", which has to be declared with the type that GetTypeName returns.
+///
+/// \code{.xml}
+/// <zel.diagnostics logDirectory="%ProgramData%\Logs"/>
+/// \endcode
 class ZELCORE_API CZelDiagnosticsSection final : public ZelCore::Configuration::CConfigurationSection {
 public:
+    /// Empty, nothing read.
     CZelDiagnosticsSection();
     CZelDiagnosticsSection(const CZelDiagnosticsSection&) = delete;
     CZelDiagnosticsSection& operator=(const CZelDiagnosticsSection&) = delete;
@@ -15,17 +20,19 @@ public:
 
     /// The section of a configuration file, read when it is first asked for and kept as long as the process lives; an
     /// empty section where there is none. May be called from any thread. Throws as reading a configuration does.
+    ///
     /// \param path as of CConfigurationManager::OpenExeConfiguration: empty for the program's own
     static const CZelDiagnosticsSection& GetZelDiagnosticsConfiguration(const std::wstring& path);
 
     void GetProperties(PropertyList& properties) override;
     std::wstring GetTypeName() override;
 
+    /// The log directory as it is written in the file; empty where it is not. Valid while the section lives.
     const std::wstring& GetLogDirectory() const {
         return m_logDirectory.GetValue();
     }
-    /// The log directory with the environment's variables in place. Throws CConfigurationException when the system
-    /// cannot expand them.
+    /// The log directory with the environment's variables in place, as they were when this was asked for the first
+    /// time. Throws CConfigurationException when the system cannot expand them. Valid while the section lives.
     const std::wstring& GetLogDirectoryExpanded() const;
 
 private:

@@ -31,46 +31,63 @@ enum class ZipArchiveMode : int {
 /// you can handle failures. In every case it closes the file and removes the staging folder.
 ///
 /// Names are wide strings, written as UTF-8 and read as UTF-8 whatever the archive says; the letters A to Z match
-/// in either case. Names come as the archive has them: check them before you use them as paths.
+/// in either case. Names come as the archive has them: check them before you use them as paths. A null name throws
+/// CArgumentNullException, an empty one CArgumentException for "entryName".
 ///
-/// One thread at a time.
+/// In Read mode every change, Flush too, throws CInvalidOperationException; so does every call on an archive that was
+/// moved from. One thread at a time.
 class ZELCORE_API CZipArchive {
 public:
-    /// Opens an archive. Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for
-    /// Update also when two entries share a name or the directory holds more than its end record says, since the
-    /// rewrite would lose entries. (Read finds the first.)
-    /// What opening the file and creating the staging folder fail with passes through.
+    /// Opens an archive. The file stays open until the destructor; others may read it meanwhile, except in Create mode.
+    ///
+    /// Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for Update also when two
+    /// entries share a name or the directory is not of the size that its end record says, since the rewrite would lose
+    /// entries. (Read finds the first.) What opening the file and creating the staging folder fail with passes through.
     CZipArchive(const wchar_t* path, ZipArchiveMode mode);
 
     /// The source is left closed. Assignment first ends the target as its destructor does, and may throw as that
     /// does; the target has taken over the source then all the same.
+    ///@{
     CZipArchive(CZipArchive&& other) noexcept;
     CZipArchive& operator=(CZipArchive&& other);
+    ///@}
+
+    /// Writes the archive unless it was opened for Read, also after a Flush; see above for what it may throw.
     ~CZipArchive() noexcept(false);
 
-    /// Whether a file begins like a ZIP archive; false for a missing file. It looks at four bytes only.
+    /// Whether a file begins like a ZIP archive; false for a missing file. It looks at four bytes only. Null throws
+    /// CArgumentNullException for "filePath", a file that cannot be read CWin32Exception.
     static bool IsArchive(const wchar_t* filePath);
 
-    /// All names in case-insensitive order.
+    /// All names in case-insensitive order, with the changes that are not written yet.
     std::vector<std::wstring> GetEntryNames() const;
 
     /// Opens an entry for reading; null when there is none of that name. Throws CInvalidOperationException
     /// "Invalid ZIP entry '...'" when its header is damaged. Entries with a method other than stored are read as
     /// deflated; entries whose header does not tell their size read as empty.
+    ///
+    /// \return the caller's; to be destroyed before the archive
     std::unique_ptr<CZipArchiveEntry> GetEntry(const wchar_t* entryName) const;
 
     /// Adds an entry with the current time (UTC) and the rest of a stream, or a buffer of `size` bytes, as data.
+    ///
+    /// \param data     borrowed for the call; a null buffer of a size throws CArgumentNullException
     /// \param compress deflate the data, or store it as it is
+    ///
     /// Throws CArgumentException for "entryName" when there is such an entry already or the name is longer than
     /// 65,535 bytes of UTF-8, CInvalidOperationException beyond the limits of the format. After a failure the
     /// archive is as it was.
+    ///@{
     void AddEntry(const wchar_t* entryName, CStream& data, bool compress);
     void AddEntry(const wchar_t* entryName, const unsigned char* data, std::uint64_t size, bool compress);
+    ///@}
 
     /// Replaces data, time and the spelling of the name, keeps stored or deflated. A missing entry throws
-    /// CArgumentException for "entryName". After a failure the entry is as it was.
+    /// CArgumentException for "entryName". After a failure the entry is as it was; otherwise as AddEntry.
+    ///@{
     void UpdateEntry(const wchar_t* entryName, CStream& data);
     void UpdateEntry(const wchar_t* entryName, const unsigned char* data, std::uint64_t size);
+    ///@}
 
     /// Removes an entry. A missing one throws CArgumentException for "entryName".
     void DeleteEntry(const wchar_t* entryName);

@@ -12,16 +12,25 @@ namespace ZelCore::IO::Compression {
 /// no other call to the archive in between.
 class ZELCORE_API CZipArchiveEntry {
 public:
+    /// The source has no stream any more: it may only be destroyed or assigned to.
+    ///@{
     CZipArchiveEntry(CZipArchiveEntry&& other) noexcept;
     CZipArchiveEntry& operator=(CZipArchiveEntry&& other) noexcept;
+    ///@}
+
+    /// Destroys the stream.
     ~CZipArchiveEntry();
 
-    /// The uncompressed data, from its beginning. The checksum is not verified. Lives as long as the entry.
+    /// The uncompressed data, from its beginning, to be read forwards: other operations may throw
+    /// CNotSupportedException whatever the stream's capabilities say. The checksum is not verified. Lives as long as
+    /// the entry; every call returns the same stream.
     CStream& GetStream() const noexcept;
 
-    /// Sizes in bytes as the archive's directory tells them.
+    /// Sizes in bytes as the archive's directory tells them, which nobody has compared with the data.
+    ///@{
     std::uint32_t GetCompressedSize() const noexcept;
     std::uint32_t GetUncompressedSize() const noexcept;
+    ///@}
 
 private:
     friend class CZipArchive;

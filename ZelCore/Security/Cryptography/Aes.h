@@ -7,20 +7,30 @@ namespace ZelCore::Security::Cryptography {
 /// AES (FIPS 197) with keys of 128, 192 or 256 bits; a key of 256 bits is generated. CFB feeds back 8 bits.
 class ZELCORE_API CAes final : public CSymmetricAlgorithm {
 public:
+    /// Blocks of 128 bits, a key of 256 bits, CBC, and 8 bits of feedback; key and IV are generated on first use.
     CAes();
+
+    /// A copy has key and IV too, in memory of its own that is wiped as well.
+    ///@{
     CAes(const CAes&) = default;
     CAes& operator=(const CAes&) = default;
+    ///@}
+
+    /// Wipes key and IV.
     ~CAes();
 
     using CSymmetricAlgorithm::CreateDecryptor;
     using CSymmetricAlgorithm::CreateEncryptor;
 
     void GenerateIV() override;
+
+    /// Of the current key size: throws CArgumentException for "key" where that is not 128, 192 or 256 bits.
     void GenerateKey() override;
+
     std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) override;
     std::unique_ptr<ICryptoTransform> CreateEncryptor(const SecureBytes& key, const SecureBytes& iv) override;
 
-    /// \param key 16, 24 or 32 bytes
+    /// \param key 16, 24 or 32 bytes, otherwise CArgumentException for "key"
     void SetKey(const SecureBytes& key) override;
 };
 

@@ -8,20 +8,25 @@ namespace ZelCore::Security::Cryptography {
 
 /// The digest that is signed.
 enum class SignatureHashAlgorithm : int {
-    Sha1 = 0, ///< for old data only
-    Sha256 = 1,
+    Sha1 = 0,   ///< for old data only
+    Sha256 = 1, ///< any other value acts as this
 };
 
-// RSA signatures and encryption with PKCS #1 v1.5 padding (RFC 8017). CryptoAPI keeps signatures and cipher text with
-// the lowest byte first, all others with the highest first: `reverse` converts to and from theirs.
-//
-// All throw CWin32Exception for what the system refuses, and CArgumentNullException for a null pointer with a size.
+/// \name RSA signatures and encryption
+/// With PKCS #1 v1.5 padding (RFC 8017). CryptoAPI keeps signatures and cipher text with the lowest byte first, all
+/// others with the highest first: `reverse` converts to and from theirs.
+///
+/// All throw CWin32Exception for what the system refuses, and CArgumentNullException for a null pointer with a size.
+/// They keep nothing and may be called from any thread.
+///@{
 
 /// Signs data of any size with the container's key.
+/// \return the signature, as long as the key; CWin32Exception with NTE_BAD_LEN for a key that is too short for it
 ZELCORE_API std::vector<unsigned char> SignData(const CPrivateKeyInfo& key, SignatureHashAlgorithm hash,
                                                 const unsigned char* data, std::size_t size, bool reverse);
 
-/// Whether the signature is that of the data by the owner of the key. Never throws for a signature that does not fit.
+/// Whether the signature is that of the data by the owner of the key. Never throws for a signature that does not fit,
+/// but CWin32Exception for a key that is none (NTE_BAD_KEY).
 ZELCORE_API bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm hash, const unsigned char* data,
                             std::size_t size, const unsigned char* signature, std::size_t signatureSize, bool reverse);
 
@@ -29,7 +34,10 @@ ZELCORE_API bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm ha
 /// was.
 ZELCORE_API void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse);
 
-/// Replaces cipher text by the data; on failure it stays as it was.
+/// Replaces cipher text by the data; on failure it stays as it was. Cipher text that is not as long as the key throws
+/// CWin32Exception with NTE_BAD_DATA.
 ZELCORE_API void DecryptData(const CPrivateKeyInfo& key, SecureBytes& data, bool reverse);
+
+///@}
 
 } // namespace ZelCore::Security::Cryptography

@@ -33,33 +33,49 @@ class ZELCORE_API CCryptoStream : public IO::CStream {
 public:
     /// Borrows both, which must outlive this stream. Neither constructor ever closes or flushes the other stream.
     ///
-    /// \param stream needs CanRead to read and CanWrite to write, otherwise CArgumentException for "stream"
+    /// \param stream    needs CanRead to read and CanWrite to write, otherwise CArgumentException for "stream"
+    /// \param transform at the beginning of its message
+    /// \param mode      the direction; any other value throws CArgumentOutOfRangeException for "mode"
     CCryptoStream(IO::CStream& stream, ICryptoTransform& transform, CryptoStreamMode mode);
 
     /// Shares ownership of both. A null pointer throws CArgumentNullException for "stream" or "transform".
     CCryptoStream(const std::shared_ptr<IO::CStream>& stream, const std::shared_ptr<ICryptoTransform>& transform,
                   CryptoStreamMode mode);
+
+    /// Closes the stream, but writes nothing after a failure. What Close throws ends the process.
     ~CCryptoStream() noexcept override;
 
     /// Writing, writes the last block. The stream is closed afterwards even if that throws.
     void Close() override;
 
-    /// Does nothing: incomplete blocks wait for more data until Close.
+    /// Does nothing: incomplete blocks wait for more data until Close. On a closed stream it throws
+    /// CInvalidOperationException.
     void Flush() override;
 
     /// CanRead or CanWrite, by the mode; none once closed.
     IO::StreamCapabilities GetCapabilities() const override;
 
-    /// GetLength, GetPosition and Seek throw CNotSupportedException.
+    /// Throws CNotSupportedException: there is no telling without going through the data.
     std::int64_t GetLength() const override;
+
+    /// Throws CNotSupportedException.
     std::int64_t GetPosition() const override;
 
     /// Fills the buffer unless the data ends before; 0 after the end. When the other stream throws, what was ready is
     /// kept for the next Read, which goes on there; when the transform throws, so does every further Read.
+    ///
+    /// Throws CInvalidOperationException on a closed or a writing stream, CArgumentNullException for "buffer" unless
+    /// the count is 0.
     std::size_t Read(unsigned char* buffer, std::size_t count) override;
+
+    /// Throws CNotSupportedException.
     std::int64_t Seek(std::int64_t offset, IO::SeekOrigin origin) override;
 
+    /// Transforms whole blocks and writes them on; the rest of less than a block waits for more.
+    ///
     /// When the other stream throws, the transformed bytes are kept and written first by the next Write or by Close.
+    /// Throws CInvalidOperationException on a closed or a reading stream, CArgumentNullException for "buffer" unless
+    /// the count is 0.
     void Write(const unsigned char* buffer, std::size_t count) override;
 
 private:

@@ -8,25 +8,37 @@ namespace ZelCore::Security::Cryptography {
 /// CFB feeds back a whole block.
 class ZELCORE_API CDes final : public CSymmetricAlgorithm {
 public:
+    /// Blocks, key and feedback of 64 bits, CBC; key and IV are generated on first use.
     CDes();
+
+    /// A copy has key and IV too, in memory of its own that is wiped as well.
+    ///@{
     CDes(const CDes&) = default;
     CDes& operator=(const CDes&) = default;
+    ///@}
+
+    /// Wipes key and IV.
     ~CDes();
 
     /// Always false: there is no table of weak keys.
+    ///@{
     static bool IsWeakKey(const SecureBytes& key);
     static bool IsSemiWeakKey(const SecureBytes& key);
+    ///@}
 
     using CSymmetricAlgorithm::CreateDecryptor;
     using CSymmetricAlgorithm::CreateEncryptor;
 
     /// As long as the key, so that it throws CArgumentException for "iv" while key and block differ in size.
     void GenerateIV() override;
+
+    /// Of the current key size, 64 bits unless it was changed; another size is refused when a transform is made.
     void GenerateKey() override;
+
     std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) override;
     std::unique_ptr<ICryptoTransform> CreateEncryptor(const SecureBytes& key, const SecureBytes& iv) override;
 
-    /// \param key of the current key size
+    /// \param key of the current key size, which is 8 bytes at first, otherwise CArgumentException for "key"
     void SetKey(const SecureBytes& key) override;
 };
 

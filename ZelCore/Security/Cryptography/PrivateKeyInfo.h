@@ -7,25 +7,28 @@
 namespace ZelCore::Security::Cryptography {
 
 /// Names a key container of the system, in which an RSA key pair lies that programs use but do not see.
-/// A copyable value: it holds the name, not the key.
+/// A copyable value: it holds the name, not the key. Only the methods that throw ask the system, each of them anew.
 class ZELCORE_API CPrivateKeyInfo {
 public:
     /// \param container the container's name; null or empty for the user's default container
     /// \param flags     CryptoAPI's, such as CRYPT_MACHINE_KEYSET (0x20) for a container of the computer
     explicit CPrivateKeyInfo(const wchar_t* container, unsigned long flags = 0);
 
-    /// The container's name, null for the default container.
+    /// The container's name, null for the default container. Valid while the object lives and is not assigned to.
     const wchar_t* GetContainerName() const noexcept;
+
+    /// The flags of the constructor, as CryptAcquireContextW takes them.
     unsigned long GetFlags() const noexcept;
 
     /// Makes the container with a new key pair of so many bits, for signatures and for encryption. Throws
     /// CWin32Exception, with NTE_EXISTS (0x8009000F) where there is such a container, and leaves none without a key.
+    /// More than 65,535 bits throw CArgumentOutOfRangeException for "bits".
     void Create(unsigned int bits) const;
 
     /// Deletes the container with its keys for ever. Throws CWin32Exception where there is none.
     void Delete() const;
 
-    /// The public half of the pair. Throws CWin32Exception.
+    /// The public half of the pair. Throws CWin32Exception where there is no such container or no key in it.
     CPublicKeyInfo GetPublicKey() const;
 
 private:

@@ -8,7 +8,7 @@ namespace ZelCore::Security::Cryptography {
 
 /// Who can decrypt encrypted memory: the flags of the system's function.
 enum class MemoryProtectionScope : unsigned long {
-    SameProcess = 0,
+    SameProcess = 0,  ///< this process
     CrossProcess = 1, ///< every process, until the system restarts
     SameLogon = 2,    ///< processes of the same logon session
 };
@@ -22,9 +22,11 @@ class ZELCORE_API CProtectedMemory {
 public:
     CProtectedMemory() = delete;
 
+    /// Replaces the bytes by their cipher text of the same size, which Unprotect turns back.
     static void Protect(unsigned char* userData, std::size_t size, MemoryProtectionScope scope);
 
-    /// Needs the scope that the memory was protected with.
+    /// Replaces the cipher text by the bytes. Needs the scope that the memory was protected with, and the same block:
+    /// anything else may succeed and give other bytes.
     static void Unprotect(unsigned char* userData, std::size_t size, MemoryProtectionScope scope);
 };
 

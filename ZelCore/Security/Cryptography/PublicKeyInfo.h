@@ -14,13 +14,18 @@ namespace ZelCore::Security::Cryptography {
 /// `-pubout -outform DER`. A copyable value.
 class ZELCORE_API CPublicKeyInfo {
 public:
-    /// Throws CArgumentNullException or CArgumentException for "encoded" when there is no data, CWin32Exception when
-    /// it is no public key.
+    /// Copies the data and decodes it. Throws CArgumentNullException or CArgumentException for "encoded" when there is
+    /// no data, CArgumentOutOfRangeException for a "size" beyond 32 bits, CWin32Exception when it is no public key.
     CPublicKeyInfo(const unsigned char* encoded, std::size_t size);
 
+    /// Copies have the data and share what was decoded of it, which nobody changes. Moving copies too, so that no
+    /// object is without a key.
+    ///@{
     CPublicKeyInfo(const CPublicKeyInfo&) = default; // a moved-from key would be none: moving copies
     CPublicKeyInfo& operator=(const CPublicKeyInfo&) = default;
+    ///@}
 
+    /// The bytes that the object was made of. Valid while it lives and is not assigned to.
     const std::vector<unsigned char>& GetEncoded() const noexcept {
         return m_encoded;
     }

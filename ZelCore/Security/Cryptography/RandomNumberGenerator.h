@@ -16,10 +16,11 @@ class CCryptoServiceProvider;
 /// are needed. One thread at a time.
 class ZELCORE_API CRandomNumberGenerator {
 public:
-    /// Throws CWin32Exception.
+    /// Throws CWin32Exception when the system has no provider.
     CRandomNumberGenerator();
     CRandomNumberGenerator(const CRandomNumberGenerator&) = delete;
     CRandomNumberGenerator& operator=(const CRandomNumberGenerator&) = delete;
+    /// Releases the provider context.
     ~CRandomNumberGenerator();
 
     /// Fills `size` bytes. Null throws CArgumentNullException for "data", a size of 0 CArgumentException for

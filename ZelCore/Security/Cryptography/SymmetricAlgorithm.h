@@ -30,20 +30,26 @@ enum class CipherMode : std::uint32_t {
 /// An algorithm is destroyed through its concrete class. One thread at a time.
 class ZELCORE_API CSymmetricAlgorithm {
 public:
-    /// Replace the IV and the key by random bytes.
+    /// Replace the IV and the key by random bytes, of the current block size and key size. Throw CArgumentException
+    /// where these sizes are none that SetIV and SetKey take, CWin32Exception when the system refuses; the old ones
+    /// then stay.
+    ///@{
     virtual void GenerateIV() = 0;
     virtual void GenerateKey() = 0;
+    ///@}
 
     /// Make a transform of the given key and IV, or of the algorithm's own, which are generated if there are none.
-    /// A short IV is filled up with zeros, an empty one too; ECB ignores the IV. The transform is independent of the
-    /// algorithm.
+    /// A short IV is filled up with zeros, an empty one too; ECB ignores the IV. The transform is the caller's and
+    /// independent of the algorithm, which may change or end before it.
     ///
     /// Throw CNotImplementedException for OFB, CArgumentException for "feedbackSize", "key" (empty) and "iv" (1 to 7
     /// bytes), CWin32Exception when the system refuses the key, say for its length.
+    ///@{
     virtual std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) = 0;
     virtual std::unique_ptr<ICryptoTransform> CreateDecryptor();
     virtual std::unique_ptr<ICryptoTransform> CreateEncryptor(const SecureBytes& key, const SecureBytes& iv) = 0;
     virtual std::unique_ptr<ICryptoTransform> CreateEncryptor();
+    ///@}
 
     /// The IV, generated first if there is none. The reference is valid until the IV changes.
     virtual const SecureBytes& GetIV() const;
@@ -58,24 +64,40 @@ public:
     /// that the cipher does not have.
     virtual void SetKey(const SecureBytes& key);
 
+    /// The size in bits of the key, or of the one that would be generated.
     virtual std::uint64_t GetKeySize() const;
     /// For the next key that is generated; a key that is there stays.
     virtual void SetKeySize(std::uint64_t bits);
 
+    /// The size of a block and of the IV, in bits. The ciphers have one size each: another one makes transforms that
+    /// take other counts than the system does.
+    ///@{
     virtual std::uint64_t GetBlockSize() const;
     virtual void SetBlockSize(std::uint64_t bits);
+    ///@}
 
-    /// How many bits CFB feeds back.
+    /// How many bits CFB feeds back. Another number than the class can do is refused when a transform is made.
+    ///@{
     virtual std::uint64_t GetFeedbackSize() const;
     virtual void SetFeedbackSize(std::uint64_t bits);
+    ///@}
 
+    /// For the transforms that are made from now on; CBC at first. Not checked before.
+    ///@{
     virtual CipherMode GetMode() const;
     virtual void SetMode(CipherMode mode);
+    ///@}
 
 protected:
+    /// Without key and IV. Sizes are in bits.
     CSymmetricAlgorithm(std::uint64_t blockSize, std::uint64_t feedbackSize, std::uint64_t keySize, CipherMode mode);
+    /// A copy has key and IV too, in memory of its own that is wiped as well.
+    ///@{
     CSymmetricAlgorithm(const CSymmetricAlgorithm&) = default;
     CSymmetricAlgorithm& operator=(const CSymmetricAlgorithm&) = default;
+    ///@}
+
+    /// Wipes key and IV.
     ~CSymmetricAlgorithm();
 
 private:

@@ -8,9 +8,16 @@ namespace ZelCore::Security::Cryptography {
 /// which has to be set: SetFeedbackSize(8).
 class ZELCORE_API CTripleDes final : public CSymmetricAlgorithm {
 public:
+    /// Blocks and feedback of 64 bits, a key of 192 bits, CBC; key and IV are generated on first use.
     CTripleDes();
+
+    /// A copy has key and IV too, in memory of its own that is wiped as well.
+    ///@{
     CTripleDes(const CTripleDes&) = default;
     CTripleDes& operator=(const CTripleDes&) = default;
+    ///@}
+
+    /// Wipes key and IV.
     ~CTripleDes();
 
     /// Always false: there is no table of weak keys.
@@ -19,12 +26,16 @@ public:
     using CSymmetricAlgorithm::CreateDecryptor;
     using CSymmetricAlgorithm::CreateEncryptor;
 
+    /// Always 8 bytes: throws CArgumentException for "iv" where the block size was changed.
     void GenerateIV() override;
+
+    /// Of the current key size: throws CArgumentException for "key" where that is not 128 or 192 bits.
     void GenerateKey() override;
+
     std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) override;
     std::unique_ptr<ICryptoTransform> CreateEncryptor(const SecureBytes& key, const SecureBytes& iv) override;
 
-    /// \param key 16 or 24 bytes
+    /// \param key 16 or 24 bytes, otherwise CArgumentException for "key"
     void SetKey(const SecureBytes& key) override;
 };
 
