@@ -161,6 +161,7 @@ enum class ZoneQuery { RoundTrip, Rfc1123 };
 std::wstring GetTimeZoneString(const CDateTime& value, ZoneQuery query) {
     const wchar_t* const method = L"`anonymous-namespace'::GetTimeZoneString";
     if (query != ZoneQuery::RoundTrip && query != ZoneQuery::Rfc1123) {
+        // Unreached: the two callers ask for one of the two.
         throw CArgumentException(L"query", nullptr, ZEL_SITE(method));
     }
     if (value.GetKind() == DateTimeKind::Utc) {
@@ -170,6 +171,7 @@ std::wstring GetTimeZoneString(const CDateTime& value, ZoneQuery query) {
         return {};
     }
     if (query == ZoneQuery::Rfc1123) {
+        // Unreached: only universal times are written in this format.
         throw CNotImplementedException(nullptr, ZEL_SITE(method));
     }
     const int minutes = GetLocalOffset(value);

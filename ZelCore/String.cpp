@@ -51,9 +51,11 @@ class PositionalPrintf {
 public:
     PositionalPrintf() {
         const HMODULE runtime = ::LoadLibraryW(L"ucrtbase.dll");
+        // Unreached: every supported system has this runtime.
         CheckWin32(runtime != nullptr, ZEL_SITE(L"`anonymous-namespace'::PositionalPrintf::PositionalPrintf"));
         m_print =
             reinterpret_cast<Print>(reinterpret_cast<void*>(::GetProcAddress(runtime, "__stdio_common_vswprintf_p")));
+        // Unreached: every such runtime has this function.
         CheckWin32(m_print != nullptr, ZEL_SITE(L"`anonymous-namespace'::PositionalPrintf::PositionalPrintf"));
         m_setHandler = reinterpret_cast<SetHandler>(
             reinterpret_cast<void*>(::GetProcAddress(runtime, "_set_thread_local_invalid_parameter_handler")));

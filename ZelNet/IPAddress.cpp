@@ -86,6 +86,7 @@ bool CIPAddress::Equals(const CIPAddress& other, bool ignoreScope) const {
         return Load4() == other.Load4();
     }
     if (GetFamily() != IPv6Family) {
+        // Unreached: the library compares addresses of the two families only.
         throw ZelCore::CInvalidOperationException(nullptr, ZEL_SITE(L"ZelNet::CIPAddress::Equals"));
     }
     return (ignoreScope || std::memcmp(m_bytes + ScopeAt, other.m_bytes + ScopeAt, Size - ScopeAt) == 0) &&

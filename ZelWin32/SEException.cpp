@@ -31,6 +31,7 @@ CSEException::CSETranslatorSentry::CSETranslatorSentry(Translator translator) : 
     const Translator chosen = translator != nullptr ? translator : &SETranslator;
     if (!EnterSETranslation(m_impl->scope, chosen, this)) {
         delete m_impl;
+        // Unreached: the first scope of a process fails only without slots or memory.
         ThrowLastError(ZEL_SITE(L"ZelWin32::CSEException::CSETranslatorSentry::CSETranslatorSentry"));
     }
     m_impl->runtimePrevious = SetRuntimeTranslator(chosen);

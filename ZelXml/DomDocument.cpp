@@ -64,6 +64,7 @@ DocumentPointer CreateDocument() {
 
 DocumentPointer CreateDocument(const unsigned char* data, std::size_t size) {
     constexpr std::size_t largest = 0x40000000;
+    // Unreached: takes a file of 1 GiB.
     ZelCore::CheckAtMost(size, largest, L"size", ZEL_SITE(Method));
     DocumentPointer document = CreateDocument();
     ComVariant source;

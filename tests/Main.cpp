@@ -1,3 +1,5 @@
+#include "Support/ImportHook.h"
+
 #include "ZelCore/Exception.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <optional>
 #include <thread>
+#include <typeinfo>
 
 namespace {
 
@@ -52,11 +56,32 @@ void Describe() {
     std::_Exit(4);
 }
 
+extern "C" [[noreturn]] void __cxa_throw(void* object, std::type_info* type, void (*destroy)(void*));
+
+const char* g_sites = nullptr;
+
+/// Notes where an exception of the library was thrown, for scripts/coverage.
+[[noreturn]] void NoteAndThrow(void* object, std::type_info* type, void (*destroy)(void*)) {
+    void* root = object;
+    if (typeid(ZelCore::CException).__do_catch(type, &root, 1)) {
+        if (std::FILE* const file = std::fopen(g_sites, "ab")) {
+            const auto& e = *static_cast<const ZelCore::CException*>(root);
+            std::fprintf(file, "%ls:%d %ls\n", e.GetSourceFile(), e.GetSourceLine(), e.GetMethod());
+            std::fclose(file);
+        }
+    }
+    __cxa_throw(object, type, destroy);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     std::set_terminate(&Describe);
     ::testing::InitGoogleTest(&argc, argv);
     ::testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
+    std::optional<ZelTest::ImportHook> sites;
+    if ((g_sites = std::getenv("ZEL_THROW_SITES")) != nullptr) {
+        sites.emplace("__cxa_throw", reinterpret_cast<void*>(&NoteAndThrow));
+    }
     return RUN_ALL_TESTS();
 }

@@ -72,6 +72,7 @@ bool GetAttribute(IXMLDOMElement* element, const wchar_t* name, std::wstring& va
         return false;
     }
     if (variant.vt != VT_BSTR) {
+        // Unreached: attributes of a document without a schema are text.
         CheckCom(::VariantChangeType(&variant, &variant, 0, VT_BSTR), ZEL_SITE(method));
     }
     value.assign(variant.bstrVal != nullptr ? variant.bstrVal : L"", ::SysStringLen(variant.bstrVal));
@@ -138,6 +139,7 @@ ElementPointer IncludeConfigSource(ElementPointer element, const std::wstring& c
     CheckCom(included->get_documentElement(root.Receive()), ZEL_SITE(method));
     NodePointer parent, replaced;
     CheckCom(element->get_parentNode(parent.Receive()), ZEL_SITE(method));
+    CheckCom(root && parent ? S_OK : E_FAIL, ZEL_SITE(method)); // the parser may keep a failure to itself
     CheckCom(parent->replaceChild(root.Get(), element.Get(), replaced.Receive()), ZEL_SITE(method));
     return root;
 }

@@ -11,7 +11,9 @@ namespace ZelCore::Configuration {
 ///     const ZelWin32::CComInitGuard com;
 ///     CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(L"");
 ///     CMySection section;
-///     if (configuration.GetSection(L"mygroup/my.section", section)) { ... }
+///     if (configuration.GetSection(L"mygroup/my.section", section)) {
+///         Use(section);
+///     }
 ///
 /// Names of sections become part of a query as they stand: never take them from outside. All copies share one document
 /// and must end before COM does on their thread; one thread at a time.

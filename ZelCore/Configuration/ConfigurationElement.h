@@ -17,9 +17,10 @@ class CConfigurationPropertyBase;
 ///     public:
 ///         CServerElement() : CConfigurationElement(L"server") {}
 ///         void GetProperties(PropertyList& properties) override {
-///             properties.insert(properties.end(), {&m_name, &m_port});
+///             properties.insert(properties.end(), {&m_host, &m_port});
 ///         }
-///         ...
+///         CConfigurationProperty<std::wstring> m_host{L"host", false, L"localhost"};
+///         CConfigurationProperty<std::uint32_t> m_port{L"port", false, 80};
 ///     };
 ///
 /// It holds pointers to its own members only while it is being read; it is destroyed through its own class.

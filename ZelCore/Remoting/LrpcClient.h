@@ -10,9 +10,9 @@ namespace ZelCore::Remoting {
 ///     class CCounterClient final : public CLrpcClient {
 ///     public:
 ///         CCounterClient() : CLrpcClient(L"counter") {}
-///         long Add(long value) {
+///         hyper Add(long value) {
 ///             CSEException::CSETranslatorSentry sentry(nullptr);   // failures of calls become CRpcException
-///             return ::Counter_Add(GetBinding(), value);
+///             return ::ClientCounterAdd(GetBinding(), value);
 ///         }
 ///     };
 ///

@@ -258,6 +258,7 @@ void CLrpcServer::impl::UnregisterRpcInterface() {
     auto& interfaces = GetProcess().interfaces;
     const auto found = interfaces.find(m_interface);
     if (found == interfaces.end()) {
+        // Unreached: whoever comes here has registered the interface.
         throw CInvalidOperationException(nullptr, ZEL_SITE(method));
     }
     if (--found->second == 0) {

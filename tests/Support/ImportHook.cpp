@@ -86,23 +86,43 @@ ImportHook::ImportHook(const char* function, void* replacement, const wchar_t* m
     WriteSlot(m_slot, replacement);
 }
 
+ImportHook::ImportHook(void** slot, void* replacement) : m_slot(slot), m_original(*slot) {
+    WriteSlot(m_slot, replacement);
+}
+
 ImportHook::~ImportHook() {
     if (m_slot != nullptr) {
         WriteSlot(m_slot, m_original);
     }
 }
 
-FailingCalls::FailingCalls(const std::vector<SystemCall>& calls) : m_thread(::GetCurrentThreadId()) {
-    m_code = static_cast<unsigned char*>(
-        ::VirtualAlloc(nullptr, calls.size() * ThunkSize, MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
-    unsigned char* code = m_code;
+template <class Place> void FailingCalls::Hook(const SystemCall& call, Place place) {
+    unsigned char* const code = m_code + m_thunks.size() * ThunkSize;
+    Thunk& thunk = m_thunks.emplace_back(Thunk{this, call});
+    const ImportHook& hook = m_hooks.emplace_back(place, code);
+    WriteThunk(code, &thunk, reinterpret_cast<void*>(&ShouldFail), reinterpret_cast<void*>(hook.GetOriginal<void()>()),
+               call.failure);
+}
+
+FailingCalls::FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods)
+    : m_thread(::GetCurrentThreadId()) {
+    m_code = static_cast<unsigned char*>(::VirtualAlloc(nullptr, (calls.size() + methods.size()) * ThunkSize,
+                                                        MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
     for (const SystemCall& call : calls) {
-        Thunk& thunk = m_thunks.emplace_back(Thunk{this, call});
-        const ImportHook& hook = m_hooks.emplace_back(call.name, code);
-        WriteThunk(code, &thunk, reinterpret_cast<void*>(&ShouldFail),
-                   reinterpret_cast<void*>(hook.GetOriginal<void()>()), call.failure);
-        code += ThunkSize;
+        Hook(call, call.name);
     }
+    for (void** const method : methods) {
+        Hook({"a COM method", 0x80004005}, method);
+    }
+}
+
+std::vector<void**> GetMethods(void* object, std::size_t first, std::size_t last) {
+    void** const table = *static_cast<void***>(object);
+    std::vector<void**> methods{table};
+    for (; first < last; ++first) {
+        methods.push_back(table + first);
+    }
+    return methods;
 }
 
 FailingCalls::~FailingCalls() {

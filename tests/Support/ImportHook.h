@@ -13,6 +13,8 @@ class ImportHook {
 public:
     /// Fails the running test when the module does not import the function.
     ImportHook(const char* function, void* replacement, const wchar_t* module = L"ZelCore.dll");
+    /// Replaces an entry of any table of functions, a COM object's say.
+    ImportHook(void** slot, void* replacement);
     /// The replacement is a lambda without captures.
     template <class Lambda>
     requires requires(Lambda lambda) {
@@ -43,7 +45,8 @@ struct SystemCall {
 /// Lets the n-th of all calls that this thread makes through the hooked functions fail, and the others pass.
 class FailingCalls {
 public:
-    explicit FailingCalls(const std::vector<SystemCall>& calls);
+    /// \param methods entries in the tables of COM objects, which fail with E_FAIL
+    explicit FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods = {});
     FailingCalls(const FailingCalls&) = delete;
     FailingCalls& operator=(const FailingCalls&) = delete;
     ~FailingCalls();
@@ -61,6 +64,7 @@ private:
         SystemCall call;
     };
     static bool ShouldFail(Thunk* thunk);
+    template <class Place> void Hook(const SystemCall& call, Place place);
 
     std::deque<Thunk> m_thunks;
     std::deque<ImportHook> m_hooks;
@@ -83,6 +87,9 @@ private:
     ImportHook m_runtime;
     ImportHook m_library;
 };
+
+/// The entries of a COM object's table that may fail: QueryInterface and those from `first` up to, not with, `last`.
+std::vector<void**> GetMethods(void* object, std::size_t first, std::size_t last);
 
 /// Runs `action(n)` for n = 1, 2, ... until it returns false: until no call was left to fail.
 void Sweep(const std::function<bool(int)>& action);

@@ -130,6 +130,7 @@ void CDeflateStream::impl::Deflate(const unsigned char* data, std::size_t count,
         m_zlib.avail_out = static_cast<uInt>(m_buffer.size());
         const int result = ::deflate(&m_zlib, flush);
         if (result < 0) {
+            // Unreached: zlib has no reason to fail on a stream that it has set up itself.
             ThrowZlib(m_zlib, result, ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Deflate", 103));
         }
         m_stream->Write(m_buffer.data(), m_buffer.size() - m_zlib.avail_out);

@@ -898,6 +898,7 @@ auto FromStream(const wchar_t* entryName, CStream& data) {
     return [entryName, &data](CStream& target, CCentralDirectoryFileHeader& header) {
         CopyStream(data, target, [entryName, &header](const unsigned char* piece, std::size_t size) {
             if (header.uncompressedSize + std::uint64_t{size} > Largest32) {
+                // Unreached: takes 4 GiB to get here; a buffer says its size at once.
                 ThrowTooLarge(L"ZIP entry '%s' is larger than 4294967295 bytes", entryName,
                               ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
             }

@@ -144,6 +144,7 @@ bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm hash, const un
 
 void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::EncryptData";
+    // Unreached: takes a vector of 4 GiB.
     const DWORD size = ToLength(data.size(), L"data", ZEL_SITE(method));
     const CCryptoServiceProvider provider;
     const KeyHandle publicKey = ImportPublicKey(provider, key, ZEL_SITE(method, 116));
@@ -169,6 +170,7 @@ void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
 
 void DecryptData(const CPrivateKeyInfo& key, SecureBytes& data, bool reverse) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::DecryptData";
+    // Unreached: takes a vector of 4 GiB.
     DWORD length = ToLength(data.size(), L"data", ZEL_SITE(method));
     const CCryptoServiceProvider provider(key.GetContainerName(), key.GetFlags());
     HCRYPTKEY handle = 0;

@@ -45,6 +45,7 @@ void CProtectedData::Protect(const unsigned char* data, std::size_t size, std::v
         CheckNotNull(data, L"data", ZEL_SITE(method));
     }
     DATA_BLOB input = MakeBlob(data, size, L"size", ZEL_SITE(method));
+    // Unreached: takes a vector of 4 GiB.
     DATA_BLOB secret = MakeBlob(entropy.data(), entropy.size(), L"entropy", ZEL_SITE(method));
     const DWORD flags = scope == DataProtectionScope::LocalMachine
                             ? CRYPTPROTECT_UI_FORBIDDEN | CRYPTPROTECT_LOCAL_MACHINE
@@ -63,6 +64,7 @@ void CProtectedData::Unprotect(const unsigned char* data, std::size_t size, Secu
         CheckNotNull(data, L"data", ZEL_SITE(method));
     }
     DATA_BLOB input = MakeBlob(data, size, L"size", ZEL_SITE(method));
+    // Unreached: takes a vector of 4 GiB.
     DATA_BLOB secret = MakeBlob(entropy.data(), entropy.size(), L"entropy", ZEL_SITE(method));
     Result result;
     ZelWin32::CheckWin32(::CryptUnprotectData(&input, nullptr, entropy.empty() ? nullptr : &secret, nullptr, nullptr,

@@ -8,6 +8,9 @@
 #include "ZelWin32/ComInitGuard.h"
 #include "ZelXml/XmlException.h"
 
+#include <msxml2.h>
+#include <objbase.h>
+
 using namespace ZelCore::Configuration;
 using Diagnostics::SourceLevels;
 using ZelWin32::CComException;
@@ -290,6 +293,42 @@ TEST_F(Configurations, ASectionMayLieInAFileOfItsOwn) {
     ExpectThrow<CConfigurationException>([&] { full("  \n "); }, {.contains = L"cannot be found"});
 }
 
+TEST_F(Configurations, AFileThatShrinksWhileItIsReadIsNoticed) {
+    Put(L"app.config", Document(""));
+    const ImportHook hook("GetFileSizeEx", [](HANDLE, LARGE_INTEGER* size) -> BOOL {
+        size->QuadPart = 4000;
+        return TRUE;
+    });
+    ExpectThrow<CWin32Exception>([&] { CConfigurationManager::OpenExeConfiguration(At(L"app.config")); },
+                                 {.code = ERROR_HANDLE_EOF, .method = L"ZelCore::Configuration::ReadDocument"});
+}
+
+/// Of the parser's objects that configurations use.
+static std::vector<void**> GetParserMethods() {
+    CLSID id;
+    IXMLDOMDocument* document = nullptr;
+    IXMLDOMElement* element = nullptr;
+    IXMLDOMAttribute* attribute = nullptr;
+    IXMLDOMParseError* error = nullptr;
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    const BSTR xml = ::SysAllocString(L"<r a='v'/>"), name = ::SysAllocString(L"a");
+    ::CLSIDFromProgID(L"Msxml2.DOMDocument.6.0", &id);
+    ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument, reinterpret_cast<void**>(&document));
+    document->loadXML(xml, &loaded);
+    document->get_documentElement(&element);
+    document->get_parseError(&error);
+    element->getAttributeNode(name, &attribute);
+    ::SysFreeString(xml), ::SysFreeString(name);
+    std::vector<void**> methods;
+    const auto add = [&](IUnknown* object, std::size_t count) {
+        const auto more = GetMethods(object, 7, count); // behind those of IDispatch
+        methods.insert(methods.end(), more.begin(), more.end());
+        object->Release();
+    };
+    add(error, 14), add(attribute, 46), add(element, 51), add(document, 82);
+    return methods;
+}
+
 TEST_F(Configurations, EveryFailingCallSurfacesAndLeavesNothing) {
     Put(L"own.config", "<shop.settings text='t'><shops><shop name='s'/></shops></shop.settings>");
     Put(L"app.config", Document("<shop.settings configSource='own.config'/>"));
@@ -302,7 +341,8 @@ TEST_F(Configurations, EveryFailingCallSurfacesAndLeavesNothing) {
                         {"ReadFile"},
                         {"LockFileEx"},
                         {"UnlockFileEx"},
-                        {"GetFullPathNameW"}});
+                        {"GetFullPathNameW"}},
+                       GetParserMethods());
     FailingAllocations allocations;
     const auto blocks = [] {
         std::size_t count = 0;
@@ -319,8 +359,11 @@ TEST_F(Configurations, EveryFailingCallSurfacesAndLeavesNothing) {
             bool thrown = false;
             try {
                 ShopSection section;
+                OpenText("<r/>");
                 CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(At(L"app.config"));
-                EXPECT_TRUE(configuration.GetSection(Name, section));
+                const bool found = configuration.GetSection(Name, section);
+                // The parser keeps to itself what fails within its own search.
+                EXPECT_TRUE(found || (!memory && std::string(calls.GetFailed()) == "a COM method"));
             } catch (const CException&) {
                 thrown = true;
             } catch (const std::bad_alloc&) {
@@ -341,4 +384,26 @@ TEST_F(Configurations, EveryFailingCallSurfacesAndLeavesNothing) {
     const int failures = sweep(false) + sweep(true);
     EXPECT_GT(failures, 50);
     EXPECT_LT(blocks(), before + static_cast<std::size_t>(failures) / 4) << "a document is many blocks";
+}
+
+TEST_F(Configurations, EveryFailingCallSurfacesAlsoWhileAFaultIsDescribed) {
+    FailingCalls calls({}, GetParserMethods());
+    for (const char* fault :
+         {"no XML", "<configuration><configSections><section name='g' type='Shop.Section,Shop'/>"
+                    "</configSections><g><shops><s><items><i/></items></s></shops></g></configuration>"}) {
+        Put(L"app.config", fault);
+        Sweep([&](int n) {
+            calls.FailOn(n);
+            try {
+                ShopSection section;
+                CConfigurationManager::OpenExeConfiguration(At(L"app.config")).GetSection(L"g", section);
+                EXPECT_NE(calls.GetFailed(), nullptr) << "the fault went unnoticed";
+            } catch (const CException&) {
+            }
+            return calls.GetFailed() != nullptr;
+        });
+    }
+    const ImportHook none("CoCreateInstance",
+                          [](REFCLSID, IUnknown*, DWORD, REFIID, void**) -> HRESULT { return REGDB_E_CLASSNOTREG; });
+    ExpectThrow<CComException>([] { OpenText("<r/>"); }, {.method = L"ZelXml::CreateDocument"});
 }

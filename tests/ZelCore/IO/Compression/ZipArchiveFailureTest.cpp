@@ -118,6 +118,33 @@ TEST_F(ZipArchiveFailure, TheNthFailingAllocationLeavesNothingBehind) {
     });
 }
 
+TEST_F(ZipArchiveFailure, WhatSomebodyElseDoesToTheFilesIsNoticed) {
+    const std::wstring name = L"ZelCore::IO::Compression::CZipArchive::";
+    const std::wstring get = name + L"GetEntry", load = name + L"impl::EnsureEntriesLoaded",
+                       write = name + L"impl::WriteEntries";
+    const auto refuse = [](const std::wstring& method, const std::function<void()>& action) {
+        ExpectThrow<CInvalidOperationException>(action, {.contains = L"Invalid ZIP entry", .method = method.c_str()});
+    };
+    {
+        CZipArchive archive(Path().c_str(), Update);
+        const ImportHook hook("SetFilePointerEx", [](HANDLE, LARGE_INTEGER, LARGE_INTEGER* position, DWORD) -> BOOL {
+            position->QuadPart = 7777; // anywhere but there
+            return TRUE;
+        });
+        refuse(get, [&] { archive.GetEntry(L"a"); });
+        refuse(load, [&] { archive.DeleteEntry(L"a"), archive.Flush(); });
+    }
+    CZipArchive archive(Path().c_str(), Create);
+    archive.AddEntry(L"a", Bytes(text), text.size(), false);
+    for (const auto& file : std::filesystem::recursive_directory_iterator(At(L"tmp"))) {
+        if (file.is_regular_file()) {
+            std::ofstream(file.path(), std::ios::app) << "more";
+        }
+    }
+    refuse(write, [&] { archive.Flush(); });
+    archive.DeleteEntry(L"a"); // or the destructor would try again
+}
+
 TEST_F(ZipArchiveFailure, AFailingSourceLeavesTheArchiveAsItWas) {
     const std::string before = Get(L"test.zip");
     for (const bool update : {false, true}) {

@@ -65,6 +65,8 @@ TEST_F(Signature, SignsVerifiesEncryptsAndDecrypts) {
     ExpectThrow<CArgumentNullException>([&] { SignData(key, Sha1, nullptr, 1, false); }, {.param = L"data"});
     ExpectThrow<CArgumentNullException>([&] { VerifyData(publicKey, Sha1, Bytes("x"), 1, nullptr, 1, false); },
                                         {.param = L"signature"});
+    ExpectThrow<CArgumentNullException>([&] { VerifyData(publicKey, Sha1, nullptr, 1, Bytes("x"), 1, false); },
+                                        {.param = L"data"});
     ExpectThrow<CWin32Exception>([&] { key.Create(1024); }, {.code = 0x8009000F});
     const CPrivateKeyInfo missing(L"ZelCore tests, no such container");
     ExpectThrow<CWin32Exception>(
@@ -89,8 +91,12 @@ TEST_F(Signature, EveryFailingCallSurfacesAtItsLineAndReleasesAll) {
                         {"CryptImportPublicKeyInfo"},
                         {"CryptEncrypt"},
                         {"CryptGetUserKey"},
-                        {"CryptDecrypt"}});
-    const std::vector<int> lines = {64, 32, 40, 46, 56, 46, 80, 90, 98, 46, 116, 131, 140, 64, 159, 173};
+                        {"CryptDecrypt"},
+                        {"CryptGetKeyParam"},
+                        {"CryptExportPublicKeyInfo"},
+                        {"CryptEncodeObjectEx"}});
+    const std::vector<int> lines = {64,  32,  40,  46, 56,  46,  80,  90, 98, 0, 46, 116, // 0: not published
+                                    131, 140, 140, 64, 159, 173, 173, 64, 0,  0, 0,  0};
     Sweep([&](int n) {
         calls.FailOn(n);
         try {
@@ -99,9 +105,11 @@ TEST_F(Signature, EveryFailingCallSurfacesAtItsLineAndReleasesAll) {
             SecureBytes data(10);
             EncryptData(publicKey, data, true);
             DecryptData(key, data, true);
+            key.GetPublicKey();
         } catch (const CWin32Exception& e) {
             EXPECT_EQ(e.GetError(), 1450u);
-            EXPECT_EQ(e.GetSourceLine(), lines.at(static_cast<std::size_t>(n) - 1)) << calls.GetFailed();
+            const int line = lines.at(static_cast<std::size_t>(n) - 1);
+            EXPECT_TRUE(line == 0 || e.GetSourceLine() == line) << e.GetSourceLine() << calls.GetFailed();
         }
         EXPECT_EQ(balance.Get(), 0);
         return calls.GetFailed() != nullptr;
