@@ -157,7 +157,7 @@ bool Parser::MatchFraction(int least, int most) {
 
 bool Parser::Starts(const std::wstring& name) const {
     return GetRest().size() >= name.size() &&
-           ::CompareStringW(m_locale, NORM_IGNORECASE, GetRest().data(), static_cast<int>(name.size()), name.data(),
+           ::CompareStringW(m_locale, NORM_IGNORECASE, m_text.data() + m_at, static_cast<int>(name.size()), name.data(),
                             static_cast<int>(name.size())) == CSTR_EQUAL;
 }
 

@@ -10,7 +10,6 @@
 namespace ZelCore {
 
 using ZelWin32::CheckWin32;
-using ZelWin32::ThrowLastError;
 
 namespace {
 

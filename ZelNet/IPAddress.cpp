@@ -66,7 +66,7 @@ std::vector<unsigned char> CIPAddress::GetRawAddressBytesInNetworkOrder() const 
 
 std::wstring CIPAddress::ToString() const {
     wchar_t text[128];
-    DWORD length = static_cast<DWORD>(std::size(text)); // afterwards with the end
+    DWORD length = static_cast<DWORD>(std::size(text));                                     // afterwards with the end
     auto* const address = reinterpret_cast<SOCKADDR*>(const_cast<unsigned char*>(m_bytes)); // which is only read
     if (::WSAAddressToStringW(address, Size, nullptr, text, &length) != 0) {
         throw CSocketException(::WSAGetLastError(), nullptr, ZEL_SITE(L"ZelNet::CIPAddress::ToString"));

@@ -16,7 +16,7 @@ std::wstring ToText(const _bstr_t& text) {
 }
 
 std::wstring Compose(const wchar_t* message, const _com_error& error) {
-    const std::wstring description = CComException::GetComErrorDescription(error);
+    std::wstring description = CComException::GetComErrorDescription(error);
     if (message == nullptr || *message == L'\0') {
         return description;
     }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cxxabi.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -56,8 +58,6 @@ void Describe() {
     std::_Exit(4);
 }
 
-extern "C" [[noreturn]] void __cxa_throw(void* object, std::type_info* type, void (*destroy)(void*));
-
 const char* g_sites = nullptr;
 
 /// Notes where an exception of the library was thrown, for scripts/coverage.
@@ -70,7 +70,7 @@ const char* g_sites = nullptr;
             std::fclose(file);
         }
     }
-    __cxa_throw(object, type, destroy);
+    abi::__cxa_throw(object, type, destroy);
 }
 
 } // namespace

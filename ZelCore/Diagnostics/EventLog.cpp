@@ -30,6 +30,7 @@ public:
         const wchar_t* const method = L"ZelCore::Diagnostics::CEventLog::impl::WriteEntry";
         CheckAtMost(strings.size(), 0xFFFF, L"strings", ZEL_SITE(method));
         std::vector<const wchar_t*> texts;
+        texts.reserve(strings.size());
         for (const std::wstring& text : strings) {
             texts.push_back(text.c_str());
         }

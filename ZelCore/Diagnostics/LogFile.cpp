@@ -210,12 +210,12 @@ void CLogFile::Open() {
 
 /// What was open stays open until the new file is: whatever fails, the line has a place.
 void CLogFile::Roll(const LogLimits& limits) {
-    const auto [stem, extension] = SplitPath(m_path);
-    std::vector<std::uint64_t> rolled = FindRolled(stem, extension);
+    const auto name = SplitPath(m_path); // stem and extension
+    std::vector<std::uint64_t> rolled = FindRolled(name.first, name.second);
     const auto toPath = [&](std::uint64_t number) {
         std::wstring digits = std::to_wstring(number);
         digits.insert(0, NumberDigits - std::min(NumberDigits, digits.size()), L'0');
-        return stem + digits + extension;
+        return name.first + digits + name.second;
     };
     const std::uint64_t next = rolled.empty() ? 1 : rolled.back() + 1;
     ++m_shared->generation; // first: who is stopped behind the renaming has told the others already

@@ -20,7 +20,6 @@ namespace ZelCore::IO {
 
 using ZelWin32::CheckWin32;
 using ZelWin32::CWin32Exception;
-using ZelWin32::ThrowLastError;
 
 namespace {
 

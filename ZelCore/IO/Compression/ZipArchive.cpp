@@ -828,6 +828,7 @@ CZipArchive::CZipArchive(const wchar_t* path, ZipArchiveMode mode) : m_impl(std:
 
 CZipArchive::CZipArchive(CZipArchive&&) noexcept = default;
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): it saves what was open before
 CZipArchive& CZipArchive::operator=(CZipArchive&& other) {
     if (this != &other) {
         const std::unique_ptr<impl> ending = std::exchange(m_impl, std::move(other.m_impl));

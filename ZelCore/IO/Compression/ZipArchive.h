@@ -49,7 +49,7 @@ public:
     /// does; the target has taken over the source then all the same.
     ///@{
     CZipArchive(CZipArchive&& other) noexcept;
-    CZipArchive& operator=(CZipArchive&& other);
+    CZipArchive& operator=(CZipArchive&& other); // NOLINT(performance-noexcept-move-constructor): it saves the old one
     ///@}
 
     /// Writes the archive unless it was opened for Read, also after a Flush; see above for what it may throw.

@@ -54,7 +54,7 @@ bool IsSoundRsaKey(const CERT_PUBLIC_KEY_INFO& info) {
     void* memory = nullptr;
     DWORD size = 0;
     if (!::CryptDecodeObjectEx(X509_ASN_ENCODING, RSA_CSP_PUBLICKEYBLOB, info.PublicKey.pbData, info.PublicKey.cbData,
-                               CRYPT_DECODE_ALLOC_FLAG, nullptr, &memory, &size)) {
+                               CRYPT_DECODE_ALLOC_FLAG, nullptr, static_cast<void*>(&memory), &size)) {
         return false;
     }
     const ZelWin32::UniqueHandle<ZelWin32::LocalMemoryTraits> owner(memory);

@@ -19,7 +19,7 @@ CPublicKeyInfo::CPublicKeyInfo(const unsigned char* encoded, std::size_t size) {
     DWORD length = 0;
     ZelWin32::CheckWin32(::CryptDecodeObjectEx(X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, X509_PUBLIC_KEY_INFO,
                                                m_encoded.data(), static_cast<DWORD>(size), CRYPT_DECODE_ALLOC_FLAG,
-                                               nullptr, &info, &length),
+                                               nullptr, static_cast<void*>(&info), &length),
                          ZEL_SITE(method));
     m_info.reset(static_cast<const CERT_PUBLIC_KEY_INFO*>(info),
                  [](const CERT_PUBLIC_KEY_INFO* memory) { ::LocalFree(const_cast<CERT_PUBLIC_KEY_INFO*>(memory)); });
