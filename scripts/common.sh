@@ -26,7 +26,7 @@ set_up() {
     mkdir -p build
     if is_windows; then
         local missing=() name
-        for name in gcc cmake ninja zlib gtest cli11 python; do
+        for name in gcc tools cmake ninja zlib gtest cli11 python pkgconf; do
             pacman -Q "$MINGW_PACKAGE_PREFIX-$name" >/dev/null 2>&1 || missing+=("$MINGW_PACKAGE_PREFIX-$name")
         done
         for name in unzip zip openssl; do

@@ -21,6 +21,7 @@ protected:
     void SetUp() override {
         m_outside = std::filesystem::temp_directory_path();
         m_folder = m_outside / (L"zel" + std::to_wstring(::GetCurrentProcessId()));
+        std::filesystem::remove_all(m_folder); // of a process that was killed and had the same number
         std::filesystem::create_directories(m_folder / L"tmp");
         ::SetEnvironmentVariableW(L"TMP", (m_folder / L"tmp").c_str());
     }

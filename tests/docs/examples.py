@@ -47,9 +47,9 @@ def examples(page, sources):
     name = page.stem.lower().replace("-", "_")
     found, bodies, printed, config = [], [], "", None
     last = None
-    for note, language, text in BLOCK.findall(page.read_text()):
+    for note, language, text in BLOCK.findall(page.read_text(encoding="utf-8")):
         if note.startswith("from: "):
-            quoted = (sources / note[6:]).read_text()
+            quoted = (sources / note[6:]).read_text(encoding="utf-8")
             assert text in quoted, f"{page.name}: not in {note[6:]}:\n{text}"
         elif note == "program.exe.config":
             config = text
@@ -80,14 +80,14 @@ def extract(sources, out):
             wanted[out / f"{name}.cpp"] = text
     for folder in ("ZelCore", "ZelNet", "ZelWin32", "ZelXml"):
         for header in sorted((sources / folder).rglob("*.h")):
-            blocks = re.findall(r"^ *///\n((?:^ *///     [^\n]*\n(?:^ *///\n(?=^ */// {5}))*)+)", header.read_text(), re.M)
+            blocks = re.findall(r"^ *///\n((?:^ *///     [^\n]*\n(?:^ *///\n(?=^ */// {5}))*)+)", header.read_text(encoding="utf-8"), re.M)
             for i, block in enumerate(blocks, 1):
                 body = re.sub(r"^ *///(?:     )?", "", block, flags=re.M)
                 wanted[out / "headers" / f"{header.stem}{i if i > 1 else ''}.inc"] = body
     for path, text in wanted.items():  # what has not changed is not built again
-        if not path.exists() or path.read_text() != text:
+        if not path.exists() or path.read_text(encoding="utf-8") != text:
             path.parent.mkdir(exist_ok=True)
-            path.write_text(text)
+            path.write_text(text, encoding="utf-8")
     for path in [*out.glob("*.cpp"), *out.glob("headers/*.inc")]:
         if path not in wanted:
             path.unlink()

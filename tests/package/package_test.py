@@ -26,7 +26,7 @@ def run(*command, status=0, **options):
 
 
 def is_private(header):
-    return any(line.startswith("// Private to") for line in header.read_text().splitlines())
+    return any(line.startswith("// Private to") for line in header.read_text(encoding="utf-8").splitlines())
 
 
 class PackageTest(unittest.TestCase):
@@ -127,10 +127,10 @@ class PackageTest(unittest.TestCase):
         temp = self.folder / "temp"
         temp.mkdir()
         config = programs / "rolling-log.exe.config"  # Wine has a TEMP of its own
-        config.write_text(config.read_text().replace("%TEMP%", f"Z:{temp}" if EMULATOR else str(temp)))
+        config.write_text(config.read_text(encoding="utf-8").replace("%TEMP%", f"Z:{temp}" if EMULATOR else str(temp)))
         sample("rolling-log", "200")
         logs = sorted(path for path in (temp / "rolling-log").iterdir())
-        lines = "".join(path.read_text() for path in logs)
+        lines = "".join(path.read_text(encoding="utf-8") for path in logs)
         self.assertEqual(3, len(logs), logs)
         self.assertIn("step 200 of 200", lines)
         self.assertNotIn("dropped", lines)
