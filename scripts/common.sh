@@ -36,7 +36,7 @@ set_up() {
         return
     fi
     install_packages gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev wine \
-        wine64 cmake ninja-build googletest libcli11-dev unzip zip openssl python3 "$@"
+        wine64 cmake ninja-build googletest libcli11-dev unzip zip openssl pkg-config python3 "$@"
     export LC_ALL=C.UTF-8 WINEPREFIX=$PWD/build/wine WINEDEBUG=-all WINEDLLOVERRIDES='winedbg.exe=d;mscoree=d;mshtml=d'
 }
 

@@ -6,6 +6,7 @@ usage: package_test.py SOURCES BUILD TOOLCHAIN COMPILER [EMULATOR]
 import gzip
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -68,6 +69,22 @@ class PackageTest(unittest.TestCase):
             name for name in names if not name.endswith((".dll", ".exe"))])
         self.assertEqual(sorted(DLLS), sorted(path.name for path in (self.folder / "alone").glob("*.dll")))
         self.assertEqual("fine", run(*EMULATOR, "consumer.exe", cwd=self.folder / "alone").strip())
+
+    def test_the_first_programs_of_the_pages_are_built_as_the_pages_say(self):
+        for page in ("README.md", "docs/getting-started.md"):
+            text = (self.prefix / "share/doc/ZelCore" / page).read_text(encoding="utf-8")
+            blocks = re.findall(r"^```(cpp|cmake|text)\n(.*?)^```$", text, re.M | re.S)
+            program = next(block for kind, block in blocks if kind == "cpp" and "int main(" in block)
+            project = next(block for kind, block in blocks if kind == "cmake" and "project(" in block)
+            printed = next(block for kind, block in blocks if kind == "text")
+            name, file = re.search(r"add_executable\((\w+) (\S+)\)", project).groups()
+            source = self.folder / f"page of {name}"
+            source.mkdir()
+            (source / file).write_text(program, encoding="utf-8")
+            (source / "CMakeLists.txt").write_text(project, encoding="utf-8")
+            said = run(*EMULATOR, self.build(source) / f"{name}.exe", cwd=source)
+            lines = [re.split(r" at \S+:\d+: ", line)[0] for line in printed.splitlines()]  # without throw sites
+            self.assertEqual(lines, [re.split(r" at \S+:\d+: ", line)[0] for line in said.splitlines()], page)
 
     def test_a_program_finds_it_by_pkg_config(self):
         if not shutil.which("pkg-config"):
