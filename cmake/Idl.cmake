@@ -2,7 +2,10 @@
 # of the memory functions that stubs need. The client's functions get the prefix "Client", so that one program can hold
 # both sides. Needs widl: Debian's mingw-w64-tools, MSYS2's mingw-w64-x86_64-tools.
 function(zel_add_idl target idl)
-  find_program(ZEL_WIDL NAMES x86_64-w64-mingw32-widl widl REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+  find_program(ZEL_WIDL NAMES x86_64-w64-mingw32-widl widl NO_CMAKE_FIND_ROOT_PATH)
+  if(NOT ZEL_WIDL)
+    message(FATAL_ERROR "zel_add_idl needs widl: install mingw-w64-tools (Debian) or mingw-w64-x86_64-tools (MSYS2)")
+  endif()
   get_filename_component(name ${idl} NAME_WE)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/idl)
   file(WRITE ${folder}/wine/exception.h "")

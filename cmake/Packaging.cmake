@@ -41,9 +41,16 @@ install(FILES ${PROJECT_BINARY_DIR}/package/ZelCoreConfig.cmake ${PROJECT_BINARY
 configure_file(cmake/package/zelcore.pc.in ${PROJECT_BINARY_DIR}/package/zelcore.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/zelcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT package)
 
-install(FILES README.md CHANGELOG.md KNOWN-LIMITS.md SECURITY.md DESTINATION ${doc_folder} COMPONENT package)
-install(DIRECTORY docs/ DESTINATION ${doc_folder}/docs COMPONENT package FILES_MATCHING PATTERN *.md)
+# The package's page ends where the repository's part begins.
+file(READ README.md readme)
+string(REGEX REPLACE "\n## In the repository\n.*" "" readme "${readme}")
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/package/README.md CONTENT "${readme}" @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/package/README.md CHANGELOG.md KNOWN-LIMITS.md SECURITY.md
+  DESTINATION ${doc_folder} COMPONENT package)
+install(DIRECTORY docs/ DESTINATION ${doc_folder}/docs COMPONENT package
+  FILES_MATCHING PATTERN *.md PATTERN architecture.md EXCLUDE PATTERN windows-only.md EXCLUDE)
 install(DIRECTORY examples/samples/ DESTINATION ${doc_folder}/samples COMPONENT package)
+install(FILES examples/zel/EntryName.h examples/zel/EntryName.cpp DESTINATION ${doc_folder}/samples COMPONENT package)
 install(FILES debugger/zelcore_gdb.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ZelCore/gdb COMPONENT package)
 install(DIRECTORY licenses/ DESTINATION ${CMAKE_INSTALL_DATADIR}/licenses/ZelCore COMPONENT package)
 

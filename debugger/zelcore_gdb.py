@@ -105,8 +105,8 @@ class Printer:
     def to_string(self):
         try:
             return self.show(self.value)
-        except gdb.MemoryError as error:
-            return f"<{error}>"
+        except gdb.error as error:  # memory that is not there, or types without symbols
+            return f"<{error}; are the symbols, ZelCore.dll.debug, beside ZelCore.dll?>"
 
 
 VALUES = {"ZelCore::CDateTime": date_time, "ZelCore::CTimeSpan": time_span, "ZelCore::CDuration": duration,

@@ -1,5 +1,8 @@
 // Encrypts a file with a new key, which only this user can unprotect: encrypt-file encrypt|decrypt FROM TO KEYFILE
+#include "Print.h"
+
 #include <ZelCore/Exception.h>
+#include <ZelCore/IO/File.h>
 #include <ZelCore/IO/FileStream.h>
 #include <ZelCore/Security/Cryptography/Aes.h>
 #include <ZelCore/Security/Cryptography/CryptoStream.h>
@@ -30,13 +33,16 @@ void Copy(CStream& from, CStream& to) {
     }
 }
 
-// The encrypted file is the IV, which is no secret but never used twice, and the cipher text.
-void Encrypt(CFileStream& from, CFileStream& to, const wchar_t* keyFile) {
+// The encrypted file is the IV, which is no secret but never used twice, and the cipher text. What can fail without it
+// comes before the new file is made.
+void Encrypt(const wchar_t* fromPath, const wchar_t* toPath, const wchar_t* keyPath) {
+    CFileStream from = OpenToRead(fromPath);
     CAes aes; // a random key of 256 bits and a random IV
     std::vector<unsigned char> protectedKey;
     CProtectedData::Protect(aes.GetKey().data(), aes.GetKey().size(), protectedKey, {},
                             DataProtectionScope::CurrentUser);
-    OpenToWrite(keyFile).Write(protectedKey.data(), protectedKey.size());
+    OpenToWrite(keyPath).Write(protectedKey.data(), protectedKey.size());
+    CFileStream to = OpenToWrite(toPath);
     to.Write(aes.GetIV().data(), aes.GetIV().size());
     const auto encryptor = aes.CreateEncryptor();
     CCryptoStream stream(to, *encryptor, CryptoStreamMode::Write);
@@ -44,10 +50,11 @@ void Encrypt(CFileStream& from, CFileStream& to, const wchar_t* keyFile) {
     stream.Close(); // writes the last, padded block
 }
 
-void Decrypt(CFileStream& from, CFileStream& to, const wchar_t* keyFile) {
-    CFileStream keyStream = OpenToRead(keyFile);
+// Changed cipher text mostly decrypts to something: docs/keys-and-secrets.md tells how to notice.
+void Decrypt(const wchar_t* fromPath, const wchar_t* toPath, const wchar_t* keyPath) {
+    CFileStream from = OpenToRead(fromPath);
     std::vector<unsigned char> protectedKey(4096);
-    protectedKey.resize(keyStream.GreedyRead(protectedKey.data(), protectedKey.size()));
+    protectedKey.resize(OpenToRead(keyPath).GreedyRead(protectedKey.data(), protectedKey.size()));
     SecureBytes key;
     CProtectedData::Unprotect(protectedKey.data(), protectedKey.size(), key, {});
     SecureBytes iv(16);
@@ -57,6 +64,7 @@ void Decrypt(CFileStream& from, CFileStream& to, const wchar_t* keyFile) {
     aes.SetIV(iv);
     const auto decryptor = aes.CreateDecryptor();
     CCryptoStream stream(from, *decryptor, CryptoStreamMode::Read);
+    CFileStream to = OpenToWrite(toPath);
     Copy(stream, to);
 }
 
@@ -64,17 +72,14 @@ void Decrypt(CFileStream& from, CFileStream& to, const wchar_t* keyFile) {
 
 int wmain(int argc, wchar_t** argv) {
     if (argc != 5) {
-        std::fwprintf(stderr, L"usage: encrypt-file encrypt|decrypt FROM TO KEYFILE\n");
+        std::fputs("usage: encrypt-file encrypt|decrypt FROM TO KEYFILE\n", stderr);
         return 2;
     }
     try {
-        CFileStream from = OpenToRead(argv[2]);
-        CFileStream to = OpenToWrite(argv[3]);
-        (std::wcscmp(argv[1], L"encrypt") == 0 ? Encrypt : Decrypt)(from, to, argv[4]);
-        std::wprintf(L"%lld bytes written\n", static_cast<long long>(to.GetLength()));
+        (std::wcscmp(argv[1], L"encrypt") == 0 ? Encrypt : Decrypt)(argv[2], argv[3], argv[4]);
+        std::printf("%lld bytes written\n", static_cast<long long>(CFile::GetSize(argv[3])));
     } catch (const ZelCore::CException& e) {
-        std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
-        return 1;
+        return Report(e);
     }
     return 0;
 }

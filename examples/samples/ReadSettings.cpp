@@ -1,4 +1,6 @@
 // Reads a section of its own from read-settings.exe.config, the file beside the program.
+#include "Print.h"
+
 #include <ZelCore/Configuration/ConfigurationElementCollection.h>
 #include <ZelCore/Configuration/ConfigurationManager.h>
 #include <ZelCore/Configuration/ConfigurationProperty.h>
@@ -45,16 +47,16 @@ int wmain() {
         CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(L"");
         CBackupSection backup;
         if (!configuration.GetSection(L"samples/backup", backup)) {
-            std::wprintf(L"no settings in %ls\n", configuration.GetPath().c_str());
+            Print(stdout, ZelCore::CString::Format(L"no settings in %s\n", configuration.GetPath().c_str()));
             return 1;
         }
-        std::wprintf(L"folder %ls, verify %d\n", backup.folder.GetValue().c_str(), backup.verify.GetValue());
+        Print(stdout, ZelCore::CString::Format(L"folder %s, verify %d\n", backup.folder.GetValue().c_str(),
+                                               backup.verify.GetValue()));
         for (const auto& [name, server] : backup.servers.GetValue()) {
-            std::wprintf(L"server %ls at port %u\n", name.c_str(), server->port.GetValue());
+            Print(stdout, ZelCore::CString::Format(L"server %s at port %u\n", name.c_str(), server->port.GetValue()));
         }
     } catch (const ZelCore::CException& e) {
-        std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
-        return 1;
+        return Report(e);
     }
     return 0;
 }

@@ -1,4 +1,6 @@
 // Traces to the log that rolling-log.exe.config tells: rolling-log [EVENTS]. Without that file it is silent.
+#include "Print.h"
+
 #include <ZelCore/Diagnostics/TraceSource.h>
 #include <ZelCore/Exception.h>
 
@@ -24,8 +26,7 @@ int wmain(int argc, wchar_t** argv) {
                                L"dropped: the level is lower");
         }
     } catch (const ZelCore::CException& e) { // the first event reads the configuration: what is wrong there ends here
-        std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
-        return 1;
+        return Report(e);
     }
     return 0;
 }

@@ -1,5 +1,6 @@
 // Serves greetings to the user who started it: serve-rpc serve MILLISECONDS, then from elsewhere: serve-rpc call NAME
 #include "Greeter.h" // made from Greeter.idl
+#include "Print.h"
 
 #include <ZelCore/Environment.h>
 #include <ZelCore/Exception.h>
@@ -24,7 +25,7 @@ public:
         try {
             Shutdown(); // waits for calls, which still need AuthorizeClient
         } catch (const ZelCore::CException& e) {
-            std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
+            Report(e);
         }
     }
 
@@ -45,30 +46,33 @@ public:
 
 } // namespace
 
-long Greet(handle_t, const wchar_t* name) { // runs on the runtime's threads
-    std::wprintf(L"Hello %ls\n", name);
+long Greet(handle_t, const wchar_t* name) { // runs on the runtime's threads, which no C++ exception may reach
+    try {
+        Print(stdout, ZelCore::CString::Format(L"Hello %s\n", name));
+    } catch (const ZelCore::CException& e) {
+        Report(e);
+        return -1;
+    }
     return ++g_greeted;
 }
 
 int wmain(int argc, wchar_t** argv) {
     if (argc != 3) {
-        std::fwprintf(stderr, L"usage: serve-rpc serve MILLISECONDS | call NAME\n");
+        std::fputs("usage: serve-rpc serve MILLISECONDS | call NAME\n", stderr);
         return 2;
     }
     try {
         if (std::wcscmp(argv[1], L"serve") == 0) {
             CGreeterServer server;
             server.Listen();
-            std::wprintf(L"serving\n");
-            std::fflush(stdout);
+            Print(stdout, L"serving\n");
             ::Sleep(std::wcstoul(argv[2], nullptr, 10));
             server.Shutdown();
         } else {
-            std::wprintf(L"greeted %ld times\n", CGreeterClient().Greet(argv[2]));
+            Print(stdout, ZelCore::CString::Format(L"greeted %ld times\n", CGreeterClient().Greet(argv[2])));
         }
     } catch (const ZelCore::CException& e) {
-        std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
-        return 1;
+        return Report(e);
     }
     return 0;
 }

@@ -1,4 +1,6 @@
 // Compresses or decompresses a file of any size in pieces of 64 KiB: stream-gzip compress|decompress FROM TO
+#include "Print.h"
+
 #include <ZelCore/Exception.h>
 #include <ZelCore/IO/Compression/DeflateStream.h>
 #include <ZelCore/IO/FileStream.h>
@@ -25,7 +27,7 @@ void Copy(CStream& from, CStream& to) {
 
 int wmain(int argc, wchar_t** argv) {
     if (argc != 4) {
-        std::fwprintf(stderr, L"usage: stream-gzip compress|decompress FROM TO\n");
+        std::fputs("usage: stream-gzip compress|decompress FROM TO\n", stderr);
         return 2;
     }
     try {
@@ -40,10 +42,9 @@ int wmain(int argc, wchar_t** argv) {
             Copy(gzip, to);
         }
         to.Flush();
-        std::wprintf(L"%lld bytes written\n", static_cast<long long>(to.GetLength()));
+        std::printf("%lld bytes written\n", static_cast<long long>(to.GetLength()));
     } catch (const ZelCore::CException& e) {
-        std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
-        return 1;
+        return Report(e);
     }
     return 0;
 }

@@ -23,7 +23,10 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 
 using namespace ZelCore;

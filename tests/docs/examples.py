@@ -6,7 +6,7 @@ usage: examples.py extract SOURCES OUT              writes OUT/*.cpp, for the bu
 In the pages, a block of ```cpp with a main function is a program. Other ones are bodies of functions, which run one after
 the other as one program of the page. A block of ```text behind them is what they print. A block below a comment
 "from: FILE" is a piece of that file, which is built and run elsewhere; one of ```xml below a comment
-"program.exe.config" is the configuration of the next program. In the public headers, lines indented by four columns
+"program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program. In the public headers, lines indented by four columns
 in comments are examples; HeaderExamplesTest.cpp includes them.
 """
 import pathlib
@@ -43,7 +43,7 @@ def pages(sources):
 
 
 def examples(page, sources):
-    """(name, source text, expected output or None, configuration or None) of every program of a page."""
+    """[name, source text, expected output or None, configuration or None, exit status] of every program of a page."""
     name = page.stem.lower().replace("-", "_")
     found, bodies, printed, config = [], [], "", None
     last = None
@@ -54,7 +54,8 @@ def examples(page, sources):
         elif note == "program.exe.config":
             config = text
         elif language == "cpp" and PROGRAM.search(text):
-            last = [f"{name}_{len(found) + 1}", text, None, config]
+            ends = re.match(r"ends with (\d+)", note)
+            last = [f"{name}_{len(found) + 1}", text, None, config, int(ends[1]) if ends else 0]
             found.append(last)
             config = None
         elif language == "cpp":
@@ -68,7 +69,7 @@ def examples(page, sources):
         functions = "".join(f"static void Example{i}() {{\n{textwrap.indent(body, '    ')}}}\n\n"
                             for i, body in enumerate(bodies, 1))
         calls = "\n".join(f"        Example{i}();" for i in range(1, len(bodies) + 1))
-        found.append([name, PAGE.format(page=page.name, includes="", functions=functions, calls=calls), printed, None])
+        found.append([name, PAGE.format(page=page.name, includes="", functions=functions, calls=calls), printed, None, 0])
     return found
 
 
@@ -76,7 +77,7 @@ def extract(sources, out):
     out.mkdir(parents=True, exist_ok=True)
     wanted = {}
     for page in pages(sources):
-        for name, text, _, _ in examples(page, sources):
+        for name, text, *_ in examples(page, sources):
             wanted[out / f"{name}.cpp"] = text
     for folder in ("ZelCore", "ZelNet", "ZelWin32", "ZelXml"):
         for header in sorted((sources / folder).rglob("*.h")):
@@ -96,7 +97,7 @@ def extract(sources, out):
 def run(sources, out, programs, emulator):
     failures = count = 0
     for page in pages(sources):
-        for name, _, printed, config in examples(page, sources):
+        for name, _, printed, config, status in examples(page, sources):
             with tempfile.TemporaryDirectory(dir=out) as folder:
                 for file in [programs / f"doc_{name}.exe", *programs.glob("*.dll")]:
                     shutil.copy(file, folder)
@@ -106,7 +107,7 @@ def run(sources, out, programs, emulator):
                                       capture_output=True, text=True, errors="replace")
             count += 1
             problem = None
-            if done.returncode != 0:
+            if done.returncode != status:
                 problem = f"it ended with {done.returncode}"
             elif printed is not None and normal(done.stdout) != normal(printed):
                 problem = f"the page says it prints:\n{printed}"

@@ -19,16 +19,17 @@ enum class ZipArchiveMode : int {
 /// A ZIP archive in a file: entries stored or deflated, sizes, offsets and the archive below 4 GiB, at most 65,535
 /// entries, one disk, no encryption.
 ///
-///     CZipArchive archive(L"logs.zip", ZipArchiveMode::Create);
-///     archive.AddEntry(L"logs/today.txt", file, true);
-///     archive.Flush();                     // writes the archive and reports what fails
+///     {
+///         CZipArchive archive(L"logs.zip", ZipArchiveMode::Create);
+///         archive.AddEntry(L"logs/today.txt", file, true);
+///     }                                    // the destructor writes the archive, and throws what fails
 ///
-/// Changes collect in a staging folder below the temporary path; Flush, or else the destructor, writes the whole
-/// file anew from there. A failure before the rewrite leaves the file as it was. A failure during the rewrite, or
+/// Changes collect in a staging folder below the temporary path; the destructor writes the whole file anew from
+/// there. Flush does so earlier; the destructor then does it again. A failure before the rewrite leaves the file as it was. A failure during the rewrite, or
 /// the end of the process then, leaves it partly written.
 ///
-/// The destructor may throw what the rewrite fails with, unless another exception is on its way: call Flush where
-/// you can handle failures. In every case it closes the file and removes the staging folder.
+/// The destructor throws what the rewrite fails with, unless another exception is on its way: let the object end
+/// inside the try block. In every case it closes the file and removes the staging folder.
 ///
 /// Names are wide strings, written as UTF-8 and read as UTF-8 whatever the archive says; the letters A to Z match
 /// in either case. Names come as the archive has them: check them before you use them as paths. A null name throws

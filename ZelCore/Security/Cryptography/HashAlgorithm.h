@@ -11,7 +11,8 @@ class CStream;
 namespace ZelCore::Security::Cryptography {
 
 /// A message digest (FIPS 180-4, RFC 1320, RFC 1321) by the system's CryptoAPI. Also a transform that passes its
-/// input through, so that a CCryptoStream can compute a digest of what flows through it.
+/// input through, so that a CCryptoStream can compute a digest of what flows through it. (A writing CCryptoStream adds
+/// the digest at the end of what it has written, when it is closed.)
 ///
 ///     CHashAlgorithm sha256(0x800C);       // CALG_SHA_256 of wincrypt.h
 ///     const std::vector<unsigned char> digest = sha256.ComputeHash(file);
