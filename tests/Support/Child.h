@@ -5,6 +5,8 @@
 #include <windows.h>
 
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace ZelTest {
 
@@ -26,6 +28,14 @@ inline DWORD RunInChild(const std::wstring& program, const std::wstring& test) {
     ::CloseHandle(child.hThread);
     ::CloseHandle(child.hProcess);
     return status;
+}
+
+/// Runs an action in so many threads at once, each with its number, until all have ended.
+template <class Action> void RunInThreads(int count, const Action& action) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([&action, i] { action(i); });
+    }
 }
 
 inline std::wstring GetOwnPath() {

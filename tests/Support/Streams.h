@@ -72,6 +72,33 @@ private:
     }
 };
 
+/// All that is left in a stream; the wrong thing when it does not end.
+inline std::string ReadAll(ZelCore::IO::CStream& stream, std::size_t piece = 5000) {
+    std::string text, buffer(piece, '\0');
+    for (std::size_t read = 1; read != 0 && text.size() < 10'000'000; text.append(buffer, 0, read)) {
+        read = stream.Read(reinterpret_cast<unsigned char*>(buffer.data()), piece);
+    }
+    return text;
+}
+
+inline void WriteAll(ZelCore::IO::CStream& stream, const std::string& text, std::size_t piece = SIZE_MAX) {
+    for (std::size_t at = 0; at < text.size(); at += std::min(piece, text.size() - at)) {
+        stream.Write(Bytes(text) + at, std::min(piece, text.size() - at));
+    }
+}
+
+/// Runs an action with the bytes, of which each is changed in turn by each of the masks.
+template <class Container, class Action>
+void ForEachFlip(const Container& bytes, std::initializer_list<int> masks, Action&& action) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        for (const int mask : masks) {
+            Container flipped = bytes;
+            flipped[i] = static_cast<typename Container::value_type>(flipped[i] ^ mask);
+            action(flipped);
+        }
+    }
+}
+
 /// Text with repeats and noise, the same on every run.
 inline std::string MakeText(std::size_t size, unsigned seed = 1) {
     std::string text;

@@ -1,6 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/DateTime.h"
 #include "ZelCore/Duration.h"
 
 #include <cmath>
@@ -36,7 +35,7 @@ TEST(TimeSpan, HasPartsTotalsAndArithmetic) {
                                                [] { CTimeSpan::MinValue.Negate(); }, [] { CTimeSpan::MaxValue * 2; },
                                                [] { CTimeSpan(INT_MAX, 0, 0, 0); }};
     for (const auto& action : overflows) {
-        ExpectThrow<CArgumentOutOfRangeException>(action, {.param = L"ticks"});
+        ExpectRange(L"ticks", action);
     }
 }
 
@@ -56,7 +55,7 @@ TEST(TimeSpan, ReadsWhatItWrites) {
         EXPECT_EQ(span, CTimeSpan::Zero);
         ExpectThrow<CFormatException>([&] { CTimeSpan::Parse(bad); }, {.contains = bad});
     }
-    ExpectThrow<CArgumentNullException>([] { CTimeSpan::Parse(nullptr); }, {.param = L"value"});
+    ExpectNull(L"value", [] { CTimeSpan::Parse(nullptr); });
 }
 
 TEST(Duration, MatchesLikeItsExpression) {
@@ -115,10 +114,10 @@ TEST(Duration, ReadsAndWrites) {
                                   L"': parameter name: '" + names[i] + L"'";
         ExpectThrow<CArgumentOutOfRangeException>(
             [&] { CDuration(value(0), value(1), value(2), value(3), value(4), value(5)); },
-            {.message = text.c_str(), .method = L"ZelCore::CDuration::CDuration"});
+            {.message = text.c_str(), .method = L"CDuration::CDuration"});
     }
     for (const double seconds : {std::nan(""), std::numeric_limits<double>::infinity()}) {
-        ExpectThrow<CArgumentOutOfRangeException>([&] { CDuration(0, 0, 0, 0, 0, seconds); }, {.param = L"seconds"});
+        ExpectRange(L"seconds", [&] { CDuration(0, 0, 0, 0, 0, seconds); });
     }
 }
 
@@ -131,12 +130,9 @@ TEST(Duration, BecomesASpanFromAStart) {
     EXPECT_EQ(days(L"P1Y1M1DT24H", 2023, 1, 31), 396 - 2 + 2);
     EXPECT_EQ(Parse(L"PT0.0004S").ToTimeSpan(), CTimeSpan::Zero);
     EXPECT_EQ(Parse(L"PT3000000.5S").ToTimeSpan().GetTicks(), 30'000'005'000'000);
-    const std::pair<const wchar_t*, const wchar_t*> rows[] = {{L"P10000Y", L"months"},
-                                                              {L"P9999Y", L"months"},
-                                                              {L"P2147483647D", L"days"},
-                                                              {L"PT2147483647H", L"hours"},
-                                                              {L"PT1000000000000S", L"seconds"}};
-    for (const auto& [tooLong, param] : rows) {
-        ExpectThrow<CArgumentOutOfRangeException>([text = tooLong] { Parse(text).ToTimeSpan(); }, {.param = param});
+    for (const wchar_t* row : {L"P10000Y | months", L"P9999Y | months", L"P2147483647D | days",
+                               L"PT2147483647H | hours", L"PT1000000000000S | seconds"}) {
+        const auto [text, param] = Cells(row);
+        ExpectRange(param.c_str(), [&] { Parse(text.c_str()).ToTimeSpan(); });
     }
 }

@@ -1,19 +1,10 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Configuration/ConfigurationException.h"
-#include "ZelCore/IO/IOException.h"
-#include "ZelCore/NotImplementedException.h"
-#include "ZelCore/Remoting/RpcException.h"
 #include "ZelCore/TimeoutException.h"
 #include "ZelNet/Sockets/SocketException.h"
-#include "ZelWin32/ComException.h"
 #include "ZelWin32/WNetException.h"
-#include "ZelXml/XmlException.h"
 
 #include <comdef.h>
-#include <memory>
-
-using ZelWin32::CComException;
 
 namespace {
 
@@ -97,16 +88,14 @@ TEST(Exception, SystemTextsHaveNoLineBreaksAndUnknownCodesSaySo) {
     EXPECT_EQ(ZelWin32::CWNetException::FormatMessageW(5), known);
     EXPECT_EQ(ZelWin32::CWNetException::FormatMessageW(1208), CWin32Exception::FormatMessageW(1208));
     // A provider's text and a status without text come from calls that are hard to provoke: replace them.
-    static const auto provider = [](DWORD* code, wchar_t* text, DWORD, wchar_t* name, DWORD) -> DWORD {
+    const ImportHook network("WNetGetLastErrorW", [](DWORD* code, wchar_t* text, DWORD, wchar_t* name, DWORD) -> DWORD {
         *code = 77;
         std::wcscpy(text, L"no carrier");
         std::wcscpy(name, L"Net");
         return NO_ERROR;
-    };
-    const ImportHook network("WNetGetLastErrorW", provider);
+    });
     EXPECT_EQ(ZelWin32::CWNetException::FormatMessageW(1208), L"Net failed with code 77: no carrier");
-    static const auto noText = [](long, wchar_t*) -> long { return 87; };
-    const ImportHook rpc("DceErrorInqTextW", noText);
+    const ImportHook rpc("DceErrorInqTextW", [](long, wchar_t*) -> long { return 87; });
     EXPECT_STREQ(Remoting::CRpcException(1999, SITE).GetErrorMessage(), L"Unknown error 1999");
 }
 
@@ -134,6 +123,6 @@ TEST(Exception, SurvivesInExceptionPointersAcrossTheLibrary) {
     } catch (...) {
         kept = std::current_exception();
     }
-    ExpectThrow<CArgumentOutOfRangeException>([&] { std::rethrow_exception(kept); }, {.param = L"p"});
+    ExpectRange(L"p", [&] { std::rethrow_exception(kept); });
     EXPECT_EQ(std::uncaught_exceptions(), 0);
 }

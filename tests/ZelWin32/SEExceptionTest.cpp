@@ -1,12 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Remoting/RpcException.h"
-#include "ZelWin32/SEException.h"
-
-#include <thread>
-
-using ZelCore::Remoting::CRpcException;
-using ZelWin32::CSEException;
 using Sentry = CSEException::CSETranslatorSentry;
 
 namespace {

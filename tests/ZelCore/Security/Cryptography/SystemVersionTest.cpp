@@ -1,10 +1,5 @@
 #include "Support/Crypto.h"
 
-#include "Support/Child.h"
-
-#include "ZelCore/Security/Cryptography/ProtectedMemory.h"
-#include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
-
 namespace {
 
 const wchar_t* const Child = L"SystemVersion.DISABLED_ChoosesProviderAndFunctions";
@@ -75,17 +70,14 @@ TEST(SystemVersion, DISABLED_ChoosesProviderAndFunctions) {
     });
     unsigned char memory[16] = {};
     using Scope = MemoryProtectionScope;
-    ExpectThrow<CWin32Exception>(
-        [&] { CProtectedMemory::Protect(memory, 16, Scope::SameProcess); },
-        {.code = 127, .method = L"`anonymous-namespace'::EnsureProtectMemoryFunctionsLoaded", .line = 66});
+    ExpectError(127, [&] { CProtectedMemory::Protect(memory, 16, Scope::SameProcess); },
+                {.method = L"`anonymous-namespace'::EnsureProtectMemoryFunctionsLoaded", .line = 66});
     s_missing = false;
     CProtectedMemory::Protect(memory, 16, Scope::SameProcess);
     EXPECT_EQ(s_function, GetVariable(L"ZEL_FUNCTION")) << "the last one that was looked for";
     const bool status = s_function.starts_with(L"System");
-    ExpectThrow<CWin32Exception>([&] { CProtectedMemory::Protect(memory, 15, Scope::SameProcess); },
-                                 {.code = 87, .line = status ? 88 : 94});
-    ExpectThrow<CWin32Exception>([&] { CProtectedMemory::Unprotect(memory, 15, Scope::SameProcess); },
-                                 {.code = 87, .line = status ? 110 : 116});
+    ExpectError(87, [&] { CProtectedMemory::Protect(memory, 15, Scope::SameProcess); }, {.line = status ? 88 : 94});
+    ExpectError(87, [&] { CProtectedMemory::Unprotect(memory, 15, Scope::SameProcess); }, {.line = status ? 110 : 116});
 }
 
 TEST(SystemVersion, ChoosesProviderAndFunctions) {
