@@ -105,11 +105,11 @@ template <class Place> void FailingCalls::Hook(const SystemCall& call, Place pla
 
 SystemCall::SystemCall(const char* call) : name(call), failure(0) {
     const std::string_view text = call;
-    failure = text == "CreateFileW"          ? ~std::uintptr_t{0}
-              : text == "CoCreateInstance"   ? 0x80040154
-              : text.starts_with("Uuid")     ? 14
-              : text.starts_with("Rpc")      ? 1721
-                                             : 0;
+    failure = text == "CreateFileW"        ? ~std::uintptr_t{0}
+              : text == "CoCreateInstance" ? 0x80040154
+              : text.starts_with("Uuid")   ? 14
+              : text.starts_with("Rpc")    ? 1721
+                                           : 0;
 }
 
 FailingCalls::FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods)

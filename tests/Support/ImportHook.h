@@ -65,6 +65,10 @@ class FailingCalls {
 public:
     /// \param methods entries in the tables of COM objects, which fail with E_FAIL
     explicit FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods = {});
+    /// One call, which fails the first time.
+    explicit FailingCalls(const SystemCall& call) : FailingCalls(std::vector{call}) {
+        FailOn(1);
+    }
     FailingCalls(const FailingCalls&) = delete;
     FailingCalls& operator=(const FailingCalls&) = delete;
     ~FailingCalls();

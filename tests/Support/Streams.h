@@ -3,6 +3,8 @@
 #include "ZelCore/FormatException.h"
 #include "ZelCore/IO/Stream.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -16,15 +18,14 @@ inline const unsigned char* Bytes(const std::string& text) {
 /// A stream over a string that can be made to fail, to dribble and to lie.
 class TestStream final : public ZelCore::IO::CStream {
 public:
-    TestStream() = default;
-    explicit TestStream(std::string text) : data(std::move(text)) {}
+    explicit TestStream(std::string text = "", std::size_t atMost = SIZE_MAX, int failing = 0)
+        : data(std::move(text)), largestRead(atMost), failOn(failing) {}
 
     std::string data;
-    std::size_t position = 0;
-    std::size_t largestRead = SIZE_MAX;
+    std::size_t position = 0, largestRead, largestWrite = 0;
     std::size_t overReport = 0; ///< how many bytes more than it has read it claims to have read
-    int calls = 0;
-    int failOn = 0; ///< the number of the Read or Write that throws CFormatException
+    int calls = 0, flushes = 0;
+    int failOn; ///< the number of the Read or Write that throws CFormatException
     bool closed = false;
     ZelCore::IO::StreamCapabilities capabilities =
         ZelCore::IO::StreamCapabilities::CanRead | ZelCore::IO::StreamCapabilities::CanWrite;
@@ -61,9 +62,6 @@ public:
         data.append(reinterpret_cast<const char*>(buffer), count);
     }
 
-    std::size_t largestWrite = 0;
-    int flushes = 0;
-
 private:
     void FailInTurn() {
         if (++calls == failOn) {
@@ -72,12 +70,20 @@ private:
     }
 };
 
-/// All that is left in a stream; the wrong thing when it does not end.
+/// What one call reads.
+inline std::string ReadSome(ZelCore::IO::CStream& stream, std::size_t count) {
+    std::string text(count, '\0');
+    text.resize(stream.Read(reinterpret_cast<unsigned char*>(text.data()), count));
+    return text;
+}
+
+/// All that is left in a stream.
 inline std::string ReadAll(ZelCore::IO::CStream& stream, std::size_t piece = 5000) {
-    std::string text, buffer(piece, '\0');
-    for (std::size_t read = 1; read != 0 && text.size() < 10'000'000; text.append(buffer, 0, read)) {
-        read = stream.Read(reinterpret_cast<unsigned char*>(buffer.data()), piece);
+    std::string text;
+    for (std::string more = "x"; !more.empty() && text.size() < 10'000'000; text += more) {
+        more = ReadSome(stream, piece);
     }
+    EXPECT_LT(text.size(), 10'000'000u) << "the stream does not end";
     return text;
 }
 

@@ -9,7 +9,6 @@
 #include "Support/Streams.h"
 #include "Support/TestFolder.h"
 
-#include "ZelCore/AsyncCallback.h"
 #include "ZelCore/AsyncResult.h"
 #include "ZelCore/Configuration/ConfigurationElementCollection.h"
 #include "ZelCore/Configuration/ConfigurationException.h"

@@ -53,8 +53,8 @@ TEST(Convert, Base64RefusesEverythingElse) {
         SCOPED_TRACE(row);
         const auto [text, why] = Cells(row);
         const bool digits = !why.starts_with(L"no ");
-        ExpectThrow<CFormatException>([&] { CConvert::FromBase64String(text.c_str()); },
-                                      {.message = L"Invalid base 64 string", .method = digits ? Decode : IsInBase64});
+        ExpectMessage<CFormatException>(L"Invalid base 64 string", [&] { CConvert::FromBase64String(text.c_str()); },
+                                        {.method = digits ? Decode : IsInBase64});
     }
     EXPECT_EQ(CConvert::FromBase64String(L" \r\n\t"), Blob());
     EXPECT_EQ(CConvert::FromBase64String(L"Z m\n9\tv"), ToBytes("foo"));
@@ -75,7 +75,7 @@ TEST(Convert, HexadecimalBothWays) {
     EXPECT_EQ(CConvert::FromHexString(L""), Blob());
     EXPECT_EQ(CConvert::ToHexString(all.data(), 0), L"");
     for (const wchar_t* bad : {L"abc", L"0g", L"g0", L"0x", L" 0", L"\u01300", L"0\u0661"}) {
-        ExpectThrow<CFormatException>([&] { CConvert::FromHexString(bad); }, {.message = L"Invalid base 16 string"});
+        ExpectMessage<CFormatException>(L"Invalid base 16 string", [&] { CConvert::FromHexString(bad); });
     }
     ExpectNull(L"value", [] { CConvert::FromHexString(nullptr); });
     ExpectNull(L"value", [] { CConvert::ToHexString(nullptr, 0); });
@@ -99,8 +99,7 @@ TEST(Convert, NumbersAreTheWholeTextAndSaturate) {
     EXPECT_EQ(CConvert::ToDouble(L"-2.5e3"), -2500.0);
     const auto check = [](auto convert, const wchar_t* text, const wchar_t* message) {
         ExpectArgument(L"value", [&] { convert(text); }, {.message = message});
-        ExpectThrow<CArgumentException>([&] { convert(L""); },
-                                        {.message = L"'Cannot be empty': parameter name: 'value'"});
+        ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'value'", [&] { convert(L""); });
         ExpectNull(L"value", [&] { convert(nullptr); });
     };
     const wchar_t* integer = L"'Invalid integer number string '12x'': parameter name: 'value'";

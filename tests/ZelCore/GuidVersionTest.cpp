@@ -31,7 +31,7 @@ TEST(Guid, RefusesWhatIsNone) {
         ExpectArgument(L"guid", [&] { CGuid::Parse(bad); },
                        {.contains = (std::wstring(L"Invalid GUID string '") + bad + L"'").c_str()});
     }
-    ExpectThrow<CArgumentException>([] { CGuid::Parse(L""); }, {.message = L"'': parameter name: 'guid'"});
+    ExpectMessage<CArgumentException>(L"'': parameter name: 'guid'", [] { CGuid::Parse(L""); });
     ExpectNull(L"guid", [] { CGuid::Parse(nullptr); });
     for (const std::size_t size : {0u, 15u, 17u}) {
         ExpectArgument(L"guidBytes", [&] { CGuid(std::vector<unsigned char>(size)); });
@@ -41,18 +41,16 @@ TEST(Guid, RefusesWhatIsNone) {
 }
 
 TEST(Version, TextBothWays) {
-    const struct {
-        const wchar_t* text;
-        int build, revision;
-    } rows[] = {{L"1.2", -1, -1}, {L"1.2.3", 3, -1}, {L"1.2.3.4", 3, 4}, {L"1.2.2147483647", INT_MAX, -1}};
-    for (const auto& row : rows) {
-        const CVersion version(row.text);
+    const std::tuple<const wchar_t*, int, int> rows[] = {
+        {L"1.2", -1, -1}, {L"1.2.3", 3, -1}, {L"1.2.3.4", 3, 4}, {L"1.2.2147483647", INT_MAX, -1}};
+    for (const auto& [text, build, revision] : rows) {
+        const CVersion version(text);
         EXPECT_EQ(version.GetMajor(), 1);
         EXPECT_EQ(version.GetMinor(), 2);
-        EXPECT_EQ(version.GetBuild(), row.build);
-        EXPECT_EQ(version.GetRevision(), row.revision);
-        const int fields = row.revision >= 0 ? 4 : row.build >= 0 ? 3 : 2;
-        EXPECT_EQ(version.ToString(fields), row.text);
+        EXPECT_EQ(version.GetBuild(), build);
+        EXPECT_EQ(version.GetRevision(), revision);
+        const int fields = revision >= 0 ? 4 : build >= 0 ? 3 : 2;
+        EXPECT_EQ(version.ToString(fields), text);
         EXPECT_EQ(version.ToString(0), L"");
         EXPECT_EQ(version.ToString(1), L"1");
         for (const int bad : {-1, fields + 1, 5}) {

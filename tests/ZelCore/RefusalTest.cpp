@@ -1,5 +1,5 @@
 // Every place that refuses something says so under its own name. What other tests refuse anyway is not repeated here.
-#include "Support/Test.h"
+#include "Support/Crypto.h"
 
 #include "ZelCore/Configuration/Configuration.h"
 #include "ZelCore/Diagnostics/Configuration/ZelDiagnosticsSection.h"
@@ -10,14 +10,9 @@
 #include "ZelCore/Duration.h"
 #include "ZelCore/Remoting/AccessToken.h"
 #include "ZelCore/ResourceManager.h"
-#include "ZelCore/Security/Cryptography/Aes.h"
-#include "ZelCore/Security/Cryptography/CryptoStream.h"
-#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
 #include "ZelCore/Security/Cryptography/PrivateKeyInfo.h"
 #include "ZelWin32/OperatingSystem.h"
 #include "ZelWin32/PEModule.h"
-
-using namespace ZelCore::Security::Cryptography;
 
 namespace {
 
@@ -44,14 +39,15 @@ TEST(Refusals, OfArgumentsNameMethodAndParameter) {
     CHashAlgorithm sha(0x8004);
     TestStream stream;
     const auto encryptor = aes.CreateEncryptor();
+    const wchar_t* const writer = L"ZelCore::Diagnostics::CLogWriterTraceListener::CLogWriterTraceListener";
     const auto log = [](const wchar_t* file, std::int64_t size, unsigned files) {
         CLogWriterTraceListener(L"log", file, size, files);
     };
     ExpectRefused(L"CConfiguration", L"document", [] { CConfiguration(nullptr, L""); });
-    ExpectRefused(L"CLogWriterTraceListener", L"fileName", [&] { log(nullptr, -1, 1); });
-    ExpectRefused(L"CLogWriterTraceListener", L"maximumFileSize", [&] { log(L"x", 0, 1); });
-    ExpectRefused(L"CLogWriterTraceListener", L"maximumNumberOfFiles", [&] { log(L"x", -1, 0); });
-    ExpectRefused(L"CLogWriterTraceListener", L"", [&] { log(L"%LOGDIRECTORY%\\x", -1, 1); }); // there is none
+    ExpectRefused(writer, L"fileName", [&] { log(nullptr, -1, 1); });
+    ExpectRefused(writer, L"maximumFileSize", [&] { log(L"x", 0, 1); });
+    ExpectRefused(writer, L"maximumNumberOfFiles", [&] { log(L"x", -1, 0); });
+    ExpectRefused(writer, L"", [&] { log(L"%LOGDIRECTORY%\\x", -1, 1); }); // there is none
     ExpectRefused(L"CSourceSwitchManager::GetSourceSwitch", L"switchName",
                   [] { CSourceSwitchManager::GetSourceSwitch(nullptr); });
     ExpectRefused(L"CTraceListener", L"name", [] { CConsoleTraceListener{nullptr}; });
@@ -84,9 +80,11 @@ TEST_F(FolderTest, AnArchiveThatWasMovedFromRefusesEverything) {
     archive.AddEntry(L"e", &byte, 1, false);
     ExpectRefused(L"CZipArchive::UpdateEntry", L"data", [&] { archive.UpdateEntry(L"e", nullptr, 1); });
     const CZipArchive other(std::move(archive));
-    ExpectRefused(L"CZipArchive::GetEntry", L"", [&] { archive.GetEntry(L"e"); });
-    ExpectRefused(L"CZipArchive::AddEntry", L"", [&] { archive.AddEntry(L"f", stream, true); });
-    ExpectRefused(L"CZipArchive::AddEntry", L"", [&] { archive.AddEntry(L"f", &byte, 1, true); });
+    ExpectRefused(L"ZelCore::IO::Compression::CZipArchive::GetEntry", L"", [&] { archive.GetEntry(L"e"); });
+    ExpectRefused(L"ZelCore::IO::Compression::CZipArchive::AddEntry", L"",
+                  [&] { archive.AddEntry(L"f", stream, true); });
+    ExpectRefused(L"ZelCore::IO::Compression::CZipArchive::AddEntry", L"",
+                  [&] { archive.AddEntry(L"f", &byte, 1, true); });
     ExpectRefused(L"CZipArchive::UpdateEntry", L"", [&] { archive.UpdateEntry(L"e", stream); });
     ExpectRefused(L"CZipArchive::UpdateEntry", L"", [&] { archive.UpdateEntry(L"e", &byte, 1); });
     ExpectRefused(L"CZipArchive::DeleteEntry", L"", [&] { archive.DeleteEntry(L"e"); });

@@ -4,6 +4,7 @@
 #include "ZelNet/Sockets/SocketException.h"
 #include "ZelNet/WsaStartupGuard.h"
 
+#include <numeric>
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
@@ -16,7 +17,7 @@ struct Address : ::testing::Test {
     const CWsaStartupGuard winsock;
     static CIPAddress Parse(const wchar_t* text) {
         CIPAddress address;
-        EXPECT_TRUE(CIPAddress::TryParse(text, address)) << ::testing::PrintToString(std::wstring(text));
+        EXPECT_TRUE(CIPAddress::TryParse(text, address)) << text;
         return address;
     }
 };
@@ -33,7 +34,7 @@ TEST_F(Address, TextGoesThereAndBack) {
     for (const wchar_t* bad :
          {L"", L"x", L"256.1.1.1", L"1.2.3.4.5", L"1.2.3.4 ", L"::g", L"1:2", L"[::1", L"localhost", L"::1%eth0"}) {
         CIPAddress address = CIPAddress::Loopback;
-        EXPECT_FALSE(CIPAddress::TryParse(bad, address)) << ::testing::PrintToString(std::wstring(bad));
+        EXPECT_FALSE(CIPAddress::TryParse(bad, address)) << bad;
         EXPECT_EQ(address.ToString(), L"127.0.0.1") << "unchanged";
     }
     CIPAddress none;
@@ -42,10 +43,8 @@ TEST_F(Address, TextGoesThereAndBack) {
     EXPECT_EQ(CIPAddress::Any.ToString() + CIPAddress::IPv6Any.ToString() + CIPAddress::IPv6Loopback.ToString(),
               L"0.0.0.0::::1");
     for (const std::size_t length : {4u, 16u}) {
-        std::vector<unsigned char> bytes;
-        for (std::size_t i = 0; i < length; ++i) {
-            bytes.push_back(static_cast<unsigned char>(i * 16 + 1));
-        }
+        std::vector<unsigned char> bytes(length);
+        std::iota(bytes.begin(), bytes.end(), static_cast<unsigned char>(0x81));
         CIPAddress address(bytes.data(), length);
         address.SetPort(0x1234);
         SOCKADDR_INET raw;
@@ -57,8 +56,8 @@ TEST_F(Address, TextGoesThereAndBack) {
         EXPECT_EQ(Parse(CIPAddress(bytes.data(), length).ToString().c_str()).GetRawAddressBytesInNetworkOrder(), bytes);
     }
     for (const std::size_t length : {0u, 5u, 28u}) {
-        ExpectThrow<CArgumentException>([&] { CIPAddress(Bytes(std::string(28, 'x')), length); },
-                                        {.message = L"'Invalid address length': parameter name: 'address'"});
+        ExpectMessage<CArgumentException>(L"'Invalid address length': parameter name: 'address'",
+                                          [&] { CIPAddress(Bytes(std::string(28, 'x')), length); });
     }
     ExpectNull(L"address", [] { CIPAddress(nullptr, 4); });
     EXPECT_TRUE(CIPAddress::IsLoopback(Parse(L"127.9.9.9")) && CIPAddress::IsLoopback(CIPAddress::IPv6Loopback));
@@ -67,27 +66,23 @@ TEST_F(Address, TextGoesThereAndBack) {
 }
 
 TEST_F(Address, OrderIsThatOfFamilyAndBytes) {
-    std::vector<std::pair<std::string, CIPAddress>> addresses; // with a key that sorts as they should
+    using Key = std::vector<unsigned char>; // the length, then the bytes: it sorts as the addresses should
+    std::vector<std::pair<Key, CIPAddress>> addresses;
     unsigned seed = 1;
     for (int i = 0; i < 3000; ++i) {
-        std::string bytes(i % 2 != 0 ? 4 : 16, '\0');
-        for (char& byte : bytes) {
+        Key key{static_cast<unsigned char>(i % 2 != 0 ? 4 : 16)};
+        while (key.size() <= key[0]) {
             seed = seed * 1664525u + 1013904223u;
-            byte = static_cast<char>((seed >> 24) % 3 == 0 ? seed >> 16 : 0x7F);
+            key.push_back(static_cast<unsigned char>((seed >> 24) % 3 == 0 ? seed >> 16 : 0x7F));
         }
-        CIPAddress address(Bytes(bytes), bytes.size());
+        CIPAddress address(key.data() + 1, key[0]);
         address.SetPort(static_cast<std::uint16_t>(seed));
-        addresses.emplace_back((bytes.size() == 4 ? "4" : "6") + bytes, address);
+        addresses.emplace_back(key, address);
     }
-    const auto bytewise = [](const std::string& a, const std::string& b) {
-        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-            return static_cast<unsigned char>(x) < static_cast<unsigned char>(y);
-        });
-    };
     for (std::size_t i = 0; i < addresses.size(); ++i) {
         const auto &a = addresses[i], &b = addresses[(i * 7 + 1) % addresses.size()];
-        ASSERT_EQ(a.second < b.second, bytewise(a.first, b.first));
-        ASSERT_EQ(a.second <= b.second, !bytewise(b.first, a.first));
+        ASSERT_EQ(a.second < b.second, a.first < b.first);
+        ASSERT_EQ(a.second <= b.second, a.first <= b.first);
     }
     EXPECT_FALSE(Parse(L"fe80::1%1") < Parse(L"fe80::1%2") || Parse(L"[::1]:1") < Parse(L"[::1]:2"));
     const CIPAddress none;
@@ -103,20 +98,20 @@ TEST_F(Address, NamesAreResolved) {
     EXPECT_TRUE(own.GetAliases().empty());
     EXPECT_FALSE(CDns::GetHostEntry(L"127.0.0.1").GetAddressList().empty());
     ExpectThrow<CSocketException>([] { CDns::GetHostEntry(L"no.such.host.invalid"); },
-                                  {.method = L"CDns::GetHostByName"});
+                                  {.method = L"ZelNet::CDns::GetHostByName"});
     ExpectNull(L"hostNameOrAddress", [] { CDns::GetHostEntry(nullptr); });
     ExpectNull(L"hostNameOrAddress", [] { CDns::GetHostAddresses(nullptr); });
     for (const std::wstring& name :
          {std::wstring(L"LOCALHOST"), std::wstring(L"127.8.8.8"), std::wstring(L"::1"),
           own.GetAddressList()[0].ToString(), CEnvironment::GetMachineName(0), CEnvironment::GetMachineName(1)}) {
-        EXPECT_TRUE(CDns::IsLocalMachine(name.c_str())) << ::testing::PrintToString(name);
+        EXPECT_TRUE(CDns::IsLocalMachine(name.c_str())) << name;
     }
     for (const wchar_t* other : {L"192.0.2.1", L"2001:db8::1", L"other.example"}) {
         EXPECT_FALSE(CDns::IsLocalMachine(other));
     }
     ExpectNull(L"machineNameOrIPAddress", [] { CDns::IsLocalMachine(nullptr); });
-    ExpectThrow<CArgumentException>([] { CDns::IsLocalMachine(L""); },
-                                    {.message = L"'Cannot be empty': parameter name: 'machineNameOrIPAddress'"});
+    ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'machineNameOrIPAddress'",
+                                      [] { CDns::IsLocalMachine(L""); });
 }
 
 TEST_F(Address, TakesWhatTheResolverGives) {
@@ -165,7 +160,7 @@ TEST_F(Address, TakesWhatTheResolverGives) {
     EXPECT_EQ(CDns::GetHostAddresses(L"192.0.2.1").size(), 2u);
     EXPECT_EQ(asked, L"found;192.0.2.1;") << "an address is not looked up backwards here";
     ExpectThrow<CSocketException>([] { CDns::GetHostEntry(L"::1"); },
-                                  {.code = 11003, .method = L"CDns::GetHostByAddress"});
+                                  {.code = 11003, .method = L"ZelNet::CDns::GetHostByAddress"});
     EXPECT_TRUE(CDns::IsLocalMachine(L"fe00::%3")) << "whatever the scope";
     EXPECT_EQ(freed, 3);
     FailingAllocations allocations;

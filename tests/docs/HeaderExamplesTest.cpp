@@ -1,13 +1,8 @@
 // The examples in the comments of the public headers, each in the surroundings that it takes for granted.
-#include "Support/Test.h"
+#include "Support/Crypto.h"
 
 #include "Counter.h"
 #include "ZelCore/Configuration/ConfigurationSection.h"
-#include "ZelCore/Security/Cryptography/Aes.h"
-#include "ZelCore/Security/Cryptography/CryptoStream.h"
-#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
-
-using namespace ZelCore::Security::Cryptography;
 
 namespace {
 

@@ -101,17 +101,17 @@ TEST(EventLog, HandsEntriesToTheSystem) {
         EXPECT_EQ(entry, L"16 0 4294967295");
         ExpectRange(L"strings",
                     [&] { log.WriteEntry(std::vector<std::wstring>(65'536), EventLogEntryType::Error, 1, 1); });
-        for (const char* call : {"OpenProcessToken", "GetTokenInformation", "ReportEventW"}) {
-            const bool own = call == std::string("ReportEventW");
-            ExpectFailing(call, [&] { log.WriteEntry({}, EventLogEntryType::Error, 1, 1); },
-                          {.method = own ? L"CEventLog::impl::WriteEntry" : nullptr});
+        FailingCalls calls({"ReportEventW", "OpenProcessToken", "GetTokenInformation"});
+        for (int n = 1; n <= 4; ++n) {
+            calls.FailOn(n);
+            ExpectError(1450, [&] { log.WriteEntry({}, EventLogEntryType::Error, 1, 1); },
+                        {.method = n == 4 ? L"CEventLog::impl::WriteEntry" : nullptr});
         }
     }
     EXPECT_EQ(sources.Get(), 0);
     const wchar_t* const constructor = L"CEventLog::impl::impl";
     ExpectNull(L"source", [] { CEventLog(nullptr); }, {.method = constructor, .file = L"EventLog.cpp"});
-    ExpectThrow<CArgumentException>([] { CEventLog(L""); },
-                                    {.message = L"'Cannot be empty': parameter name: 'source'"});
+    ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'source'", [] { CEventLog(L""); });
     for (const std::uintptr_t failure : {std::uintptr_t{0}, ~std::uintptr_t{0}}) {
         ExpectFailing({"RegisterEventSourceW", failure, 1722}, [] { CEventLog(L"s", L"server"); },
                       {.method = constructor});

@@ -13,22 +13,16 @@
 
 namespace {
 
-std::wstring s_program;
-
 /// Tests in which the running program has a configuration file of its own; each in a process of its own, since the
 /// configuration is read once.
 class Tracing : public FolderTest {
 protected:
     void SetUp() override {
         FolderTest::SetUp();
-        s_program = At(L"program.exe");
-        hook =
-            std::make_unique<ImportHook>("GetModuleFileNameW", [](HMODULE module, wchar_t* path, DWORD size) -> DWORD {
-                if (module != nullptr) {
-                    return ::GetModuleFileNameW(module, path, size);
-                }
-                return static_cast<DWORD>(s_program.copy(path, size)); // zeros follow
-            });
+        hook.emplace("GetModuleFileNameW", [this](HMODULE module, wchar_t* path, DWORD size) -> DWORD {
+            return module != nullptr ? ::GetModuleFileNameW(module, path, size)
+                                     : static_cast<DWORD>(At(L"program.exe").copy(path, size)); // zeros follow
+        });
     }
     void Configure(const std::string& sources, const std::string& more) const {
         Put(L"program.exe.config",
@@ -58,7 +52,7 @@ protected:
         }
         return counts;
     }
-    std::unique_ptr<ImportHook> hook;
+    std::optional<ImportHook> hook;
 };
 
 struct RecordingListener final : CTraceListener {
@@ -129,26 +123,24 @@ TEST_F(Tracing, DISABLED_FollowsTheConfiguration) {
     }
     const CTraceSource lost(L"Lost"), mute(L"Mute.x"), zero(L"Zero"), token(L"Token"), empty(L"");
     for (int i = 0; i < 2; ++i) { // each event tries again
-        ExpectThrow<CConfigurationException>(
-            [&] { Event(lost, Warning, L""); },
-            {.message = L"Source switch 'missing' cannot be found in switches collection"});
-        ExpectThrow<CConfigurationException>(
-            [&] { Event(mute, Warning, L""); },
-            {.message = L"Trace listener 'missing' cannot be found in shared listeners collection"});
+        ExpectMessage<CConfigurationException>(L"Source switch 'missing' cannot be found in switches collection",
+                                               [&] { Event(lost, Warning, L""); });
+        ExpectMessage<CConfigurationException>(
+            L"Trace listener 'missing' cannot be found in shared listeners collection",
+            [&] { Event(mute, Warning, L""); });
         ExpectRange(L"maximumFileSizem", [&] { Event(zero, Warning, L""); }, {.contains = L"actual value was 0"});
-        ExpectThrow<CConfigurationException>([&] { Event(token, Warning, L""); },
-                                             {.message = L"Invalid token 'PATH' in file name 'a%PATH%b'."});
-        ExpectThrow<CArgumentException>([&] { Event(empty, Warning, L""); },
-                                        {.message = L"'Cannot be empty': parameter name: 'sourceName'"});
+        ExpectMessage<CConfigurationException>(L"Invalid token 'PATH' in file name 'a%PATH%b'.",
+                                               [&] { Event(token, Warning, L""); });
+        ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'sourceName'",
+                                          [&] { Event(empty, Warning, L""); });
     }
 }
 
 TEST_F(Tracing, DISABLED_ABrokenConfigurationIsReadAgain) {
     const CTraceSource source(L"A");
     Configure("<source name='A' switchName='s' switchValue='All'/>", "");
-    ExpectThrow<CConfigurationException>(
-        [&] { Event(source, Warning, L""); },
-        {.message = L"Illegal to specify both switchName and switchValue on a trace source."});
+    ExpectMessage<CConfigurationException>(L"Illegal to specify both switchName and switchValue on a trace source.",
+                                           [&] { Event(source, Warning, L""); });
     Configure("<source name='A' switchValue='All'><listeners><add name='l'/></listeners></source>",
               "<sharedListeners><add name='l' type='FileLog' initializeData='relative.log'/></sharedListeners>");
     RunInThreads(8, [&](int) { Event(source, Warning, L"x"); }); // all resolve it at once
@@ -209,13 +201,12 @@ TEST_F(Tracing, SourcesWithoutAConfigurationTakeListenersInCode) {
                                 L"Unconfigured.Deep.Name|||0|Unknown|\n");
     listener->fails = true;
     source.AddTraceListener(second);
-    ExpectThrow<CFormatException>([&] { Event(source, TraceEventType::Start, L"both"); }, {.message = L"listener"});
+    ExpectMessage<CFormatException>(L"listener", [&] { Event(source, TraceEventType::Start, L"both"); });
     EXPECT_EQ(second->events, L"Unconfigured.Deep.Name|F|a\\b.cpp|7|Start|both\n") << "the others get it all the same";
     sibling.RemoveAllListeners();
     Event(source, TraceEventType::Start, L"nobody");
     ExpectNull(L"sourceName", [] { CTraceSourceManager::GetTraceSource(nullptr); });
-    FailingCalls calls({"InitializeCriticalSectionAndSpinCount"});
-    calls.FailOn(1);
+    const FailingCalls calls("InitializeCriticalSectionAndSpinCount");
     ExpectThrow<CComException>([] { CTraceSource(L"x"); }, {.code = 0x800705AA});
 }
 
@@ -228,10 +219,10 @@ TEST_F(Tracing, ListenersAreMadeByType) {
     EXPECT_EQ(make(L"f", L"", L""), file) << "the live one of the name";
     EXPECT_EQ(dynamic_cast<CLogWriterTraceListener&>(*file).GetPath(), At(L"x.log"));
     EXPECT_NE(std::dynamic_pointer_cast<CConsoleTraceListener>(make(L"c", L"FILELOG", L"")), nullptr);
-    ExpectAll(ExpectNull, {{L"listenerName", [&] { make(nullptr, nullptr, nullptr, 0, 0); }},
-                           {L"listenerType", [&] { make(L"n", nullptr, nullptr, 0, 0); }},
-                           {L"initializeData", [&] { make(L"n", L"t", nullptr, 0, 0); }},
-                           {L"listenerName", [] { CTraceListenerManager::GetTraceListener(nullptr); }}});
+    ExpectNull(L"listenerName", [&] { make(nullptr, nullptr, nullptr, 0, 0); });
+    ExpectNull(L"listenerType", [&] { make(L"n", nullptr, nullptr, 0, 0); });
+    ExpectNull(L"initializeData", [&] { make(L"n", L"t", nullptr, 0, 0); });
+    ExpectNull(L"listenerName", [] { CTraceListenerManager::GetTraceListener(nullptr); });
     ExpectRange(L"maximumFileSizem", [&] { make(L"n", L"t", L"d", -2, 0); });
     ExpectRange(L"maximumNumberOfFiles", [&] { make(L"n", L"t", L"d", 1, 0); });
     ExpectThrow<CArgumentException>([&] { make(L"e", L"EventProvider", L"no GUID"); });

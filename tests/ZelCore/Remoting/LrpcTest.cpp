@@ -22,7 +22,7 @@ struct Server final : CLrpcServer {
 struct Client final : CLrpcClient {
     explicit Client(const wchar_t* endpoint = L"ZelCoreTests") : CLrpcClient(endpoint) {}
     hyper Add(long value) {
-        const ZelWin32::CSEException::CSETranslatorSentry sentry(nullptr);
+        const CSEException::CSETranslatorSentry sentry(nullptr);
         return ::ClientCounterAdd(GetBinding(), value);
     }
     using CLrpcClient::GetBinding;
@@ -41,30 +41,23 @@ struct CapturedCallback {
                           }};
 };
 
-DWORD s_impersonation = 0, s_reverting = 0;
+RPC_STATUS s_impersonation = 0, s_reverting = 0;
 
 /// Impersonation of the process's own user, or a failure of either step.
 struct Impersonation {
-    const ImportHook impersonate{"RpcImpersonateClient", [](RPC_BINDING_HANDLE) -> RPC_STATUS {
-                                     return s_impersonation != 0 ? static_cast<RPC_STATUS>(s_impersonation)
-                                            : ::ImpersonateSelf(SecurityImpersonation) ? 0
-                                                                                       : 1;
+    const ImportHook impersonate{"RpcImpersonateClient", [](RPC_BINDING_HANDLE) {
+                                     return s_impersonation == 0 && !::ImpersonateSelf(SecurityImpersonation)
+                                                ? RPC_STATUS{1}
+                                                : s_impersonation;
                                  }};
-    const ImportHook revert{"RpcRevertToSelfEx", [](RPC_BINDING_HANDLE) -> RPC_STATUS {
-                                if (s_reverting == 0) {
-                                    ::RevertToSelf();
-                                }
-                                return static_cast<RPC_STATUS>(s_reverting);
+    const ImportHook revert{"RpcRevertToSelfEx", [](RPC_BINDING_HANDLE) {
+                                return s_reverting == 0 && !::RevertToSelf() ? RPC_STATUS{1} : s_reverting;
                             }};
 };
 
 bool IsImpersonating() {
     HANDLE token = nullptr;
-    const bool has = ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, &token) != FALSE;
-    if (has) {
-        ::CloseHandle(token);
-    }
-    return has;
+    return ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, &token) && ::CloseHandle(token);
 }
 
 } // namespace
@@ -121,19 +114,14 @@ TEST(Lrpc, ServesCallsWhileItListens) {
     EXPECT_NO_THROW(Client().Add(1));
     server.Shutdown();
     EXPECT_EQ(interfaces.Get(), before - 2);
-    {
-        auto forgotten = std::make_unique<Server>();
-        forgotten->Listen();
-    } // destroyed while listening
+    std::make_unique<Server>()->Listen(); // destroyed while listening
     EXPECT_EQ(listening.Get(), 0);
     ExpectNull(L"binding", [] { Server::GetServerInstanceFromBinding(nullptr); });
-    const wchar_t* const clientMethod = L"CLrpcClient::CLrpcClient";
-    const wchar_t* const serverMethod = L"CLrpcServer::impl::impl";
-    ExpectNull(L"endpoint", [] { Client(nullptr); }, {.method = clientMethod});
+    ExpectNull(L"endpoint", [] { Client(nullptr); }, {.method = L"CLrpcClient::CLrpcClient"});
     ExpectArgument(L"endpoint", [] { Client(L""); });
-    ExpectNull(L"endpoint", [] { Server(nullptr); }, {.method = serverMethod});
+    ExpectNull(L"endpoint", [] { Server(nullptr); }, {.method = L"CLrpcServer::impl::impl"});
     ExpectArgument(L"endpoint", [] { Server(L""); });
-    ExpectNull(L"serverIf", [] { Server(L"x", nullptr); }, {.method = serverMethod});
+    ExpectNull(L"serverIf", [] { Server(L"x", nullptr); }, {.method = L"CLrpcServer::impl::impl"});
 }
 
 TEST(Lrpc, AuthenticatesByTheCallersToken) {
@@ -185,19 +173,18 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
         EXPECT_FALSE(ended);
         return true;
     };
-    std::thread caller([&] { EXPECT_EQ(s_callback(Counter_v1_0_s_ifspec, client.GetBinding()), RPC_S_OK); });
+    std::jthread caller([&] { EXPECT_EQ(s_callback(Counter_v1_0_s_ifspec, client.GetBinding()), RPC_S_OK); });
     while (!inside) {
         ::Sleep(1);
     }
-    std::thread ending([&] {
+    std::jthread ending([&] {
         server.Shutdown();
         ended = true;
     });
     ::Sleep(50);
     EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED) << "it is about to end";
     leave = true;
-    caller.join();
-    ending.join();
+    caller.join(), ending.join();
     EXPECT_EQ(tokens.Get(), 0);
 }
 
@@ -217,14 +204,10 @@ TEST(Lrpc, EveryFailingCallSurfacesAndLeavesNothing) {
     FailingCalls calls({"RpcServerUseProtseqEpW", "RpcServerRegisterIf2", "RpcServerListen", "RpcMgmtIsServerListening",
                         "RpcMgmtStopServerListening", "RpcMgmtWaitServerListen", "RpcServerUnregisterIf",
                         "RpcStringBindingComposeW", "RpcBindingFromStringBindingW"});
-    const wchar_t* const methods[] = {L"Listen",
-                                      L"RegisterRpcInterface",
-                                      L"StartRpcListening",
-                                      L"Listen",
-                                      L"StartRpcListening", // the second server
-                                      L"StopRpcListening",
-                                      L"ListeningStopped",
-                                      L"UnregisterRpcInterface"};
+    // Listen and StartRpcListening once for each server.
+    const wchar_t* const methods[] = {L"Listen",           L"RegisterRpcInterface",  L"StartRpcListening",
+                                      L"Listen",           L"StartRpcListening",     L"StopRpcListening",
+                                      L"ListeningStopped", L"UnregisterRpcInterface"};
     std::optional<Server> first, second;
     const auto use = [&] {
         first.emplace(L"ZelCoreTests.1"), second.emplace(L"ZelCoreTests.2");
@@ -268,12 +251,10 @@ TEST(Lrpc, EightThreadsCallWhileAServerComesAndGoes) {
     std::atomic<bool> done{false};
     std::atomic<int> served{0}, refused{0}, current{0};
     const auto name = [](int round) { return L"ZelCoreTests.Stress" + std::to_wstring(round % 40); };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] {
+    RunInThreads(9, [&](int thread) {
+        if (thread != 0) {
             int round = -1;
-            std::unique_ptr<Client> client;
-            while (!done) {
+            for (std::unique_ptr<Client> client; !done;) {
                 if (round != current) {
                     round = current;
                     client = std::make_unique<Client>(name(round).c_str());
@@ -286,22 +267,20 @@ TEST(Lrpc, EightThreadsCallWhileAServerComesAndGoes) {
                     ::Sleep(1);
                 }
             }
-        });
-    }
-    for (int i = 0; i < 200; ++i) {
-        Server server(name(i).c_str());
-        server.Listen();
-        current = i;
-        const int before = served;
-        for (int wait = 0; wait < 30 && served < before + 8; ++wait) {
-            ::Sleep(1);
+            return;
         }
-        server.Shutdown();
-    }
-    done = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+        for (int i = 0; i < 200; ++i) {
+            Server server(name(i).c_str());
+            server.Listen();
+            current = i;
+            const int before = served;
+            for (int wait = 0; wait < 30 && served < before + 8; ++wait) {
+                ::Sleep(1);
+            }
+            server.Shutdown();
+        }
+        done = true;
+    });
     EXPECT_GT(served, 100);
     EXPECT_GT(refused, 0);
 }

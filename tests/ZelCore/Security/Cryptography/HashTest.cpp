@@ -1,11 +1,8 @@
 #include "Support/Crypto.h"
 
 TEST(Hash, GivesTheAnswersOfTheStandards) {
-    const struct {
-        ALG_ID algorithm;
-        const wchar_t* digest; ///< of "abc"
-        const char* source;
-    } rows[] = {
+    const std::tuple<ALG_ID, const wchar_t*, const char*> rows[] = {
+        // the digest of "abc"
         {CALG_MD4, L"a448017aaf21d8525fc10ae87aa6729d", "RFC 1320, A.5"},
         {CALG_MD5, L"900150983cd24fb0d6963f7d28e17f72", "RFC 1321, A.5"},
         {CALG_SHA1, L"a9993e364706816aba3e25717850c26c9cd0d89d", "FIPS 180, SHA-1 example"},
@@ -18,13 +15,12 @@ TEST(Hash, GivesTheAnswersOfTheStandards) {
          L"2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f",
          "FIPS 180, SHA-512"},
     };
-    for (const auto& row : rows) {
-        const std::string expected = Text(Hex(row.digest));
-        CHashAlgorithm hash(row.algorithm);
-        EXPECT_EQ(Text(hash.ComputeHash(Bytes("abc"), 3)), expected) << row.source;
+    for (const auto& [algorithm, digest, source] : rows) {
+        const std::string expected = Text(Hex(digest));
+        CHashAlgorithm hash(algorithm);
+        EXPECT_EQ(Text(hash.ComputeHash(Bytes("abc"), 3)), expected) << source;
         hash.Clear();
-        TestStream stream("abc");
-        stream.largestRead = 1;
+        TestStream stream("abc", 1);
         EXPECT_EQ(Text(hash.ComputeHash(stream)), expected);
         hash.Clear();
         std::vector<unsigned char> output;
@@ -86,8 +82,8 @@ TEST(RandomNumbers, FillEverythingOrThrow) {
     EXPECT_LT(std::count(bytes.begin(), bytes.end(), 0), 1000);
     const wchar_t* const method = L"CRandomNumberGenerator::GetBytes";
     ExpectNull(L"data", [&] { random.GetBytes(nullptr, 0); }, {.method = method, .line = 29});
-    ExpectThrow<CArgumentException>([&] { random.GetBytes(bytes.data(), 0); },
-                                    {.message = L"'Cannot be empty': parameter name: 'dataSize'", .line = 33});
+    ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'dataSize'",
+                                      [&] { random.GetBytes(bytes.data(), 0); }, {.line = 33});
     bytes.clear();
     ExpectArgument(L"data", [&] { random.GetBytes(bytes); },
                    {.method = method, .line = 55, .file = L"RandomNumberGenerator.h"});
