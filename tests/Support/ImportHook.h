@@ -8,6 +8,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace ZelTest {
@@ -120,7 +121,9 @@ std::vector<void**> GetMethods(void* object, std::size_t first, std::size_t last
 void Sweep(const std::function<bool(int)>& action);
 
 /// Runs `action` with its first, its second, ... call or allocation failing. Nothing else may make it throw, and only
-/// this class or std::bad_alloc. `after(n, e)` sees the exception, if there is one, when all calls pass again.
+/// this class or, where allocations fail, std::bad_alloc. `after(n, e)` sees the exception, if there is one, when all
+/// calls pass again.
+/// calls pass again.
 template <class Exception, class Failing, class Action, class After>
 void Sweep(Failing& failing, Action action, After after) {
     Sweep([&](int n) {
@@ -136,6 +139,7 @@ void Sweep(Failing& failing, Action action, After after) {
         } catch (const Exception& e) {
             return end(&e, true);
         } catch (const std::bad_alloc&) {
+            EXPECT_TRUE((std::is_same_v<Failing, FailingAllocations>)) << "no allocation has failed";
             return end(nullptr, true);
         }
         return end(nullptr, false);
