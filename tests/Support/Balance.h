@@ -16,7 +16,7 @@ class Balance {
 public:
     /// \param step 1 for a call that makes something, -1 for one that releases it
     template <auto Function> Balance& Count(const char* name, int step) {
-        Counted<Function, decltype(Function)>::Install(*this, name, step);
+        Hook<Function>(Function, name, step);
         return *this;
     }
     int Get() const {
@@ -35,29 +35,19 @@ public:
     }
 
 private:
-    template <auto Function, class Type> struct Counted;
-    template <auto Function, class Result, class... Arguments> struct Counted<Function, Result (*)(Arguments...)> {
-        static inline Result (*s_original)(Arguments...) = nullptr;
-        static inline Balance* s_balance = nullptr;
-        static inline int s_step = 0;
-
-        static Result Call(Arguments... arguments) {
+    template <auto Function, class Result, class... Arguments>
+    void Hook(Result (*)(Arguments...), const char* name, int step) {
+        m_hooks.emplace_back(name, [this, step](Arguments... arguments) -> Result {
             if constexpr (std::is_void_v<Result>) {
-                s_original(arguments...);
-                s_balance->Add(std::get<0>(std::tuple(arguments...)) != nullptr ? s_step : 0);
+                Function(arguments...);
+                Add(std::get<0>(std::tuple(arguments...)) != nullptr ? step : 0);
             } else {
-                const Result result = s_original(arguments...);
-                s_balance->Add(HasSucceeded(result) ? s_step : 0);
+                const Result result = Function(arguments...);
+                Add(HasSucceeded(result) ? step : 0);
                 return result;
             }
-        }
-        static void Install(Balance& balance, const char* name, int step) {
-            s_balance = &balance;
-            s_step = step;
-            const ImportHook& hook = balance.m_hooks.emplace_back(name, reinterpret_cast<void*>(&Call));
-            s_original = hook.GetOriginal<Result(Arguments...)>();
-        }
-    };
+        });
+    }
     static bool HasSucceeded(int result) { // BOOL
         return result != 0;
     }

@@ -1,10 +1,17 @@
 #pragma once
 
+#include "ZelCore/AsyncCallback.h"
+
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include <atomic>
+#include <functional>
+#include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace ZelTest {
 
@@ -26,6 +33,31 @@ inline DWORD RunInChild(const std::wstring& program, const std::wstring& test) {
     ::CloseHandle(child.hThread);
     ::CloseHandle(child.hProcess);
     return status;
+}
+
+/// Counts its calls, and does what it is told to.
+struct Callback final : ZelCore::CAsyncCallback {
+    std::function<void(const ZelCore::IAsyncResult*)> action;
+    std::atomic<int> calls{0};
+    void Invoke(const ZelCore::IAsyncResult* result) override {
+        const std::shared_ptr<void> counting(nullptr, [this](void*) { ++calls; });
+        if (action) {
+            action(result);
+        }
+    }
+    void Wait() const {
+        while (calls == 0) {
+            ::SwitchToThread();
+        }
+    }
+};
+
+/// Runs an action in so many threads at once, each with its number, until all have ended.
+template <class Action> void RunInThreads(int count, const Action& action) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([&action, i] { action(i); });
+    }
 }
 
 inline std::wstring GetOwnPath() {

@@ -4,7 +4,11 @@
 
 #include "ZelCore/Convert.h"
 #include "ZelCore/Security/Cryptography/Aes.h"
+#include "ZelCore/Security/Cryptography/CryptoStream.h"
 #include "ZelCore/Security/Cryptography/Des.h"
+#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
+#include "ZelCore/Security/Cryptography/ProtectedMemory.h"
+#include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
 #include "ZelCore/Security/Cryptography/TripleDes.h"
 
 #include <wincrypt.h>
@@ -47,5 +51,20 @@ public:
         Count<&::CryptCreateHash>("CryptCreateHash", 1).Count<&::CryptDestroyHash>("CryptDestroyHash", -1);
     }
 };
+
+/// Lets the calls of an action fail one by one: each surfaces at its line, 0 for one that is not published, or not at
+/// all behind the last of them, and nothing stays acquired.
+template <class Action>
+void ExpectLines(FailingCalls& calls, Action action, const std::vector<int>& lines, const Balance& balance) {
+    Sweep<ZelWin32::CWin32Exception>(calls, action, [&](int n, const ZelWin32::CWin32Exception* e) {
+        if (e != nullptr) {
+            EXPECT_EQ(e->GetError(), 1450u);
+            const int line = lines.at(static_cast<std::size_t>(n) - 1);
+            EXPECT_EQ(e->GetSourceLine(), line == 0 ? e->GetSourceLine() : line) << calls.GetFailed();
+        }
+        EXPECT_EQ(balance.Get(), 0) << calls.GetFailed();
+    });
+    EXPECT_GT(balance.GetMade(), 0);
+}
 
 } // namespace ZelTest

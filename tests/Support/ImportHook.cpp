@@ -1,10 +1,9 @@
 #include "Support/ImportHook.h"
 
-#include <gtest/gtest.h>
-
 #include <windows.h>
 
 #include <cstring>
+#include <string_view>
 
 namespace ZelTest {
 
@@ -104,6 +103,15 @@ template <class Place> void FailingCalls::Hook(const SystemCall& call, Place pla
                call.failure);
 }
 
+SystemCall::SystemCall(const char* call) : name(call), failure(0) {
+    const std::string_view text = call;
+    failure = text == "CreateFileW"        ? ~std::uintptr_t{0}
+              : text == "CoCreateInstance" ? 0x80040154
+              : text.starts_with("Uuid")   ? 14
+              : text.starts_with("Rpc")    ? 1721
+                                           : 0;
+}
+
 FailingCalls::FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods)
     : m_thread(::GetCurrentThreadId()) {
     m_code = static_cast<unsigned char*>(::VirtualAlloc(nullptr, (calls.size() + methods.size()) * ThunkSize,
@@ -133,7 +141,7 @@ FailingCalls::~FailingCalls() {
 void FailingCalls::FailOn(int n) {
     m_count = 0;
     m_failOn = n;
-    m_failed = nullptr;
+    m_failed = n != 0 ? "" : m_failed;
 }
 
 bool FailingCalls::ShouldFail(Thunk* thunk) {
@@ -156,7 +164,7 @@ FailingAllocations::~FailingAllocations() {
 
 void FailingAllocations::FailOn(int n) {
     t_allocation = 0;
-    t_failed = false;
+    t_failed = t_failed && n == 0;
     t_failOn = n;
 }
 

@@ -1,12 +1,27 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <new>
+#include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace ZelTest {
+
+/// Lets a lambda with captures be called through a pointer: one of its kind at a time.
+template <class Lambda, class Signature = decltype(&Lambda::operator())> struct Trampoline;
+template <class Lambda, class Result, class... Arguments>
+struct Trampoline<Lambda, Result (Lambda::*)(Arguments...) const> {
+    static inline std::optional<Lambda> s_lambda;
+    static Result Call(Arguments... arguments) {
+        return (*s_lambda)(arguments...);
+    }
+};
 
 /// Replaces a function that a loaded module imports, for as long as the object lives.
 class ImportHook {
@@ -15,13 +30,12 @@ public:
     ImportHook(const char* function, void* replacement, const wchar_t* module = L"ZelCore.dll");
     /// Replaces an entry of any table of functions, a COM object's say.
     ImportHook(void** slot, void* replacement);
-    /// The replacement is a lambda without captures.
-    template <class Lambda>
-    requires requires(Lambda lambda) {
-        +lambda;
+    /// The replacement is a lambda.
+    template <class Lambda, class = Trampoline<Lambda>>
+    ImportHook(const char* function, const Lambda& replacement)
+        : ImportHook(function, reinterpret_cast<void*>(&Trampoline<Lambda>::Call)) {
+        Trampoline<Lambda>::s_lambda.emplace(replacement);
     }
-    ImportHook(const char* function, Lambda replacement)
-        : ImportHook(function, reinterpret_cast<void*>(+replacement)) {}
     ImportHook(const ImportHook&) = delete;
     ImportHook& operator=(const ImportHook&) = delete;
     ~ImportHook();
@@ -38,8 +52,13 @@ private:
 /// How one system call fails.
 struct SystemCall {
     const char* name;
-    std::uintptr_t failure = 0;     ///< what it returns
+    std::uintptr_t failure;
     unsigned long lastError = 1450; ///< ERROR_NO_SYSTEM_RESOURCES
+
+    /// Lets it return what it is known to return when it fails: mostly 0.
+    SystemCall(const char* call);
+    SystemCall(const char* call, std::uintptr_t returned, unsigned long error = 1450)
+        : name(call), failure(returned), lastError(error) {}
 };
 
 /// Lets the n-th of all calls that this thread makes through the hooked functions fail, and the others pass.
@@ -47,15 +66,22 @@ class FailingCalls {
 public:
     /// \param methods entries in the tables of COM objects, which fail with E_FAIL
     explicit FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods = {});
+    /// One call, which fails the first time.
+    explicit FailingCalls(const SystemCall& call) : FailingCalls(std::vector{call}) {
+        FailOn(1);
+    }
     FailingCalls(const FailingCalls&) = delete;
     FailingCalls& operator=(const FailingCalls&) = delete;
     ~FailingCalls();
 
-    /// Counts from 1 again; 0 lets all calls pass.
+    /// Counts from 1 again; 0 lets all calls pass, and keeps what has failed.
     void FailOn(int n);
-    /// The name of the call that has failed, null when none has.
-    const char* GetFailed() const {
+    /// The name of the call that has failed, empty when none has.
+    std::string GetFailed() const {
         return m_failed;
+    }
+    bool HasFailed() const {
+        return *m_failed != '\0';
     }
 
 private:
@@ -72,7 +98,7 @@ private:
     unsigned long m_thread;
     int m_count = 0;
     int m_failOn = 0;
-    const char* m_failed = nullptr;
+    const char* m_failed = "";
 };
 
 /// Lets the n-th allocation of this thread fail, in the library and in the C++ runtime.
@@ -93,5 +119,31 @@ std::vector<void**> GetMethods(void* object, std::size_t first, std::size_t last
 
 /// Runs `action(n)` for n = 1, 2, ... until it returns false: until no call was left to fail.
 void Sweep(const std::function<bool(int)>& action);
+
+/// Runs `action` with its first, its second, ... call or allocation failing. Nothing else may make it throw, and only
+/// this class or, where allocations fail, std::bad_alloc. `after(n, e)` sees the exception, if there is one, when all
+/// calls pass again.
+/// calls pass again.
+template <class Exception, class Failing, class Action, class After>
+void Sweep(Failing& failing, Action action, After after) {
+    Sweep([&](int n) {
+        failing.FailOn(n);
+        const auto end = [&](const Exception* e, bool thrown) {
+            failing.FailOn(0);
+            EXPECT_TRUE(failing.HasFailed() || !thrown) << "thrown without a failure";
+            after(n, e);
+            return failing.HasFailed();
+        };
+        try {
+            action();
+        } catch (const Exception& e) {
+            return end(&e, true);
+        } catch (const std::bad_alloc&) {
+            EXPECT_TRUE((std::is_same_v<Failing, FailingAllocations>)) << "no allocation has failed";
+            return end(nullptr, true);
+        }
+        return end(nullptr, false);
+    });
+}
 
 } // namespace ZelTest

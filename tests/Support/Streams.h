@@ -3,6 +3,8 @@
 #include "ZelCore/FormatException.h"
 #include "ZelCore/IO/Stream.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -16,15 +18,14 @@ inline const unsigned char* Bytes(const std::string& text) {
 /// A stream over a string that can be made to fail, to dribble and to lie.
 class TestStream final : public ZelCore::IO::CStream {
 public:
-    TestStream() = default;
-    explicit TestStream(std::string text) : data(std::move(text)) {}
+    explicit TestStream(std::string text = "", std::size_t atMost = SIZE_MAX, int failing = 0)
+        : data(std::move(text)), largestRead(atMost), failOn(failing) {}
 
     std::string data;
-    std::size_t position = 0;
-    std::size_t largestRead = SIZE_MAX;
+    std::size_t position = 0, largestRead, largestWrite = 0;
     std::size_t overReport = 0; ///< how many bytes more than it has read it claims to have read
-    int calls = 0;
-    int failOn = 0; ///< the number of the Read or Write that throws CFormatException
+    int calls = 0, flushes = 0;
+    int failOn; ///< the number of the Read or Write that throws CFormatException
     bool closed = false;
     ZelCore::IO::StreamCapabilities capabilities =
         ZelCore::IO::StreamCapabilities::CanRead | ZelCore::IO::StreamCapabilities::CanWrite;
@@ -61,9 +62,6 @@ public:
         data.append(reinterpret_cast<const char*>(buffer), count);
     }
 
-    std::size_t largestWrite = 0;
-    int flushes = 0;
-
 private:
     void FailInTurn() {
         if (++calls == failOn) {
@@ -71,6 +69,41 @@ private:
         }
     }
 };
+
+/// What one call reads.
+inline std::string ReadSome(ZelCore::IO::CStream& stream, std::size_t count) {
+    std::string text(count, '\0');
+    text.resize(stream.Read(reinterpret_cast<unsigned char*>(text.data()), count));
+    return text;
+}
+
+/// All that is left in a stream.
+inline std::string ReadAll(ZelCore::IO::CStream& stream, std::size_t piece = 5000) {
+    std::string text;
+    for (std::string more = "x"; !more.empty() && text.size() < 10'000'000; text += more) {
+        more = ReadSome(stream, piece);
+    }
+    EXPECT_LT(text.size(), 10'000'000u) << "the stream does not end";
+    return text;
+}
+
+inline void WriteAll(ZelCore::IO::CStream& stream, const std::string& text, std::size_t piece = SIZE_MAX) {
+    for (std::size_t at = 0; at < text.size(); at += std::min(piece, text.size() - at)) {
+        stream.Write(Bytes(text) + at, std::min(piece, text.size() - at));
+    }
+}
+
+/// Runs an action with the bytes, of which each is changed in turn by each of the masks.
+template <class Container, class Action>
+void ForEachFlip(const Container& bytes, std::initializer_list<int> masks, Action&& action) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        for (const int mask : masks) {
+            Container flipped = bytes;
+            flipped[i] = static_cast<typename Container::value_type>(flipped[i] ^ mask);
+            action(flipped);
+        }
+    }
+}
 
 /// Text with repeats and noise, the same on every run.
 inline std::string MakeText(std::size_t size, unsigned seed = 1) {

@@ -36,6 +36,10 @@ protected:
     std::wstring At(const std::wstring& name) const {
         return (m_folder / name).wstring();
     }
+    void EmptyTemporaryFolder() const {
+        std::filesystem::remove_all(m_folder / L"tmp");
+        std::filesystem::create_directories(m_folder / L"tmp");
+    }
     bool IsTemporaryFolderEmpty() const {
         return std::filesystem::is_empty(m_folder / L"tmp");
     }

@@ -1,18 +1,6 @@
 #include "Support/Test.h"
 
-#include "ZelCore/AsyncCallback.h"
-#include "ZelCore/AsyncResult.h"
-
-#include <thread>
-
 namespace {
-
-struct CountingCallback final : CAsyncCallback {
-    std::atomic<int> calls{0};
-    void Invoke(const IAsyncResult*) override {
-        ++calls;
-    }
-};
 
 bool IsSignalled(void* event) {
     return ::WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
@@ -30,9 +18,8 @@ TEST(AsyncResult, CompletesOnceAndTheFirstOutcomeStays) {
     EXPECT_TRUE(result.CompletedSynchronously());
     const Failure twice{.message = L"Async result can only be set once",
                         .method = L"ZelCore::CAsyncResult::SetAsCompleted"};
-    ExpectThrow<CInvalidOperationException>([&] { result.SetAsCompleted(false); }, twice);
-    ExpectThrow<CInvalidOperationException>(
-        [&] { result.SetAsCompleted(false, CArgumentException(L"p", nullptr, nullptr, nullptr, 0)); }, twice);
+    ExpectInvalid(twice, [&] { result.SetAsCompleted(false); });
+    ExpectInvalid(twice, [&] { result.SetAsCompleted(false, CArgumentException(L"p", nullptr, nullptr, nullptr, 0)); });
     EXPECT_TRUE(result.CompletedSynchronously());
     EXPECT_TRUE(IsSignalled(result.GetWaitHandle())) << "created after completion";
     result.EndInvoke();
@@ -40,33 +27,31 @@ TEST(AsyncResult, CompletesOnceAndTheFirstOutcomeStays) {
 }
 
 TEST(AsyncResult, TellsByCallbackOrByHandleButNotByBoth) {
-    CountingCallback callback;
+    Callback callback;
     CAsyncResult result(&callback, nullptr);
     const Failure exclusive{.contains = L"Wait handle cannot be used for async operation completion notification",
-                            .method = L"ZelCore::CAsyncResult::GetWaitHandle"};
-    ExpectThrow<CInvalidOperationException>([&] { result.GetWaitHandle(); }, exclusive);
-    ExpectThrow<CInvalidOperationException>([&] { result.EndInvoke(); }, exclusive);
+                            .method = L"CAsyncResult::GetWaitHandle"};
+    ExpectInvalid(exclusive, [&] { result.GetWaitHandle(); });
+    ExpectInvalid(exclusive, [&] { result.EndInvoke(); });
     result.SetAsCompleted(false, CArgumentOutOfRangeException(L"p", L"8", nullptr, L"N::M", nullptr, 3));
     EXPECT_EQ(callback.calls, 1);
     EXPECT_TRUE(result.IsCompleted());
     EXPECT_FALSE(result.CompletedSynchronously());
-    ExpectThrow<CArgumentOutOfRangeException>([&] { result.EndInvoke(); },
-                                              {.param = L"p", .method = L"N::M", .line = 3});
+    ExpectRange(L"p", [&] { result.EndInvoke(); }, {.method = L"N::M", .line = 3});
 }
 
 TEST(AsyncResult, ManyThreadsAskForOneEventWhileItCompletes) {
     const HandleBalance handles;
     for (int round = 0; round < 300; ++round) {
         CAsyncResult result(nullptr, nullptr);
-        std::vector<void*> events(4);
-        std::vector<std::thread> threads;
-        for (void*& event : events) {
-            threads.emplace_back([&] { event = result.GetWaitHandle(); });
-        }
-        threads.emplace_back([&] { result.SetAsCompleted(false); });
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        std::array<void*, 4> events{};
+        RunInThreads(5, [&](int i) {
+            if (i == 4) {
+                result.SetAsCompleted(false);
+            } else {
+                events.at(static_cast<std::size_t>(i)) = result.GetWaitHandle();
+            }
+        });
         for (void* event : events) {
             ASSERT_EQ(event, events[0]);
         }
@@ -81,12 +66,12 @@ TEST(AsyncResult, ReportsWhatTheSystemRefuses) {
     FailingCalls calls({{"CreateEventW"}, {"SetEvent"}, {"WaitForSingleObject", WAIT_FAILED}});
     CAsyncResult result(nullptr, nullptr);
     calls.FailOn(1);
-    ExpectThrow<CWin32Exception>([&] { result.GetWaitHandle(); },
-                                 {.code = 0x800705AA, .contains = L"ATL originated: ", .method = L"", .line = 0});
+    ExpectError(0x800705AA, [&] { result.GetWaitHandle(); },
+                {.contains = L"ATL originated: ", .method = L"", .line = 0});
     calls.FailOn(2);
-    ExpectThrow<CWin32Exception>([&] { result.EndInvoke(); }, {.code = 1450});
+    ExpectError(1450, [&] { result.EndInvoke(); });
     calls.FailOn(1);
-    ExpectThrow<CWin32Exception>([&] { result.SetAsCompleted(false); }, {.code = 1450});
+    ExpectError(1450, [&] { result.SetAsCompleted(false); });
     EXPECT_TRUE(result.IsCompleted());
 }
 

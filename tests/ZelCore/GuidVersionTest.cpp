@@ -1,11 +1,8 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Guid.h"
 #include "ZelCore/ResourceManager.h"
 #include "ZelCore/Version.h"
 #include "ZelWin32/PEModule.h"
-
-#include <climits>
 
 TEST(Guid, TextAndBytes) {
     const wchar_t* const text = L"00112233-4455-6677-8899-aabbccddeeff";
@@ -26,44 +23,38 @@ TEST(Guid, TextAndBytes) {
 
 TEST(Guid, RefusesWhatIsNone) {
     for (const wchar_t* bad : {L"x", L"DD", L"\u0144", L" "}) {
-        ExpectThrow<CArgumentOutOfRangeException>([&] { CGuid().ToString(bad); }, {.param = L"format"});
+        ExpectRange(L"format", [&] { CGuid().ToString(bad); });
     }
     for (const wchar_t* bad : {L"(00112233-4455-6677-8899-aabbccddeeff)", L"00112233445566778899aabbccddeeff", L"{",
                                L"00112233-4455-6677-8899-aabbccddeef", L"00112233-4455-6677-8899-aabbccddeeff0",
                                L"0011223g-4455-6677-8899-aabbccddeeff", L"00112233-4455-6677-8899+aabbccddeeff"}) {
-        ExpectThrow<CArgumentException>(
-            [&] { CGuid::Parse(bad); },
-            {.param = L"guid", .contains = (std::wstring(L"Invalid GUID string '") + bad + L"'").c_str()});
+        ExpectArgument(L"guid", [&] { CGuid::Parse(bad); },
+                       {.contains = (std::wstring(L"Invalid GUID string '") + bad + L"'").c_str()});
     }
-    ExpectThrow<CArgumentException>([] { CGuid::Parse(L""); }, {.message = L"'': parameter name: 'guid'"});
-    ExpectThrow<CArgumentNullException>([] { CGuid::Parse(nullptr); }, {.param = L"guid"});
+    ExpectMessage<CArgumentException>(L"'': parameter name: 'guid'", [] { CGuid::Parse(L""); });
+    ExpectNull(L"guid", [] { CGuid::Parse(nullptr); });
     for (const std::size_t size : {0u, 15u, 17u}) {
-        ExpectThrow<CArgumentException>([&] { CGuid(std::vector<unsigned char>(size)); }, {.param = L"guidBytes"});
+        ExpectArgument(L"guidBytes", [&] { CGuid(std::vector<unsigned char>(size)); });
     }
-    FailingCalls calls({{"UuidCreate", 1824}, {"UuidToStringW", 14}});
-    calls.FailOn(1);
-    ExpectThrow<CWin32Exception>([] { CGuid::NewGuid(); }, {.code = 1824});
-    calls.FailOn(1);
-    ExpectThrow<CWin32Exception>([] { CGuid().ToString(nullptr); }, {.code = 14});
+    ExpectFailing({"UuidCreate", 1824}, [] { CGuid::NewGuid(); });
+    ExpectFailing("UuidToStringW", [] { CGuid().ToString(nullptr); });
 }
 
 TEST(Version, TextBothWays) {
-    const struct {
-        const wchar_t* text;
-        int build, revision;
-    } rows[] = {{L"1.2", -1, -1}, {L"1.2.3", 3, -1}, {L"1.2.3.4", 3, 4}, {L"1.2.2147483647", INT_MAX, -1}};
-    for (const auto& row : rows) {
-        const CVersion version(row.text);
+    const std::tuple<const wchar_t*, int, int> rows[] = {
+        {L"1.2", -1, -1}, {L"1.2.3", 3, -1}, {L"1.2.3.4", 3, 4}, {L"1.2.2147483647", INT_MAX, -1}};
+    for (const auto& [text, build, revision] : rows) {
+        const CVersion version(text);
         EXPECT_EQ(version.GetMajor(), 1);
         EXPECT_EQ(version.GetMinor(), 2);
-        EXPECT_EQ(version.GetBuild(), row.build);
-        EXPECT_EQ(version.GetRevision(), row.revision);
-        const int fields = row.revision >= 0 ? 4 : row.build >= 0 ? 3 : 2;
-        EXPECT_EQ(version.ToString(fields), row.text);
+        EXPECT_EQ(version.GetBuild(), build);
+        EXPECT_EQ(version.GetRevision(), revision);
+        const int fields = revision >= 0 ? 4 : build >= 0 ? 3 : 2;
+        EXPECT_EQ(version.ToString(fields), text);
         EXPECT_EQ(version.ToString(0), L"");
         EXPECT_EQ(version.ToString(1), L"1");
         for (const int bad : {-1, fields + 1, 5}) {
-            ExpectThrow<CArgumentException>([&] { version.ToString(bad); }, {.param = L"fieldCount"});
+            ExpectArgument(L"fieldCount", [&] { version.ToString(bad); });
         }
     }
     EXPECT_LT(CVersion(L"1.2"), CVersion(L"1.2.0"));
@@ -75,17 +66,15 @@ TEST(Version, TextBothWays) {
 TEST(Version, RefusesWhatIsNone) {
     for (const wchar_t* bad : {L"", L"1", L"1.", L"1.2.", L".1", L"1..2", L"1.2.3.4.5", L"1.-2", L"+1.2", L" 1.2",
                                L"1.2 ", L"1.2147483648", L"99999999999999999999.1", L"1.a", L"\u0661.1"}) {
-        ExpectThrow<CArgumentException>(
-            [&] { CVersion version(bad); },
-            {.param = L"version", .message = (L"'" + std::wstring(bad) + L"': parameter name: 'version'").c_str()});
+        ExpectArgument(L"version", [&] { CVersion version(bad); },
+                       {.message = (L"'" + std::wstring(bad) + L"': parameter name: 'version'").c_str()});
     }
-    ExpectThrow<CArgumentNullException>([] { CVersion version(nullptr); }, {.param = L"version"});
+    ExpectNull(L"version", [] { CVersion version(nullptr); });
     const wchar_t* names[] = {L"major", L"minor", L"build", L"revision"};
     for (int i = 0; i < 4; ++i) {
         const int n[] = {i == 0 ? -1 : 0, i == 1 ? -1 : 0, i == 2 ? -1 : 0, i >= 2 ? -1 : 0};
-        ExpectThrow<CArgumentException>(
-            [&] { CVersion(n[0], n[1], n[2], n[3]); },
-            {.param = names[i], .contains = L": argument is out of range, actual value was -1"});
+        ExpectArgument(names[i], [&] { CVersion(n[0], n[1], n[2], n[3]); },
+                       {.contains = L": argument is out of range, actual value was -1"});
     }
 }
 

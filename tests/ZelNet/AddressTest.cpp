@@ -1,10 +1,10 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Environment.h"
 #include "ZelNet/Dns.h"
 #include "ZelNet/Sockets/SocketException.h"
 #include "ZelNet/WsaStartupGuard.h"
 
+#include <numeric>
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
@@ -17,45 +17,34 @@ struct Address : ::testing::Test {
     const CWsaStartupGuard winsock;
     static CIPAddress Parse(const wchar_t* text) {
         CIPAddress address;
-        EXPECT_TRUE(CIPAddress::TryParse(text, address)) << ::testing::PrintToString(std::wstring(text));
+        EXPECT_TRUE(CIPAddress::TryParse(text, address)) << text;
         return address;
     }
 };
 
-ADDRINFOW* s_list = nullptr;
-std::wstring s_asked;
-
 } // namespace
 
 TEST_F(Address, TextGoesThereAndBack) {
-    const std::pair<const wchar_t*, const wchar_t*> rows[] = {{L"127.0.0.1", L"127.0.0.1"},
-                                                              {L"255.255.255.255", L"255.255.255.255"},
-                                                              {L"127.1", L"127.0.0.1"},
-                                                              {L"010.0.0.1", L"8.0.0.1"},
-                                                              {L"::", L"::"},
-                                                              {L"::1", L"::1"},
-                                                              {L"[::1]:80", L"[::1]:80"},
-                                                              {L"FE80::1%3", L"fe80::1%3"},
-                                                              {L"2001:db8::ff", L"2001:db8::ff"}};
-    for (const auto& [text, back] : rows) {
-        EXPECT_EQ(Parse(text).ToString(), back);
+    for (const wchar_t* row :
+         {L"127.0.0.1 | 127.0.0.1", L"255.255.255.255 | 255.255.255.255", L"127.1 | 127.0.0.1", L"010.0.0.1 | 8.0.0.1",
+          L":: | ::", L"::1 | ::1", L"[::1]:80 | [::1]:80", L"FE80::1%3 | fe80::1%3", L"2001:db8::ff | 2001:db8::ff"}) {
+        const auto [text, back] = Cells(row);
+        EXPECT_EQ(Parse(text.c_str()).ToString(), back);
     }
     for (const wchar_t* bad :
          {L"", L"x", L"256.1.1.1", L"1.2.3.4.5", L"1.2.3.4 ", L"::g", L"1:2", L"[::1", L"localhost", L"::1%eth0"}) {
         CIPAddress address = CIPAddress::Loopback;
-        EXPECT_FALSE(CIPAddress::TryParse(bad, address)) << ::testing::PrintToString(std::wstring(bad));
+        EXPECT_FALSE(CIPAddress::TryParse(bad, address)) << bad;
         EXPECT_EQ(address.ToString(), L"127.0.0.1") << "unchanged";
     }
     CIPAddress none;
     EXPECT_FALSE(CIPAddress::TryParse(nullptr, none));
-    ExpectThrow<CSocketException>([&] { none.ToString(); }, {.code = 10022, .method = L"ZelNet::CIPAddress::ToString"});
+    ExpectThrow<CSocketException>([&] { none.ToString(); }, {.code = 10022, .method = L"CIPAddress::ToString"});
     EXPECT_EQ(CIPAddress::Any.ToString() + CIPAddress::IPv6Any.ToString() + CIPAddress::IPv6Loopback.ToString(),
               L"0.0.0.0::::1");
     for (const std::size_t length : {4u, 16u}) {
-        std::vector<unsigned char> bytes;
-        for (std::size_t i = 0; i < length; ++i) {
-            bytes.push_back(static_cast<unsigned char>(i * 16 + 1));
-        }
+        std::vector<unsigned char> bytes(length);
+        std::iota(bytes.begin(), bytes.end(), static_cast<unsigned char>(0x81));
         CIPAddress address(bytes.data(), length);
         address.SetPort(0x1234);
         SOCKADDR_INET raw;
@@ -67,43 +56,38 @@ TEST_F(Address, TextGoesThereAndBack) {
         EXPECT_EQ(Parse(CIPAddress(bytes.data(), length).ToString().c_str()).GetRawAddressBytesInNetworkOrder(), bytes);
     }
     for (const std::size_t length : {0u, 5u, 28u}) {
-        ExpectThrow<CArgumentException>([&] { CIPAddress(Bytes(std::string(28, 'x')), length); },
-                                        {.message = L"'Invalid address length': parameter name: 'address'"});
+        ExpectMessage<CArgumentException>(L"'Invalid address length': parameter name: 'address'",
+                                          [&] { CIPAddress(Bytes(std::string(28, 'x')), length); });
     }
-    ExpectThrow<CArgumentNullException>([] { CIPAddress(nullptr, 4); }, {.param = L"address"});
+    ExpectNull(L"address", [] { CIPAddress(nullptr, 4); });
     EXPECT_TRUE(CIPAddress::IsLoopback(Parse(L"127.9.9.9")) && CIPAddress::IsLoopback(CIPAddress::IPv6Loopback));
     EXPECT_FALSE(CIPAddress::IsLoopback(Parse(L"128.0.0.1")) || CIPAddress::IsLoopback(Parse(L"::2")) ||
                  CIPAddress::IsLoopback(none));
 }
 
 TEST_F(Address, OrderIsThatOfFamilyAndBytes) {
-    std::vector<std::pair<std::string, CIPAddress>> addresses; // with a key that sorts as they should
+    using Key = std::vector<unsigned char>; // the length, then the bytes: it sorts as the addresses should
+    std::vector<std::pair<Key, CIPAddress>> addresses;
     unsigned seed = 1;
     for (int i = 0; i < 3000; ++i) {
-        std::string bytes(i % 2 != 0 ? 4 : 16, '\0');
-        for (char& byte : bytes) {
+        Key key{static_cast<unsigned char>(i % 2 != 0 ? 4 : 16)};
+        while (key.size() <= key[0]) {
             seed = seed * 1664525u + 1013904223u;
-            byte = static_cast<char>((seed >> 24) % 3 == 0 ? seed >> 16 : 0x7F);
+            key.push_back(static_cast<unsigned char>((seed >> 24) % 3 == 0 ? seed >> 16 : 0x7F));
         }
-        CIPAddress address(Bytes(bytes), bytes.size());
+        CIPAddress address(key.data() + 1, key[0]);
         address.SetPort(static_cast<std::uint16_t>(seed));
-        addresses.emplace_back((bytes.size() == 4 ? "4" : "6") + bytes, address);
+        addresses.emplace_back(key, address);
     }
-    const auto bytewise = [](const std::string& a, const std::string& b) {
-        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-            return static_cast<unsigned char>(x) < static_cast<unsigned char>(y);
-        });
-    };
     for (std::size_t i = 0; i < addresses.size(); ++i) {
         const auto &a = addresses[i], &b = addresses[(i * 7 + 1) % addresses.size()];
-        ASSERT_EQ(a.second < b.second, bytewise(a.first, b.first));
-        ASSERT_EQ(a.second <= b.second, !bytewise(b.first, a.first));
+        ASSERT_EQ(a.second < b.second, a.first < b.first);
+        ASSERT_EQ(a.second <= b.second, a.first <= b.first);
     }
     EXPECT_FALSE(Parse(L"fe80::1%1") < Parse(L"fe80::1%2") || Parse(L"[::1]:1") < Parse(L"[::1]:2"));
     const CIPAddress none;
     EXPECT_LT(none, CIPAddress::Any);
-    ExpectThrow<CInvalidOperationException>([&] { (void)(none < none); },
-                                            {.message = L"", .method = L"ZelNet::operator <"});
+    ExpectInvalid(L"", [&] { (void)(none < none); }, {.method = L"ZelNet::operator <"});
     ExpectThrow<CInvalidOperationException>([&] { (void)(none <= none); }, {.method = L"ZelNet::operator <="});
 }
 
@@ -115,19 +99,19 @@ TEST_F(Address, NamesAreResolved) {
     EXPECT_FALSE(CDns::GetHostEntry(L"127.0.0.1").GetAddressList().empty());
     ExpectThrow<CSocketException>([] { CDns::GetHostEntry(L"no.such.host.invalid"); },
                                   {.method = L"ZelNet::CDns::GetHostByName"});
-    ExpectThrow<CArgumentNullException>([] { CDns::GetHostEntry(nullptr); }, {.param = L"hostNameOrAddress"});
-    ExpectThrow<CArgumentNullException>([] { CDns::GetHostAddresses(nullptr); }, {.param = L"hostNameOrAddress"});
+    ExpectNull(L"hostNameOrAddress", [] { CDns::GetHostEntry(nullptr); });
+    ExpectNull(L"hostNameOrAddress", [] { CDns::GetHostAddresses(nullptr); });
     for (const std::wstring& name :
          {std::wstring(L"LOCALHOST"), std::wstring(L"127.8.8.8"), std::wstring(L"::1"),
           own.GetAddressList()[0].ToString(), CEnvironment::GetMachineName(0), CEnvironment::GetMachineName(1)}) {
-        EXPECT_TRUE(CDns::IsLocalMachine(name.c_str())) << ::testing::PrintToString(name);
+        EXPECT_TRUE(CDns::IsLocalMachine(name.c_str())) << name;
     }
     for (const wchar_t* other : {L"192.0.2.1", L"2001:db8::1", L"other.example"}) {
         EXPECT_FALSE(CDns::IsLocalMachine(other));
     }
-    ExpectThrow<CArgumentNullException>([] { CDns::IsLocalMachine(nullptr); }, {.param = L"machineNameOrIPAddress"});
-    ExpectThrow<CArgumentException>([] { CDns::IsLocalMachine(L""); },
-                                    {.message = L"'Cannot be empty': parameter name: 'machineNameOrIPAddress'"});
+    ExpectNull(L"machineNameOrIPAddress", [] { CDns::IsLocalMachine(nullptr); });
+    ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'machineNameOrIPAddress'",
+                                      [] { CDns::IsLocalMachine(L""); });
 }
 
 TEST_F(Address, TakesWhatTheResolverGives) {
@@ -150,19 +134,17 @@ TEST_F(Address, TakesWhatTheResolverGives) {
     };
     ADDRINFOW none = record(nullptr, 0, nullptr, nullptr), odd = record(&other, sizeof(other), nullptr, &none),
               longer = record(large.data(), 100, name, &odd), first = record(&four, 16, nullptr, &longer);
-    s_list = &first;
+    std::wstring asked;
+    int freed = 0;
     const ImportHook resolve(
         "GetAddrInfoW",
-        [](const wchar_t* text, const wchar_t* service, const ADDRINFOW* hints, ADDRINFOW** list) -> int {
+        [&](const wchar_t* text, const wchar_t* service, const ADDRINFOW* hints, ADDRINFOW** list) -> int {
             EXPECT_TRUE(service == nullptr && hints->ai_flags == AI_CANONNAME && hints->ai_family == 0);
-            s_asked += std::wstring(text) + L";";
-            *list = s_list;
+            asked += std::wstring(text) + L";";
+            *list = &first;
             return 0;
         });
-    static int s_freed;
-    s_freed = 0;
-    s_asked.clear();
-    const ImportHook release("FreeAddrInfoW", [](ADDRINFOW* list) -> void { s_freed += list == s_list ? 1 : 0; });
+    const ImportHook release("FreeAddrInfoW", [&](ADDRINFOW* list) -> void { freed += list == &first ? 1 : 0; });
     const ImportHook reverse(
         "GetNameInfoW",
         [](const SOCKADDR* address, int length, wchar_t* host, DWORD size, wchar_t*, DWORD, int flags) -> int {
@@ -171,49 +153,39 @@ TEST_F(Address, TakesWhatTheResolverGives) {
             return address->sa_family == AF_INET ? 0 : 11003;
         });
     const CIPHostEntry entry = CDns::GetHostEntry(L"192.0.2.1");
-    EXPECT_EQ(s_asked, L"found;");
+    EXPECT_EQ(asked, L"found;");
     EXPECT_EQ(entry.GetHostName(), L"canonical");
     ASSERT_EQ(entry.GetAddressList().size(), 2u);
     EXPECT_EQ(entry.GetAddressList()[1].ToString(), L"fe00::%7");
     EXPECT_EQ(CDns::GetHostAddresses(L"192.0.2.1").size(), 2u);
-    EXPECT_EQ(s_asked, L"found;192.0.2.1;") << "an address is not looked up backwards here";
+    EXPECT_EQ(asked, L"found;192.0.2.1;") << "an address is not looked up backwards here";
     ExpectThrow<CSocketException>([] { CDns::GetHostEntry(L"::1"); },
                                   {.code = 11003, .method = L"ZelNet::CDns::GetHostByAddress"});
     EXPECT_TRUE(CDns::IsLocalMachine(L"fe00::%3")) << "whatever the scope";
-    EXPECT_EQ(s_freed, 3);
+    EXPECT_EQ(freed, 3);
     FailingAllocations allocations;
-    Sweep([&](int n) {
-        const int before = s_freed;
-        s_asked.reserve(1000);
-        allocations.FailOn(n);
-        try {
-            CDns::GetHostAddresses(L"x");
-        } catch (const std::bad_alloc&) {
-        }
-        const bool failed = allocations.HasFailed();
-        allocations.FailOn(0);
-        EXPECT_EQ(s_freed, before + 1);
-        return failed;
-    });
+    asked.reserve(1000), freed = 0;
+    Sweep<CException>(
+        allocations, [] { CDns::GetHostAddresses(L"x"); },
+        [&](int n, const CException* e) { EXPECT_TRUE(e == nullptr && freed == n) << freed; });
 }
 
 TEST(Winsock, IsStartedAndEndedInPairs) {
-    static std::wstring s_calls;
-    s_calls.clear();
-    const ImportHook start("WSAStartup", [](WORD version, WSADATA* data) -> int {
-        s_calls += std::to_wstring(version) + L" ";
+    std::wstring calls;
+    const ImportHook start("WSAStartup", [&](WORD version, WSADATA* data) -> int {
+        calls += std::to_wstring(version) + L" ";
         return version == 0 ? WSAVERNOTSUPPORTED : ::WSAStartup(version, data);
     });
-    const ImportHook end("WSACleanup", []() -> int {
-        s_calls += L"end ";
+    const ImportHook end("WSACleanup", [&]() -> int {
+        calls += L"end ";
         return ::WSACleanup();
     });
     {
         const CWsaStartupGuard outer, inner(1, 2);
         EXPECT_EQ(inner.GetData().wVersion & 0xFF, 2);
     }
-    EXPECT_EQ(s_calls, L"514 258 end end ");
+    EXPECT_EQ(calls, L"514 258 end end ");
     ExpectThrow<CSocketException>([] { CWsaStartupGuard(0, 0x100); },
-                                  {.code = 10092, .method = L"ZelNet::CWsaStartupGuard::CWsaStartupGuard"});
-    EXPECT_EQ(s_calls, L"514 258 end end 0 ");
+                                  {.code = 10092, .method = L"CWsaStartupGuard::CWsaStartupGuard"});
+    EXPECT_EQ(calls, L"514 258 end end 0 ");
 }

@@ -1,12 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Remoting/RpcException.h"
-#include "ZelWin32/SEException.h"
-
-#include <thread>
-
-using ZelCore::Remoting::CRpcException;
-using ZelWin32::CSEException;
 using Sentry = CSEException::CSETranslatorSentry;
 
 namespace {
@@ -33,17 +26,7 @@ const int* const Nowhere = reinterpret_cast<const int*>(16);
 
 int g_declined = 0;
 
-struct Counter {
-    int& count;
-    ~Counter() {
-        ++count;
-    }
-};
-
-struct Translated {
-    unsigned code;
-    int translator;
-};
+using Translated = std::pair<unsigned, int>; ///< the code, and by which translator
 
 EXCEPTION_RECORD g_seen;
 
@@ -55,7 +38,7 @@ TEST(SEException, FaultsAndRaisedCodesArriveAsExceptions) {
         const Sentry sentry(nullptr);
         ExpectThrow<CSEException>(
             [&] {
-                const Counter counter{unwound};
+                const std::shared_ptr<int> counter(&unwound, [](int* count) { ++*count; });
                 ReadFrom(Nowhere);
             },
             {.code = 0xC0000005, .method = Method, .line = 41, .file = L"SEException.cpp"});
@@ -76,14 +59,14 @@ TEST(SEException, NestedSentriesUseTheInnermostTranslator) {
         try {
             ::RaiseException(0xE0000001, 0, 0, nullptr);
         } catch (const Translated& e) {
-            return e.translator == translator && e.code == 0xE0000001;
+            return e == Translated(0xE0000001, translator);
         }
         return false;
     };
-    const Sentry outer([](unsigned code, EXCEPTION_POINTERS*) { throw Translated{code, 1}; });
+    const Sentry outer([](unsigned code, EXCEPTION_POINTERS*) { throw Translated(code, 1); });
     EXPECT_TRUE(number(1));
     {
-        const Sentry inner([](unsigned code, EXCEPTION_POINTERS*) { throw Translated{code, 2}; });
+        const Sentry inner([](unsigned code, EXCEPTION_POINTERS*) { throw Translated(code, 2); });
         EXPECT_TRUE(number(2));
         {
             const Sentry library(nullptr);

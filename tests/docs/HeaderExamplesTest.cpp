@@ -1,32 +1,8 @@
 // The examples in the comments of the public headers, each in the surroundings that it takes for granted.
-#include "Support/Test.h"
+#include "Support/Crypto.h"
 
 #include "Counter.h"
-#include "ZelCore/Configuration/ConfigurationElementCollection.h"
-#include "ZelCore/Configuration/ConfigurationManager.h"
-#include "ZelCore/Configuration/ConfigurationProperty.h"
 #include "ZelCore/Configuration/ConfigurationSection.h"
-#include "ZelCore/Diagnostics/TraceSource.h"
-#include "ZelCore/Environment.h"
-#include "ZelCore/IO/Compression/DeflateStream.h"
-#include "ZelCore/IO/Compression/ZipArchive.h"
-#include "ZelCore/IO/FileStream.h"
-#include "ZelCore/IO/ReadOnlyRefMemoryStream.h"
-#include "ZelCore/Remoting/LrpcClient.h"
-#include "ZelCore/Remoting/LrpcServer.h"
-#include "ZelCore/Security/Cryptography/Aes.h"
-#include "ZelCore/Security/Cryptography/CryptoStream.h"
-#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
-#include "ZelWin32/ComInitGuard.h"
-#include "ZelWin32/SEException.h"
-
-using namespace ZelCore::Configuration;
-using namespace ZelCore::Diagnostics;
-using namespace ZelCore::IO;
-using namespace ZelCore::IO::Compression;
-using namespace ZelCore::Remoting;
-using namespace ZelCore::Security::Cryptography;
-using ZelWin32::CSEException;
 
 namespace {
 

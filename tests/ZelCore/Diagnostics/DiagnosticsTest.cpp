@@ -1,54 +1,40 @@
 #include "Support/Test.h"
 
-#include "Support/Child.h"
-
-#include "ZelCore/DateTime.h"
 #include "ZelCore/Diagnostics/EventLog.h"
 #include "ZelCore/Diagnostics/Stopwatch.h"
-#include "ZelCore/Environment.h"
 #include "ZelCore/Lazy.h"
 
 #include <sddl.h>
-#include <thread>
-
-using namespace ZelCore::Diagnostics;
 
 TEST(SpinWait, EightThreadsLoseNoUpdate) {
     Threading::CSpinWait lock;
-    static std::atomic<int> s_sleeps;
-    s_sleeps = 0;
-    const ImportHook sleep("Sleep", [](DWORD milliseconds) -> void {
-        ++s_sleeps;
+    std::atomic<int> sleeps{0};
+    const ImportHook sleep("Sleep", [&](DWORD milliseconds) -> void {
+        ++sleeps;
         ::Sleep(milliseconds);
     });
     long counter = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] {
-            for (int k = 0; k < 20'000; ++k) {
-                const std::lock_guard<Threading::CSpinWait> guard(lock);
-                ++counter;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunInThreads(8, [&](int) {
+        for (int k = 0; k < 20'000; ++k) {
+            const std::lock_guard<Threading::CSpinWait> guard(lock);
+            ++counter;
+        }
+    });
     EXPECT_EQ(counter, 160'000);
     lock.Enter();
-    s_sleeps = 0;
-    std::thread waiting([&] { lock.Enter(); });
-    while (s_sleeps < 10) { // it yields, first without time, then a millisecond each
-        ::Sleep(1);
+    sleeps = 0;
+    {
+        const std::jthread waiting([&] { lock.Enter(); });
+        while (sleeps < 10) { // it yields, first without time, then a millisecond each
+            ::Sleep(1);
+        }
+        lock.Exit(); // by another thread than the one that waits
     }
-    lock.Exit(); // by another thread than the one that waits
-    waiting.join();
     lock.Exit();
 }
 
 TEST(Lazy, ComputesOnceAndTriesAgainAfterAFailure) {
-    static std::atomic<int> s_calls;
-    s_calls = 0;
+    static std::atomic<int> s_calls = 0;
     CLazy<int> lazy([] {
         if (++s_calls == 1) {
             throw CFormatException(L"the first time", L"", nullptr, 0);
@@ -57,13 +43,7 @@ TEST(Lazy, ComputesOnceAndTriesAgainAfterAFailure) {
         return 42;
     });
     ExpectThrow<CFormatException>([&] { lazy.GetValue(); });
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] { EXPECT_EQ(lazy.GetValue(), 42); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunInThreads(8, [&](int) { EXPECT_EQ(lazy.GetValue(), 42); });
     EXPECT_EQ(s_calls, 2);
 }
 
@@ -98,16 +78,15 @@ TEST(Stopwatch, WithoutACounterItTakesTheTime) {
 }
 
 TEST(EventLog, HandsEntriesToTheSystem) {
-    static std::wstring s_entry;
-    s_entry.clear();
+    std::wstring entry;
     const ImportHook report("ReportEventW",
-                            [](HANDLE, WORD type, WORD category, DWORD id, PSID sid, WORD count, DWORD size,
-                               const wchar_t** texts, void* data) -> BOOL {
+                            [&](HANDLE, WORD type, WORD category, DWORD id, PSID sid, WORD count, DWORD size,
+                                const wchar_t** texts, void* data) -> BOOL {
                                 EXPECT_TRUE(::IsValidSid(sid) && size == 0 && data == nullptr);
-                                s_entry = std::to_wstring(type) + L" " + std::to_wstring(category) + L" " +
-                                          std::to_wstring(id);
+                                entry = std::to_wstring(type) + L" " + std::to_wstring(category) + L" " +
+                                        std::to_wstring(id);
                                 for (WORD i = 0; i < count; ++i) {
-                                    s_entry += std::wstring(L" ") + texts[i];
+                                    entry += std::wstring(L" ") + texts[i];
                                 }
                                 return TRUE;
                             });
@@ -117,30 +96,25 @@ TEST(EventLog, HandsEntriesToTheSystem) {
     {
         const CEventLog log(L"ZelCore tests");
         log.WriteEntry({L"one", L"two"}, EventLogEntryType::Warning, 1000, 7);
-        EXPECT_EQ(s_entry, L"2 7 1000 one two");
+        EXPECT_EQ(entry, L"2 7 1000 one two");
         log.WriteEntry({}, EventLogEntryType::FailureAudit, 0xFFFFFFFF, 0);
-        EXPECT_EQ(s_entry, L"16 0 4294967295");
-        ExpectThrow<CArgumentOutOfRangeException>(
-            [&] { log.WriteEntry(std::vector<std::wstring>(65'536), EventLogEntryType::Error, 1, 1); },
-            {.param = L"strings"});
-        const wchar_t* const write = L"ZelCore::Diagnostics::CEventLog::impl::WriteEntry";
-        FailingCalls calls({{"ReportEventW"}, {"OpenProcessToken"}, {"GetTokenInformation"}});
+        EXPECT_EQ(entry, L"16 0 4294967295");
+        ExpectRange(L"strings",
+                    [&] { log.WriteEntry(std::vector<std::wstring>(65'536), EventLogEntryType::Error, 1, 1); });
+        FailingCalls calls({"ReportEventW", "OpenProcessToken", "GetTokenInformation"});
         for (int n = 1; n <= 4; ++n) {
             calls.FailOn(n);
-            ExpectThrow<CWin32Exception>([&] { log.WriteEntry({}, EventLogEntryType::Error, 1, 1); },
-                                         {.code = 1450, .method = n == 4 ? write : nullptr});
+            ExpectError(1450, [&] { log.WriteEntry({}, EventLogEntryType::Error, 1, 1); },
+                        {.method = n == 4 ? L"CEventLog::impl::WriteEntry" : nullptr});
         }
     }
     EXPECT_EQ(sources.Get(), 0);
-    const wchar_t* const constructor = L"ZelCore::Diagnostics::CEventLog::impl::impl";
-    ExpectThrow<CArgumentNullException>([] { CEventLog(nullptr); },
-                                        {.param = L"source", .method = constructor, .file = L"EventLog.cpp"});
-    ExpectThrow<CArgumentException>([] { CEventLog(L""); },
-                                    {.message = L"'Cannot be empty': parameter name: 'source'"});
+    const wchar_t* const constructor = L"CEventLog::impl::impl";
+    ExpectNull(L"source", [] { CEventLog(nullptr); }, {.method = constructor, .file = L"EventLog.cpp"});
+    ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'source'", [] { CEventLog(L""); });
     for (const std::uintptr_t failure : {std::uintptr_t{0}, ~std::uintptr_t{0}}) {
-        FailingCalls calls({{"RegisterEventSourceW", failure, 1722}});
-        calls.FailOn(1);
-        ExpectThrow<CWin32Exception>([] { CEventLog(L"s", L"server"); }, {.code = 1722, .method = constructor});
+        ExpectFailing({"RegisterEventSourceW", failure, 1722}, [] { CEventLog(L"s", L"server"); },
+                      {.method = constructor});
     }
 }
 
@@ -152,9 +126,6 @@ TEST(Environment, KnowsUserAndVariables) {
     ::SetEnvironmentVariableW(L"ZEL_LARGE", large.c_str());
     EXPECT_EQ(CEnvironment::ExpandEnvironmentVariables(L"<%ZEL_LARGE%%ZEL_NONE%>"), L"<" + large + L"%ZEL_NONE%>");
     EXPECT_EQ(CEnvironment::ExpandEnvironmentVariables(L""), L"");
-    FailingCalls calls({{"ExpandEnvironmentStringsW"}, {"GetUserNameW"}});
-    calls.FailOn(1);
-    ExpectThrow<CWin32Exception>([] { CEnvironment::ExpandEnvironmentVariables(L"x"); }, {.code = 1450});
-    calls.FailOn(1);
-    ExpectThrow<CWin32Exception>([] { CEnvironment::GetUserNameW(); }, {.code = 1450});
+    ExpectFailing("ExpandEnvironmentStringsW", [] { CEnvironment::ExpandEnvironmentVariables(L"x"); });
+    ExpectFailing("GetUserNameW", [] { CEnvironment::GetUserNameW(); });
 }

@@ -1,29 +1,17 @@
 #include "Support/Test.h"
 
-#include "Support/Child.h"
-
-#include "ZelCore/Configuration/ConfigurationException.h"
 #include "ZelCore/Diagnostics/ConsoleTraceListener.h"
 #include "ZelCore/Diagnostics/EventProviderTraceListener.h"
 #include "ZelCore/Diagnostics/LogWriterTraceListener.h"
 #include "ZelCore/Diagnostics/SourceSwitchManager.h"
 #include "ZelCore/Diagnostics/TraceFormatter.h"
 #include "ZelCore/Diagnostics/TraceListenerManager.h"
-#include "ZelCore/Diagnostics/TraceSource.h"
 #include "ZelCore/Diagnostics/TraceSourceManager.h"
-#include "ZelCore/Environment.h"
-#include "ZelWin32/ComException.h"
 
-#include <map>
+#include <set>
 #include <sstream>
-#include <thread>
-
-using namespace ZelCore::Diagnostics;
-using Configuration::CConfigurationException;
 
 namespace {
-
-std::wstring s_program;
 
 /// Tests in which the running program has a configuration file of its own; each in a process of its own, since the
 /// configuration is read once.
@@ -31,14 +19,10 @@ class Tracing : public FolderTest {
 protected:
     void SetUp() override {
         FolderTest::SetUp();
-        s_program = At(L"program.exe");
-        hook =
-            std::make_unique<ImportHook>("GetModuleFileNameW", [](HMODULE module, wchar_t* path, DWORD size) -> DWORD {
-                if (module != nullptr) {
-                    return ::GetModuleFileNameW(module, path, size);
-                }
-                return static_cast<DWORD>(s_program.copy(path, size)); // zeros follow
-            });
+        hook.emplace("GetModuleFileNameW", [this](HMODULE module, wchar_t* path, DWORD size) -> DWORD {
+            return module != nullptr ? ::GetModuleFileNameW(module, path, size)
+                                     : static_cast<DWORD>(At(L"program.exe").copy(path, size)); // zeros follow
+        });
     }
     void Configure(const std::string& sources, const std::string& more) const {
         Put(L"program.exe.config",
@@ -62,13 +46,13 @@ protected:
         std::map<std::string, int> counts;
         for (const auto& file : std::filesystem::directory_iterator(At(folder))) {
             for (const std::string& line : GetLines(folder + L"\\" + file.path().filename().wstring())) {
-                EXPECT_EQ(line[4] == '-' && line[27] == 'Z', true) << line;
+                EXPECT_TRUE(line[4] == '-' && line[27] == 'Z') << line;
                 ++counts[line.substr(line.rfind(' ') + 1)];
             }
         }
         return counts;
     }
-    std::unique_ptr<ImportHook> hook;
+    std::optional<ImportHook> hook;
 };
 
 struct RecordingListener final : CTraceListener {
@@ -94,17 +78,6 @@ void Event(const CTraceSource& source, TraceEventType type, const wchar_t* messa
 
 constexpr auto Warning = TraceEventType::Warning;
 constexpr auto Information = TraceEventType::Information;
-
-/// What a process of the tests with two processes writes; ends without warning after the last line.
-void WriteAndDie(const std::wstring& file, const std::wstring& prefix, int count) {
-    CTraceSource source(L"Process");
-    source.GetSourceSwitch().SetLevel(SourceLevels::All);
-    source.AddTraceListener(std::make_shared<CLogWriterTraceListener>(L"log", file.c_str(), 20'000, 10'000));
-    for (int i = 0; i < count; ++i) {
-        Event(source, Information, (prefix + std::to_wstring(i)).c_str());
-    }
-    ::TerminateProcess(::GetCurrentProcess(), 0);
-}
 
 } // namespace
 
@@ -150,36 +123,27 @@ TEST_F(Tracing, DISABLED_FollowsTheConfiguration) {
     }
     const CTraceSource lost(L"Lost"), mute(L"Mute.x"), zero(L"Zero"), token(L"Token"), empty(L"");
     for (int i = 0; i < 2; ++i) { // each event tries again
-        ExpectThrow<CConfigurationException>(
-            [&] { Event(lost, Warning, L""); },
-            {.message = L"Source switch 'missing' cannot be found in switches collection"});
-        ExpectThrow<CConfigurationException>(
-            [&] { Event(mute, Warning, L""); },
-            {.message = L"Trace listener 'missing' cannot be found in shared listeners collection"});
-        ExpectThrow<CArgumentOutOfRangeException>([&] { Event(zero, Warning, L""); },
-                                                  {.param = L"maximumFileSizem", .contains = L"actual value was 0"});
-        ExpectThrow<CConfigurationException>([&] { Event(token, Warning, L""); },
-                                             {.message = L"Invalid token 'PATH' in file name 'a%PATH%b'."});
-        ExpectThrow<CArgumentException>([&] { Event(empty, Warning, L""); },
-                                        {.message = L"'Cannot be empty': parameter name: 'sourceName'"});
+        ExpectMessage<CConfigurationException>(L"Source switch 'missing' cannot be found in switches collection",
+                                               [&] { Event(lost, Warning, L""); });
+        ExpectMessage<CConfigurationException>(
+            L"Trace listener 'missing' cannot be found in shared listeners collection",
+            [&] { Event(mute, Warning, L""); });
+        ExpectRange(L"maximumFileSizem", [&] { Event(zero, Warning, L""); }, {.contains = L"actual value was 0"});
+        ExpectMessage<CConfigurationException>(L"Invalid token 'PATH' in file name 'a%PATH%b'.",
+                                               [&] { Event(token, Warning, L""); });
+        ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'sourceName'",
+                                          [&] { Event(empty, Warning, L""); });
     }
 }
 
 TEST_F(Tracing, DISABLED_ABrokenConfigurationIsReadAgain) {
     const CTraceSource source(L"A");
     Configure("<source name='A' switchName='s' switchValue='All'/>", "");
-    ExpectThrow<CConfigurationException>(
-        [&] { Event(source, Warning, L""); },
-        {.message = L"Illegal to specify both switchName and switchValue on a trace source."});
+    ExpectMessage<CConfigurationException>(L"Illegal to specify both switchName and switchValue on a trace source.",
+                                           [&] { Event(source, Warning, L""); });
     Configure("<source name='A' switchValue='All'><listeners><add name='l'/></listeners></source>",
               "<sharedListeners><add name='l' type='FileLog' initializeData='relative.log'/></sharedListeners>");
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) { // all resolve it at once
-        threads.emplace_back([&] { Event(source, Warning, L"x"); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunInThreads(8, [&](int) { Event(source, Warning, L"x"); }); // all resolve it at once
     EXPECT_EQ(GetLines(L"relative.log").size(), 8u) << "beside the program";
     Configure("broken <", "");
     Event(source, Warning, L"kept"); // read once
@@ -187,10 +151,15 @@ TEST_F(Tracing, DISABLED_ABrokenConfigurationIsReadAgain) {
 }
 
 TEST_F(Tracing, DISABLED_WritesAndDies) {
-    wchar_t file[1000], prefix[100];
-    ::GetEnvironmentVariableW(L"ZEL_FILE", file, 1000);
-    ::GetEnvironmentVariableW(L"ZEL_PREFIX", prefix, 100);
-    WriteAndDie(file, prefix, 2000);
+    const std::wstring file = CEnvironment::ExpandEnvironmentVariables(L"%ZEL_FILE%");
+    CTraceSource source(L"Process");
+    source.GetSourceSwitch().SetLevel(SourceLevels::All);
+    source.AddTraceListener(std::make_shared<CLogWriterTraceListener>(L"log", file.c_str(), 20'000, 10'000));
+    for (int i = 0; i < 2000; ++i) {
+        const std::wstring message = CEnvironment::ExpandEnvironmentVariables(L"%ZEL_PREFIX%") + std::to_wstring(i);
+        Event(source, Information, message.c_str());
+    }
+    ::TerminateProcess(::GetCurrentProcess(), 0); // without warning after the last line
 }
 
 TEST_F(Tracing, InProcessesOfTheirOwn) {
@@ -201,13 +170,13 @@ TEST_F(Tracing, InProcessesOfTheirOwn) {
     std::filesystem::create_directories(At(L"shared"));
     ::SetEnvironmentVariableW(L"ZEL_FILE", At(L"shared\\log.txt").c_str());
     ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"first");
-    std::thread first([] { RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies"); });
-    ::Sleep(100);
-    ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"second");
-    RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies");
-    first.join();
-    std::filesystem::remove_all(At(L"tmp")); // what the processes left that were ended
-    std::filesystem::create_directories(At(L"tmp"));
+    {
+        const std::jthread first([] { RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies"); });
+        ::Sleep(100);
+        ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"second");
+        RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies");
+    }
+    EmptyTemporaryFolder(); // what the processes left that were ended
     const auto counts = CountMessages(L"shared");
     EXPECT_EQ(counts.size(), 4000u);
     for (const auto& [message, count] : counts) {
@@ -232,17 +201,13 @@ TEST_F(Tracing, SourcesWithoutAConfigurationTakeListenersInCode) {
                                 L"Unconfigured.Deep.Name|||0|Unknown|\n");
     listener->fails = true;
     source.AddTraceListener(second);
-    ExpectThrow<CFormatException>([&] { Event(source, TraceEventType::Start, L"both"); }, {.message = L"listener"});
+    ExpectMessage<CFormatException>(L"listener", [&] { Event(source, TraceEventType::Start, L"both"); });
     EXPECT_EQ(second->events, L"Unconfigured.Deep.Name|F|a\\b.cpp|7|Start|both\n") << "the others get it all the same";
     sibling.RemoveAllListeners();
     Event(source, TraceEventType::Start, L"nobody");
-    ExpectThrow<CArgumentNullException>([] { CTraceSource(nullptr); }, {.param = L"name"});
-    ExpectThrow<CArgumentNullException>([] { CTraceSourceManager::GetTraceSource(nullptr); }, {.param = L"sourceName"});
-    ExpectThrow<CArgumentNullException>([] { CSourceSwitchManager::GetSourceSwitch(nullptr); },
-                                        {.param = L"switchName"});
-    FailingCalls calls({{"InitializeCriticalSectionAndSpinCount"}});
-    calls.FailOn(1);
-    ExpectThrow<ZelWin32::CComException>([] { CTraceSource(L"x"); }, {.code = 0x800705AA});
+    ExpectNull(L"sourceName", [] { CTraceSourceManager::GetTraceSource(nullptr); });
+    const FailingCalls calls("InitializeCriticalSectionAndSpinCount");
+    ExpectThrow<CComException>([] { CTraceSource(L"x"); }, {.code = 0x800705AA});
 }
 
 TEST_F(Tracing, ListenersAreMadeByType) {
@@ -254,23 +219,17 @@ TEST_F(Tracing, ListenersAreMadeByType) {
     EXPECT_EQ(make(L"f", L"", L""), file) << "the live one of the name";
     EXPECT_EQ(dynamic_cast<CLogWriterTraceListener&>(*file).GetPath(), At(L"x.log"));
     EXPECT_NE(std::dynamic_pointer_cast<CConsoleTraceListener>(make(L"c", L"FILELOG", L"")), nullptr);
-    const std::pair<const wchar_t*, std::function<void()>> rows[] = {
-        {L"listenerName", [&] { make(nullptr, nullptr, nullptr, 0, 0); }},
-        {L"listenerType", [&] { make(L"n", nullptr, nullptr, 0, 0); }},
-        {L"initializeData", [&] { make(L"n", L"t", nullptr, 0, 0); }},
-        {L"listenerName", [] { CTraceListenerManager::GetTraceListener(nullptr); }}};
-    for (const auto& [param, action] : rows) {
-        ExpectThrow<CArgumentNullException>(action, {.param = param});
-    }
-    ExpectThrow<CArgumentOutOfRangeException>([&] { make(L"n", L"t", L"d", -2, 0); }, {.param = L"maximumFileSizem"});
-    ExpectThrow<CArgumentOutOfRangeException>([&] { make(L"n", L"t", L"d", 1, 0); },
-                                              {.param = L"maximumNumberOfFiles"});
+    ExpectNull(L"listenerName", [&] { make(nullptr, nullptr, nullptr, 0, 0); });
+    ExpectNull(L"listenerType", [&] { make(L"n", nullptr, nullptr, 0, 0); });
+    ExpectNull(L"initializeData", [&] { make(L"n", L"t", nullptr, 0, 0); });
+    ExpectNull(L"listenerName", [] { CTraceListenerManager::GetTraceListener(nullptr); });
+    ExpectRange(L"maximumFileSizem", [&] { make(L"n", L"t", L"d", -2, 0); });
+    ExpectRange(L"maximumNumberOfFiles", [&] { make(L"n", L"t", L"d", 1, 0); });
     ExpectThrow<CArgumentException>([&] { make(L"e", L"EventProvider", L"no GUID"); });
     static std::wstring s_events;
-    static std::string s_missing;
-    s_events.clear(), s_missing.clear();
-    const ImportHook find("GetProcAddress", [](HMODULE module, const char* name) -> void* {
-        if (s_missing == name) {
+    std::string missing;
+    const ImportHook find("GetProcAddress", [&](HMODULE module, const char* name) -> void* {
+        if (missing == name) {
             ::SetLastError(127);
             return nullptr;
         }
@@ -303,15 +262,13 @@ TEST_F(Tracing, ListenersAreMadeByType) {
         for (const auto type : {TraceEventType::Critical, TraceEventType::Verbose, TraceEventType::Stop}) {
             provider.TraceEvent(context, L"s", type, 0, L"m");
         }
-        ExpectThrow<CWin32Exception>([&] { provider.TraceEvent(context, L"s", Warning, 0, L"fail"); }, {.code = 1450});
+        ExpectError(1450, [&] { provider.TraceEvent(context, L"s", Warning, 0, L"fail"); });
     }
     EXPECT_EQ(s_events, L"5112345 C f:0 m;5512345 V f:0 m;5412345 S f:0 m;5312345 W f:0 fail;end5");
-    ExpectThrow<CWin32Exception>([] { CEventProviderTraceListener(L"p", L"{ffffffff-0000-0000-0000-000000000000}"); },
-                                 {.code = 1450});
+    ExpectError(1450, [] { CEventProviderTraceListener(L"p", L"{ffffffff-0000-0000-0000-000000000000}"); });
     for (const char* name : {"EventRegister", "EventWriteString", "EventUnregister"}) {
-        s_missing = name;
-        ExpectThrow<CWin32Exception>(
-            [] { CEventProviderTraceListener(L"p", L"{00000001-0000-0000-0000-000000000000}"); }, {.code = 127});
+        missing = name;
+        ExpectError(127, [] { CEventProviderTraceListener(L"p", L"{00000001-0000-0000-0000-000000000000}"); });
     }
 }
 
@@ -328,15 +285,6 @@ TEST_F(Tracing, EightThreadsRollALogAndLoseNothing) {
         other.GetSourceSwitch().SetLevel(SourceLevels::All);
         other.AddTraceListener(
             std::make_shared<CLogWriterTraceListener>(L"m", At(L"LOGS\\.\\App.log").c_str(), 10'000, 1'000));
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 8; ++i) {
-            threads.emplace_back([&, i] {
-                for (int k = 0; k < 1000; ++k) {
-                    Event(i % 2 != 0 ? source : other, Information,
-                          (std::to_wstring(i) + L"-" + std::to_wstring(k)).c_str());
-                }
-            });
-        }
         std::atomic<bool> reading{true};
         std::thread reader([&] { // gets in whenever nobody has the file open
             while (reading) {
@@ -344,9 +292,12 @@ TEST_F(Tracing, EightThreadsRollALogAndLoseNothing) {
                                             OPEN_EXISTING, 0, nullptr));
             }
         });
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        RunInThreads(8, [&](int i) {
+            for (int k = 0; k < 1000; ++k) {
+                Event(i % 2 != 0 ? source : other, Information,
+                      (std::to_wstring(i) + L"-" + std::to_wstring(k)).c_str());
+            }
+        });
         reading = false;
         reader.join();
         source.RemoveAllListeners(), other.RemoveAllListeners();
@@ -373,17 +324,11 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
         }
     };
     const auto names = [&] {
-        std::string all;
+        std::set<std::string> all;
         for (const auto& file : std::filesystem::directory_iterator(At(L"logs"))) {
-            all += file.path().filename().string() + " ";
+            all.insert(file.path().filename().string());
         }
-        std::vector<std::string> sorted;
-        std::istringstream words(all);
-        for (std::string word; words >> word;) {
-            sorted.push_back(word);
-        }
-        std::sort(sorted.begin(), sorted.end());
-        return ::testing::PrintToString(sorted);
+        return ::testing::PrintToString(all);
     };
     CLogWriterTraceListener three(L"l", At(L"logs\\app.log").c_str(), 1, 3); // every line has a file of its own
     write(three, 6);
@@ -401,64 +346,51 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
     write(one, 1);
     write(three, 1); // goes to the new file
     EXPECT_EQ(GetLines(L"logs\\app.log").size(), 1u);
-    static int s_writes;
-    s_writes = 0;
     {
+        int writes = 0;
         const ImportHook full(
-            "WriteFile", [](HANDLE handle, const void* bytes, DWORD, DWORD* written, OVERLAPPED*) -> BOOL {
-                return ++s_writes == 1 ? ::WriteFile(handle, bytes, 10, written, nullptr) : (*written = 0, TRUE);
+            "WriteFile", [&](HANDLE handle, const void* bytes, DWORD, DWORD* written, OVERLAPPED*) -> BOOL {
+                return ++writes == 1 ? ::WriteFile(handle, bytes, 10, written, nullptr) : (*written = 0, TRUE);
             });
-        ExpectThrow<CWin32Exception>([&] { write(three, 1); }, {.code = ERROR_DISK_FULL});
+        ExpectError(ERROR_DISK_FULL, [&] { write(three, 1); });
     }
     CLogWriterTraceListener unlimited(L"l", At(L"logs\\app.log").c_str(), -1, 1);
     write(unlimited, 1);
     EXPECT_EQ(GetLines(L"logs\\app.log").size(), 2u) << "the next line does not go on where one was cut";
-    FailingCalls calls({{"CreateFileMappingW"},
-                        {"OpenFileMappingW"},
-                        {"CreateFileW", ~std::uintptr_t{0}},
-                        {"WriteFile"},
-                        {"GetFileSizeEx"},
-                        {"MoveFileExW"},
-                        {"MapViewOfFile"}});
-    Sweep([&](int n) {
-        calls.FailOn(n);
-        bool thrown = false;
-        try {
-            CLogWriterTraceListener listener(L"l", At(L"logs\\other.log").c_str(), 60, 2);
-            write(listener, 3);
-        } catch (const CWin32Exception& e) {
-            EXPECT_EQ(e.GetError(), 1450u);
-            thrown = true;
-        }
-        const std::string failed = calls.GetFailed() != nullptr ? calls.GetFailed() : "";
-        EXPECT_EQ(thrown, thrown && (failed == "CreateFileW" || failed == "WriteFile" || failed == "GetFileSizeEx"))
+    FailingCalls calls({"CreateFileMappingW", "OpenFileMappingW", "CreateFileW", "WriteFile", "GetFileSizeEx",
+                        "MoveFileExW", "MapViewOfFile"});
+    const auto use = [&] {
+        CLogWriterTraceListener listener(L"l", At(L"logs\\other.log").c_str(), 60, 2);
+        write(listener, 3);
+    };
+    Sweep<CWin32Exception>(calls, use, [&](int, const CWin32Exception* e) {
+        const std::string failed = calls.GetFailed();
+        EXPECT_TRUE(e == nullptr || (e->GetError() == 1450 &&
+                                     (failed == "CreateFileW" || failed == "WriteFile" || failed == "GetFileSizeEx")))
             << failed;
-        EXPECT_TRUE(thrown || failed != "WriteFile");
-        return !failed.empty();
+        EXPECT_TRUE(e != nullptr || failed != "WriteFile");
     });
 }
 
 TEST_F(Tracing, TheConsoleGetsOneCallForALine) {
-    static std::string s_written;
-    s_written.clear();
-    static DWORD s_isConsole;
-    const ImportHook mode("GetConsoleMode", [](HANDLE, DWORD*) -> BOOL { return static_cast<BOOL>(s_isConsole); });
-    const ImportHook file("WriteFile", [](HANDLE, const void* bytes, DWORD size, DWORD* written, OVERLAPPED*) -> BOOL {
-        s_written += "[" + std::string(static_cast<const char*>(bytes), size) + "]";
+    std::string all;
+    BOOL isConsole = FALSE;
+    const ImportHook mode("GetConsoleMode", [&](HANDLE, DWORD*) -> BOOL { return isConsole; });
+    const ImportHook file("WriteFile", [&](HANDLE, const void* bytes, DWORD size, DWORD* written, OVERLAPPED*) -> BOOL {
+        all += "[" + std::string(static_cast<const char*>(bytes), size) + "]";
         *written = size;
         return TRUE;
     });
-    const ImportHook console("WriteConsoleW", [](HANDLE, const void* text, DWORD size, DWORD* written, void*) -> BOOL {
+    const ImportHook console("WriteConsoleW", [&](HANDLE, const void* text, DWORD size, DWORD* written, void*) -> BOOL {
         const std::wstring line(static_cast<const wchar_t*>(text), size);
-        s_written += "(" + std::string(line.begin(), line.end()) + ")";
+        all += "(" + std::string(line.begin(), line.end()) + ")";
         *written = size;
         return TRUE;
     });
     CConsoleTraceListener listener(L"c");
-    for (const DWORD isConsole : {0ul, 1ul}) {
-        s_isConsole = isConsole;
-        listener.TraceEvent({}, L"s", Warning, 0, L"m\u00FC");
-    }
-    EXPECT_EQ(s_written,
+    listener.TraceEvent({}, L"s", Warning, 0, L"m\u00FC");
+    isConsole = TRUE;
+    listener.TraceEvent({}, L"s", Warning, 0, L"m\u00FC");
+    EXPECT_EQ(all,
               "[0001-01-01T00:00:00.0000000 0000 W :0 m\xC3\xBC\r\n](0001-01-01T00:00:00.0000000 0000 W :0 m\xFC\r\n)");
 }

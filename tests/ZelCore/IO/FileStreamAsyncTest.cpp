@@ -1,14 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/AsyncCallback.h"
-#include "ZelCore/AsyncResult.h"
-#include "ZelCore/IO/FileStream.h"
-
-#include <memory>
-#include <thread>
-
-using namespace ZelCore::IO;
-
 namespace {
 
 class AsyncFileStream : public FolderTest {
@@ -16,26 +7,14 @@ protected:
     CFileStream Open(DWORD access = GENERIC_READ | GENERIC_WRITE, const wchar_t* name = L"file") const {
         return {At(name), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED};
     }
-};
-
-struct Callback final : CAsyncCallback {
-    std::function<void(const IAsyncResult*)> action;
-    std::atomic<int> calls{0};
-    void Invoke(const IAsyncResult* result) override {
-        struct Counting {
-            std::atomic<int>& calls;
-            ~Counting() {
-                ++calls;
-            }
-        } const counting{calls};
-        if (action) {
-            action(result);
-        }
+    static std::string ReadAt(CFileStream& stream, std::size_t count) {
+        std::string text(count, '\0');
+        auto* const buffer = reinterpret_cast<unsigned char*>(text.data());
+        text.resize(stream.EndRead(stream.BeginRead(buffer, count, nullptr, nullptr)));
+        return text;
     }
-    void Wait(int count = 1) const {
-        while (calls < count) {
-            ::SwitchToThread();
-        }
+    static void WriteAt(CFileStream& stream, const std::string& text) {
+        stream.EndWrite(stream.BeginWrite(Bytes(text), text.size(), nullptr, nullptr));
     }
 };
 
@@ -67,33 +46,22 @@ TEST_F(AsyncFileStream, TenThousandOperationsFromSeveralStreamsAtOnce) {
                 }
                 read = stream.EndRead(result);
             }
-            wrong +=
-                read == PieceSize && data.compare(position, PieceSize, reinterpret_cast<char*>(buffer), PieceSize) == 0
-                    ? 0
-                    : 1;
+            const std::string text(reinterpret_cast<char*>(buffer), read);
+            wrong += text == data.substr(position, PieceSize) ? 0 : 1;
         }
     };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 6; ++i) {
-        threads.emplace_back(work, i % 3, 1667);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunInThreads(6, [&](int i) { work(i % 3, 1667); });
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(handles.GetSettled(), 0);
 }
 
 TEST_F(AsyncFileStream, WritesAndReadsAtItsOwnPosition) {
     CFileStream stream = Open();
-    const std::string text = "0123456789";
-    stream.EndWrite(stream.BeginWrite(Bytes(text), 10, nullptr, nullptr));
-    stream.EndWrite(stream.BeginWrite(Bytes(text), 3, nullptr, nullptr));
+    WriteAt(stream, "0123456789");
+    WriteAt(stream, "012");
     EXPECT_EQ(stream.GetPosition(), 13);
     EXPECT_EQ(stream.Seek(8, SeekOrigin::Begin), 8);
-    unsigned char buffer[10] = {};
-    EXPECT_EQ(stream.EndRead(stream.BeginRead(buffer, 10, nullptr, nullptr)), 5u);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 5), "89012");
+    EXPECT_EQ(ReadAt(stream, 10), "89012");
     EXPECT_EQ(stream.Seek(10, SeekOrigin::End), 23) << "beyond the end for writing";
     EXPECT_EQ(stream.Seek(-20, static_cast<SeekOrigin>(9)), 3);
     stream.SetLength(4);
@@ -101,49 +69,42 @@ TEST_F(AsyncFileStream, WritesAndReadsAtItsOwnPosition) {
     CFileStream readOnly = Open(GENERIC_READ);
     EXPECT_EQ(readOnly.Seek(10, SeekOrigin::End), 4) << "cut back to the length";
     EXPECT_EQ(readOnly.Seek(INT64_MAX, SeekOrigin::Current), 4);
-    const wchar_t* const before = L"'Attempt to seek before the beginning of the stream': parameter name: 'offset'";
-    ExpectThrow<CArgumentException>([&] { stream.Seek(-5, SeekOrigin::End); }, {.message = before});
-    ExpectThrow<CArgumentException>([&] { stream.Seek(INT64_MAX, SeekOrigin::End); }, {.param = L"offset"});
+    ExpectArgument(L"offset", [&] { stream.Seek(-5, SeekOrigin::End); },
+                   {.contains = L"Attempt to seek before the beginning of the stream"});
+    ExpectArgument(L"offset", [&] { stream.Seek(INT64_MAX, SeekOrigin::End); });
     // Reading at the end fails, at once or when the operation ends; the stream is usable afterwards.
     for (int i = 0; i < 2; ++i) {
-        ExpectThrow<CWin32Exception>([&] { readOnly.EndRead(readOnly.BeginRead(buffer, 1, nullptr, nullptr)); },
-                                     {.code = ERROR_HANDLE_EOF});
+        ExpectError(ERROR_HANDLE_EOF, [&] { ReadAt(readOnly, 1); });
     }
     readOnly.Seek(0, SeekOrigin::Begin);
-    EXPECT_EQ(readOnly.EndRead(readOnly.BeginRead(buffer, 9, nullptr, nullptr)), 4u);
+    EXPECT_EQ(ReadAt(readOnly, 9), "0123");
 }
 
 TEST_F(AsyncFileStream, RefusesTheWrongCall) {
     CFileStream stream = Open();
     CFileStream synchronous(At(L"other"), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0);
     unsigned char byte = 'x';
-    const Failure notSynchronous{.message =
-                                     L"Cannot perform synchronous operation on a handle opened for overlapped I/O"};
-    ExpectThrow<CInvalidOperationException>([&] { stream.Read(&byte, 1); }, notSynchronous);
-    ExpectThrow<CInvalidOperationException>([&] { stream.Write(nullptr, 1); }, notSynchronous);
-    ExpectThrow<CInvalidOperationException>([&] { stream.Lock(0, 1, CFileStream::LockType::Shared); }, notSynchronous);
-    ExpectThrow<CInvalidOperationException>([&] { stream.Unlock(0, 1); }, notSynchronous);
-    const Failure notAsynchronous{
-        .message = L"Cannot perform asynchronous operation on a handle not opened for overlapped I/O"};
-    ExpectThrow<CInvalidOperationException>([&] { synchronous.BeginRead(&byte, 1, nullptr, nullptr); },
-                                            notAsynchronous);
-    ExpectThrow<CInvalidOperationException>([&] { synchronous.BeginWrite(nullptr, 1, nullptr, nullptr); },
-                                            notAsynchronous);
-    ExpectThrow<CArgumentNullException>([&] { stream.BeginRead(nullptr, 1, nullptr, nullptr); }, {.param = L"buffer"});
-    ExpectThrow<CArgumentNullException>([&] { stream.BeginWrite(nullptr, 1, nullptr, nullptr); }, {.param = L"buffer"});
-    ExpectThrow<CArgumentOutOfRangeException>([&] { stream.BeginWrite(&byte, 0x1'0000'0000, nullptr, nullptr); },
-                                              {.param = L"count"});
+    const wchar_t* message = L"Cannot perform synchronous operation on a handle opened for overlapped I/O";
+    ExpectInvalid(message, [&] { stream.Read(&byte, 1); });
+    ExpectInvalid(message, [&] { stream.Write(nullptr, 1); });
+    ExpectInvalid(message, [&] { stream.Lock(0, 1, CFileStream::LockType::Shared); });
+    ExpectInvalid(message, [&] { stream.Unlock(0, 1); });
+    message = L"Cannot perform asynchronous operation on a handle not opened for overlapped I/O";
+    ExpectInvalid(message, [&] { synchronous.BeginRead(&byte, 1, nullptr, nullptr); });
+    ExpectInvalid(message, [&] { synchronous.BeginWrite(nullptr, 1, nullptr, nullptr); });
+    ExpectNull(L"buffer", [&] { stream.BeginRead(nullptr, 1, nullptr, nullptr); });
+    ExpectNull(L"buffer", [&] { stream.BeginWrite(nullptr, 1, nullptr, nullptr); });
+    ExpectRange(L"count", [&] { stream.BeginWrite(&byte, 0x1'0000'0000, nullptr, nullptr); });
     const IAsyncResult* result = stream.BeginWrite(&byte, 1, nullptr, nullptr);
-    const Failure busy{.message = L"Asynchronous operation is in progress"};
-    ExpectThrow<CInvalidOperationException>([&] { stream.BeginRead(&byte, 1, nullptr, nullptr); }, busy);
-    ExpectThrow<CInvalidOperationException>([&] { stream.Seek(0, SeekOrigin::Begin); }, busy);
-    const Failure foreign{.contains =
-                              L"IAsyncResult object did not come from the corresponding async method on this type"};
-    ExpectThrow<CArgumentException>([&] { stream.EndRead(result); }, foreign);
-    ExpectThrow<CArgumentException>([&] { Open().EndWrite(result); }, foreign);
-    ExpectThrow<CArgumentNullException>([&] { stream.EndWrite(nullptr); }, {.param = L"asyncResult"});
+    message = L"Asynchronous operation is in progress";
+    ExpectInvalid(message, [&] { stream.BeginRead(&byte, 1, nullptr, nullptr); });
+    ExpectInvalid(message, [&] { stream.Seek(0, SeekOrigin::Begin); });
+    const Failure foreign{.contains = L"did not come from the corresponding async method on this type"};
+    ExpectArgument(foreign, [&] { stream.EndRead(result); });
+    ExpectArgument(foreign, [&] { Open().EndWrite(result); });
+    ExpectNull(L"asyncResult", [&] { stream.EndWrite(nullptr); });
     stream.EndWrite(result);
-    ExpectThrow<CArgumentException>([&] { stream.EndWrite(result); }, foreign);
+    ExpectArgument(foreign, [&] { stream.EndWrite(result); });
 }
 
 TEST_F(AsyncFileStream, SurvivesItsEndWithAnOperationUnderWay) {
@@ -224,46 +185,44 @@ TEST_F(AsyncFileStream, TheCallbackMayDestroyTheStreamWithANewOperationUnderWay)
 
 TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
     // A write function that starts nothing and reports it as pending: the test delivers the completion.
-    static OVERLAPPED* s_overlapped = nullptr;
-    static LPOVERLAPPED_COMPLETION_ROUTINE s_routine = nullptr;
-    static const auto pend = [](HANDLE, const void*, DWORD, DWORD*, OVERLAPPED* overlapped) -> BOOL {
-        s_overlapped = overlapped;
+    OVERLAPPED* overlapped = nullptr;
+    LPOVERLAPPED_COMPLETION_ROUTINE complete = nullptr;
+    const ImportHook write("WriteFile", [&](HANDLE, const void*, DWORD, DWORD*, OVERLAPPED* passed) -> BOOL {
+        overlapped = passed;
         ::SetLastError(ERROR_IO_PENDING);
         return FALSE;
-    };
-    static const auto bind = [](HANDLE, LPOVERLAPPED_COMPLETION_ROUTINE routine, ULONG) -> BOOL {
-        s_routine = routine;
-        return TRUE;
-    };
-    const ImportHook write("WriteFile", pend);
-    const ImportHook binding("BindIoCompletionCallback", bind);
+    });
+    const ImportHook binding("BindIoCompletionCallback",
+                             [&](HANDLE, LPOVERLAPPED_COMPLETION_ROUTINE routine, ULONG) -> BOOL {
+                                 complete = routine;
+                                 return TRUE;
+                             });
     Callback callback;
     {
         CFileStream stream = Open();
         const IAsyncResult* result = stream.BeginWrite(Bytes("abc"), 3, &callback, nullptr);
-        OVERLAPPED* const first = s_overlapped;
+        OVERLAPPED* const first = overlapped;
         ExpectThrow<CInvalidOperationException>(
             [&] { stream.EndWrite(result); },
             {.contains = L"Wait handle cannot be used for async operation completion notification"});
         result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr); // idle again
-        EXPECT_NE(s_overlapped, first) << "the system still writes to the first one";
-        s_routine(0, 3, first);
+        EXPECT_NE(overlapped, first) << "the system still writes to the first one";
+        complete(0, 3, first);
         EXPECT_EQ(stream.GetPosition(), 0) << "the abandoned operation counts no more";
         EXPECT_EQ(callback.calls, 0);
-        s_routine(0, 2, s_overlapped);
-        ExpectThrow<CWin32Exception>(
-            [&] { stream.EndWrite(result); },
-            {.code = ERROR_DISK_FULL, .method = L"ZelCore::IO::CFileStream::CompleteIOCallback"});
+        complete(0, 2, overlapped);
+        ExpectError(ERROR_DISK_FULL, [&] { stream.EndWrite(result); },
+                    {.method = L"ZelCore::IO::CFileStream::CompleteIOCallback"});
         result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
-        s_routine(0xC000009Cul, 0, s_overlapped); // a kernel status in place of an error code
-        ExpectThrow<CWin32Exception>([&] { stream.EndWrite(result); }, {.code = 23});
+        complete(0xC000009Cul, 0, overlapped); // a kernel status in place of an error code
+        ExpectError(23, [&] { stream.EndWrite(result); });
         result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
         FailingAllocations allocations;
         allocations.FailOn(1);
-        s_routine(ERROR_ACCESS_DENIED, 0, s_overlapped); // without the memory to keep an exception
+        complete(ERROR_ACCESS_DENIED, 0, overlapped); // without the memory to keep an exception
         EXPECT_TRUE(allocations.HasFailed());
         allocations.FailOn(0);
-        ExpectThrow<CWin32Exception>([&] { stream.EndWrite(result); }, {.code = 5});
+        ExpectError(5, [&] { stream.EndWrite(result); });
     }
 }
 
@@ -272,17 +231,15 @@ TEST_F(AsyncFileStream, AnImmediateFailureLeavesTheStreamIdle) {
     CFileStream stream = Open(GENERIC_READ);
     unsigned char byte = 0;
     for (int i = 0; i < 300; ++i) {
-        ExpectThrow<CWin32Exception>([&] { stream.BeginWrite(&byte, 1, nullptr, nullptr); },
-                                     {.code = 5, .method = L"ZelCore::IO::CFileStream::BeginWrite"});
+        ExpectError(5, [&] { stream.BeginWrite(&byte, 1, nullptr, nullptr); }, {.method = L"CFileStream::BeginWrite"});
     }
-    EXPECT_EQ(stream.EndRead(stream.BeginRead(&byte, 1, nullptr, nullptr)), 1u);
+    EXPECT_EQ(ReadAt(stream, 1), "0");
     // A full disk fails at once, and some systems report the end of the operation as well.
     const std::wstring full = L"Z:\\dev\\full";
     if (::GetFileAttributesW(full.c_str()) != INVALID_FILE_ATTRIBUTES) {
         for (int i = 0; i < 300; ++i) {
             CFileStream device(full, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED);
-            ExpectThrow<CWin32Exception>([&] { device.EndWrite(device.BeginWrite(&byte, 1, nullptr, nullptr)); },
-                                         {.code = ERROR_DISK_FULL});
+            ExpectError(ERROR_DISK_FULL, [&] { WriteAt(device, "x"); });
         }
     }
 }
@@ -290,17 +247,9 @@ TEST_F(AsyncFileStream, AnImmediateFailureLeavesTheStreamIdle) {
 TEST_F(AsyncFileStream, RunsOutOfMemoryOnlyBeforeAnOperationStarts) {
     Put(L"file", "0123456789");
     FailingAllocations allocations;
-    Sweep([&](int n) {
-        unsigned char byte = 0;
-        allocations.FailOn(n);
-        try {
-            CFileStream stream = Open(GENERIC_READ);
-            stream.EndRead(stream.BeginRead(&byte, 1, nullptr, nullptr));
-            EXPECT_EQ(byte, '0');
-        } catch (const std::bad_alloc&) {
-        }
-        const bool failed = allocations.HasFailed();
-        allocations.FailOn(0);
-        return failed;
-    });
+    const auto use = [&] {
+        CFileStream stream = Open(GENERIC_READ);
+        EXPECT_EQ(ReadAt(stream, 1), "0");
+    };
+    Sweep<CException>(allocations, use, [](int, const CException* e) { EXPECT_EQ(e, nullptr); });
 }

@@ -1,13 +1,7 @@
 #include "Support/Crypto.h"
 
-#include "ZelCore/NotImplementedException.h"
-#include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
-
-#include <memory>
-
 namespace {
 
-const std::wstring Namespace = L"ZelCore::Security::Cryptography::";
 const wchar_t* const Create = L"`anonymous-namespace'::CreateCryptoTransform";
 
 /// The four blocks of NIST SP 800-38A, appendix F.
@@ -21,11 +15,8 @@ TEST(Cipher, GivesTheAnswersOfTheStandards) {
     CAes aes;
     CDes des;
     CTripleDes tripleDes;
-    const struct {
-        CSymmetricAlgorithm& algorithm;
-        CipherMode mode;
-        const wchar_t *key, *iv, *plain, *cipher, *source;
-    } rows[] = {
+    using Digits = const wchar_t*;
+    const std::tuple<CSymmetricAlgorithm&, CipherMode, Digits, Digits, Digits, Digits, Digits> rows[] = {
         {aes, CipherMode::ECB, Counting, L"", L"00112233445566778899aabbccddeeff", L"69c4e0d86a7b0430d8cdb78070b4c55a",
          L"FIPS 197, C.1"},
         {aes, CipherMode::ECB, L"000102030405060708090a0b0c0d0e0f1011121314151617", L"",
@@ -52,20 +43,20 @@ TEST(Cipher, GivesTheAnswersOfTheStandards) {
          L"5468652071756663 6b2062726f776e20 666f78206a756d70", L"a826fd8ce53b855fcce21c8112256fe668d5c05dd9b6b900",
          L"SP 800-67, B.1"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(::testing::PrintToString(row.source));
-        std::wstring digits = row.plain;
+    for (const auto& [algorithm, mode, key, iv, plainDigits, cipherDigits, source] : rows) {
+        SCOPED_TRACE(source);
+        std::wstring digits = plainDigits;
         std::erase(digits, L' ');
         const std::string plain = Text(Hex(digits.c_str()));
-        row.algorithm.SetMode(row.mode);
-        row.algorithm.SetKey(Hex(row.key));
-        if (*row.iv != L'\0') {
-            row.algorithm.SetIV(Hex(row.iv));
+        algorithm.SetMode(mode);
+        algorithm.SetKey(Hex(key));
+        if (*iv != L'\0') {
+            algorithm.SetIV(Hex(iv));
         }
         for (const std::size_t blocks : {1u, 2u, 3u}) {
-            const std::string cipher = Transform(*row.algorithm.CreateEncryptor(), plain + "!", blocks);
-            EXPECT_EQ(cipher.substr(0, plain.size()), Text(Hex(row.cipher)));
-            EXPECT_EQ(Transform(*row.algorithm.CreateDecryptor(), cipher, blocks), plain + "!");
+            const std::string cipher = Transform(*algorithm.CreateEncryptor(), plain + "!", blocks);
+            EXPECT_EQ(cipher.substr(0, plain.size()), Text(Hex(cipherDigits)));
+            EXPECT_EQ(Transform(*algorithm.CreateDecryptor(), cipher, blocks), plain + "!");
         }
     }
 }
@@ -105,37 +96,26 @@ TEST(Cipher, RefusesBadKeysVectorsAndSizes) {
     CAes aes;
     CDes des;
     CTripleDes tripleDes;
-    struct Row {
-        std::function<void()> action;
-        const wchar_t *param, *message, *method;
-        int line;
-    };
-    std::vector<Row> rows{
-        {[&] { aes.SetIV({}); }, L"iv", nullptr, L"CSymmetricAlgorithm::SetIV", 37},
-        {[&] { aes.SetIV(SecureBytes(8)); }, L"iv", nullptr, L"CSymmetricAlgorithm::SetIV", 41},
-        {[&] { des.SetKeySize(0), des.GenerateKey(); }, L"data", nullptr, L"CRandomNumberGenerator::GetBytes", 55},
-        {[&] { des.SetKeySize(128), des.GenerateIV(); }, L"iv", nullptr, L"CSymmetricAlgorithm::SetIV", 41},
-        {[&] { des.SetKey(SecureBytes(8)); }, L"key", L"Invalid key size", L"CDes::SetKey", 96},
-    };
-    const auto addKeys = [&rows](auto& algorithm, const wchar_t* method, int empty, int size,
-                                 std::initializer_list<std::size_t> wrong) {
-        rows.push_back({[&algorithm] { algorithm.SetKey({}); }, L"key", L"Invalid empty key", method, empty});
+    const wchar_t* const setIV = L"CSymmetricAlgorithm::SetIV";
+    ExpectArgument(L"iv", [&] { aes.SetIV({}); }, {.method = setIV, .line = 37});
+    ExpectArgument(L"iv", [&] { aes.SetIV(SecureBytes(8)); }, {.method = setIV, .line = 41});
+    ExpectArgument(L"data", [&] { des.SetKeySize(0), des.GenerateKey(); },
+                   {.method = L"CRandomNumberGenerator::GetBytes", .line = 55});
+    ExpectArgument(L"iv", [&] { des.SetKeySize(128), des.GenerateIV(); }, {.method = setIV, .line = 41});
+    const auto expectKeys = [](auto& algorithm, const wchar_t* method, int empty, int size,
+                               std::initializer_list<std::size_t> wrong) {
+        ExpectArgument(L"key", [&] { algorithm.SetKey({}); },
+                       {.contains = L"Invalid empty key", .method = method, .line = empty});
         for (const std::size_t length : wrong) {
-            rows.push_back({[&algorithm, length] { algorithm.SetKey(SecureBytes(length)); }, L"key",
-                            L"Invalid key size", method, size});
+            ExpectArgument(L"key", [&] { algorithm.SetKey(SecureBytes(length)); },
+                           {.contains = L"Invalid key size", .method = method, .line = size});
         }
     };
-    addKeys(aes, L"CAes::SetKey", 115, 120, {1, 8, 17, 40});
-    addKeys(des, L"CDes::SetKey", 91, 96, {7, 8});
-    addKeys(tripleDes, L"CTripleDes::SetKey", 132, 136, {8, 32});
-    for (const Row& row : rows) {
-        ExpectThrow<CArgumentException>(row.action, {.param = row.param,
-                                                     .contains = row.message,
-                                                     .method = (Namespace + row.method).c_str(),
-                                                     .line = row.line});
-    }
+    expectKeys(aes, L"CAes::SetKey", 115, 120, {1, 8, 17, 40});
+    expectKeys(des, L"CDes::SetKey", 91, 96, {7, 8});
+    expectKeys(tripleDes, L"CTripleDes::SetKey", 132, 136, {8, 32});
     aes.SetKeySize(~std::uint64_t{0});
-    ExpectThrow<CArgumentOutOfRangeException>([&] { aes.GenerateKey(); }, {.param = L"size"});
+    ExpectRange(L"size", [&] { aes.GenerateKey(); });
     const SecureBytes key(24, 7), iv(16);
     for (const auto& [algorithm, file] : {std::pair<CSymmetricAlgorithm*, const wchar_t*>{&aes, L"Aes.cpp"},
                                           {&des, L"Des.cpp"},
@@ -145,33 +125,25 @@ TEST(Cipher, RefusesBadKeysVectorsAndSizes) {
                 encrypting ? algorithm->CreateEncryptor(k, v) : algorithm->CreateDecryptor(k, v);
             };
             algorithm->SetMode(CipherMode::OFB);
-            ExpectThrow<CNotImplementedException>(
-                [&] { create({}, {}); },
-                {.message = (std::wstring(L"'': the method '") + Create + L"' is not implemented").c_str(),
-                 .method = Create,
-                 .line = 24,
-                 .file = file});
+            ExpectMessage<CNotImplementedException>(
+                L"'': the method '`anonymous-namespace'::CreateCryptoTransform' is not implemented",
+                [&] { create({}, {}); }, {.method = Create, .line = 24, .file = file});
             algorithm->SetMode(CipherMode::CFB);
             algorithm->SetFeedbackSize(24);
-            ExpectThrow<CArgumentException>([&] { create({}, {}); }, {.param = L"feedbackSize",
-                                                                      .contains = L"Invalid feedback size",
-                                                                      .method = Create,
-                                                                      .line = 29,
-                                                                      .file = file});
+            ExpectArgument(L"feedbackSize", [&] { create({}, {}); },
+                           {.contains = L"Invalid feedback size", .method = Create, .line = 29, .file = file});
             algorithm->SetMode(CipherMode::CBC);
-            ExpectThrow<CArgumentException>([&] { create({}, SecureBytes(4)); },
-                                            {.param = L"key", .contains = L"Cannot use empty key", .line = 35});
-            ExpectThrow<CArgumentException>([&] { create(key, SecureBytes(7)); },
-                                            {.param = L"iv",
-                                             .contains = L"Initialization vector is too small",
-                                             .method = Create,
-                                             .line = 49,
-                                             .file = file});
+            ExpectArgument(L"key", [&] { create({}, SecureBytes(4)); },
+                           {.contains = L"Cannot use empty key", .line = 35});
+            ExpectArgument(
+                L"iv", [&] { create(key, SecureBytes(7)); },
+                {.contains = L"Initialization vector is too small", .method = Create, .line = 49, .file = file});
             algorithm->SetMode(CipherMode::ECB);
             if (algorithm == &des) { // the wrong length for the system
                 ExpectThrow<CWin32Exception>(
                     [&] { create(SecureBytes(3), SecureBytes(4)); },
-                    {.method = (Namespace + L"CCryptoApiTransform::CCryptoApiTransform").c_str(), .line = 69});
+                    {.method = L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform",
+                     .line = 69});
             } else {
                 EXPECT_NO_THROW(create(key, SecureBytes(4))) << "the vector does not count";
             }
@@ -191,34 +163,29 @@ TEST(Cipher, TransformsFollowTheirRules) {
     const std::string data = MakeText(100);
     std::vector<unsigned char> output;
     const auto expectCount = [&](ICryptoTransform& transform, std::size_t count, bool final) {
-        ExpectThrow<CArgumentException>(
-            [&] {
-                final ? (void)transform.TransformFinalBlock(Bytes(data), count)
-                      : (void)transform.TransformBlock(Bytes(data), count, output);
-            },
-            {.param = L"inputCount",
-             .contains = L"Invalid count. Must be a multiple of the block size.",
-             .line = final ? 178 : 148});
+        const auto use = [&] {
+            final ? (void)transform.TransformFinalBlock(Bytes(data), count)
+                  : (void)transform.TransformBlock(Bytes(data), count, output);
+        };
+        ExpectArgument(
+            L"inputCount", use,
+            {.contains = L"Invalid count. Must be a multiple of the block size.", .line = final ? 178 : 148});
     };
     for (ICryptoTransform* transform : {encryptor.get(), decryptor.get()}) {
         EXPECT_TRUE(transform->CanReuseTransform() && transform->CanTransformMultipleBlocks());
         EXPECT_EQ(transform->InputBlockSize(), 16u);
         EXPECT_EQ(transform->OutputBlockSize(), 16u);
-        ExpectThrow<CArgumentNullException>([&] { transform->TransformBlock(nullptr, 0, output); },
-                                            {.param = L"inputBuffer", .line = 144});
-        ExpectThrow<CArgumentNullException>([&] { transform->TransformFinalBlock(nullptr, 0); },
-                                            {.param = L"inputBuffer", .line = 165});
+        ExpectNull(L"inputBuffer", [&] { transform->TransformBlock(nullptr, 0, output); }, {.line = 144});
+        ExpectNull(L"inputBuffer", [&] { transform->TransformFinalBlock(nullptr, 0); }, {.line = 165});
         expectCount(*transform, 0, false);
         expectCount(*transform, 17, false);
-        ExpectThrow<CArgumentOutOfRangeException>([&] { transform->TransformBlock(Bytes(data), 0xFFFFFFF0, output); },
-                                                  {.param = L"inputCount"});
+        ExpectRange(L"inputCount", [&] { transform->TransformBlock(Bytes(data), 0xFFFFFFF0, output); });
     }
     expectCount(*decryptor, 15, true);
     for (const auto& [count, size] : {std::pair<std::size_t, std::size_t>{0, 16}, {5, 16}, {16, 32}, {17, 32}}) {
         EXPECT_EQ(encryptor->TransformFinalBlock(Bytes(data), count).size(), size);
     }
-    ExpectThrow<CWin32Exception>([&] { encryptor->TransformFinalBlock(Bytes(data), 32); },
-                                 {.code = ERROR_MORE_DATA, .line = 268});
+    ExpectError(ERROR_MORE_DATA, [&] { encryptor->TransformFinalBlock(Bytes(data), 32); }, {.line = 268});
     const std::string cipher = Transform(*aes.CreateEncryptor(), data.substr(0, 20));
     EXPECT_EQ(decryptor->TransformBlock(Bytes(cipher), 16, output), 0u);
     EXPECT_EQ(Text(decryptor->TransformFinalBlock(Bytes(cipher) + 16, 16)), data.substr(0, 20));
@@ -228,8 +195,8 @@ TEST(Cipher, TransformsFollowTheirRules) {
     EXPECT_EQ(Transform(*aes.CreateEncryptor(aes.GetKey(), shortIV), "x"),
               Transform(*aes.CreateEncryptor(aes.GetKey(), paddedIV), "x"));
     EXPECT_EQ(decryptor->TransformBlock(Bytes(cipher), 16, output), 16u) << "the held block stays for the next message";
-    ExpectThrow<CWin32Exception>([&] { aes.CreateDecryptor()->TransformFinalBlock(Bytes(data), 0); },
-                                 {.code = static_cast<unsigned long>(NTE_BAD_DATA), .line = 244});
+    ExpectError(static_cast<unsigned long>(NTE_BAD_DATA),
+                [&] { aes.CreateDecryptor()->TransformFinalBlock(Bytes(data), 0); }, {.line = 244});
     // The output may be the input.
     std::vector<unsigned char> both(data.begin(), data.begin() + 32);
     aes.CreateEncryptor()->TransformBlock(both.data(), 32, both);
@@ -244,28 +211,16 @@ TEST(Cipher, TransformsFollowTheirRules) {
 
 TEST(Cipher, EveryFailingCallSurfacesAtItsLineAndReleasesAll) {
     const CryptoBalance balance;
-    FailingCalls calls({{"CryptAcquireContextW"},
-                        {"CryptImportKey"},
-                        {"CryptSetKeyParam"},
-                        {"CryptGenRandom"},
-                        {"CryptEncrypt"},
-                        {"CryptDecrypt"}});
+    FailingCalls calls({"CryptAcquireContextW", "CryptImportKey", "CryptSetKeyParam", "CryptGenRandom", "CryptEncrypt",
+                        "CryptDecrypt"});
     const std::vector<int> lines = {46, 37, 46, 37,          // the IV, the key
                                     46, 69, 76, 82, 89, 268, // the encryptor
                                     46, 69, 76, 82, 89, 208, 228, 228, 244};
-    Sweep([&](int n) {
-        calls.FailOn(n);
-        try {
-            CAes aes;
-            aes.SetMode(CipherMode::CFB);
-            const std::string cipher = Text(aes.CreateEncryptor()->TransformFinalBlock(Bytes(MakeText(100)), 100));
-            EXPECT_EQ(Transform(*aes.CreateDecryptor(), cipher, 2).size(), 100u);
-        } catch (const CWin32Exception& e) {
-            EXPECT_EQ(e.GetError(), 1450u);
-            EXPECT_EQ(e.GetSourceLine(), lines.at(static_cast<std::size_t>(n) - 1)) << calls.GetFailed();
-        }
-        EXPECT_EQ(balance.Get(), 0);
-        return calls.GetFailed() != nullptr;
-    });
-    EXPECT_GT(balance.GetMade(), 0);
+    const auto use = [] {
+        CAes aes;
+        aes.SetMode(CipherMode::CFB);
+        const std::string cipher = Text(aes.CreateEncryptor()->TransformFinalBlock(Bytes(MakeText(100)), 100));
+        EXPECT_EQ(Transform(*aes.CreateDecryptor(), cipher, 2).size(), 100u);
+    };
+    ExpectLines(calls, use, lines, balance);
 }

@@ -1,46 +1,26 @@
 #include "Support/Crypto.h"
 
-#include "ZelCore/Security/Cryptography/CryptoStream.h"
-#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
-
-#include <memory>
-
-using namespace ZelCore::IO;
-
 namespace {
 
 constexpr auto Read = CryptoStreamMode::Read;
 constexpr auto Write = CryptoStreamMode::Write;
 
-std::string WriteAll(ICryptoTransform& transform, const std::string& data, std::size_t piece) {
+std::string Written(ICryptoTransform& transform, const std::string& data, std::size_t piece) {
     TestStream target;
     CCryptoStream stream(target, transform, Write);
-    for (std::size_t at = 0; at < data.size(); at += piece) {
-        stream.Write(Bytes(data) + at, std::min(piece, data.size() - at));
-    }
+    WriteAll(stream, data, piece);
     stream.Close();
     return target.data;
 }
 
-std::string ReadAll(CStream& stream, std::size_t piece) {
-    std::string result;
-    std::vector<unsigned char> buffer(piece);
-    while (const std::size_t read = stream.Read(buffer.data(), piece)) {
-        result.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(read));
-    }
-    return result;
-}
-
-std::string ReadAll(ICryptoTransform& transform, const std::string& data, std::size_t piece, std::size_t largestRead) {
-    TestStream source(data);
-    source.largestRead = largestRead;
+std::string ReadOut(ICryptoTransform& transform, const std::string& data, std::size_t piece, std::size_t largestRead) {
+    TestStream source(data, largestRead);
     CCryptoStream stream(source, transform, Read);
     return ReadAll(stream, piece);
 }
 
 /// Takes three bytes and gives each of them twice, in every other call only; block by block or many at a time.
-class Doubler final : public ICryptoTransform {
-public:
+struct Doubler final : ICryptoTransform {
     explicit Doubler(bool many) : m_many(many) {}
     bool CanReuseTransform() const override {
         return true;
@@ -69,7 +49,6 @@ public:
         return std::exchange(m_waiting, {});
     }
 
-private:
     void Add(const unsigned char* input, std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) {
             m_waiting.insert(m_waiting.end(), 2, input[i]);
@@ -97,16 +76,16 @@ TEST(CryptoStream, EverySplitGivesTheSameBytes) {
             const std::string message = MakeText(length, static_cast<unsigned>(length));
             const std::string cipher = Transform(*encryptor, message);
             for (std::size_t piece = 1 + length % step; piece <= 40; piece += step) {
-                ASSERT_EQ(WriteAll(*encryptor, message, piece), cipher);
-                ASSERT_EQ(ReadAll(*encryptor, message, piece, piece % 5 + 1), cipher);
-                ASSERT_EQ(WriteAll(*algorithm->CreateDecryptor(), cipher, piece), message);
-                ASSERT_EQ(ReadAll(*algorithm->CreateDecryptor(), cipher, piece, piece % 17 + 1), message);
+                ASSERT_EQ(Written(*encryptor, message, piece), cipher);
+                ASSERT_EQ(ReadOut(*encryptor, message, piece, piece % 5 + 1), cipher);
+                ASSERT_EQ(Written(*algorithm->CreateDecryptor(), cipher, piece), message);
+                ASSERT_EQ(ReadOut(*algorithm->CreateDecryptor(), cipher, piece, piece % 17 + 1), message);
             }
         }
     }
     const std::string large = MakeText(5'000'003);
-    const std::string cipher = WriteAll(*cbc.CreateEncryptor(), large, large.size());
-    EXPECT_EQ(ReadAll(*cbc.CreateDecryptor(), cipher, 3'000'000, 700'000), large);
+    const std::string cipher = Written(*cbc.CreateEncryptor(), large, large.size());
+    EXPECT_EQ(ReadOut(*cbc.CreateDecryptor(), cipher, 3'000'000, 700'000), large);
 }
 
 TEST(CryptoStream, TakesTransformsOfOtherShapes) {
@@ -119,8 +98,8 @@ TEST(CryptoStream, TakesTransformsOfOtherShapes) {
             }
             for (std::size_t piece = 1; piece < 40; ++piece) {
                 Doubler writing(many), reading(many);
-                ASSERT_EQ(WriteAll(writing, message, piece), expected);
-                ASSERT_EQ(ReadAll(reading, message, piece, piece % 4 + 1), expected);
+                ASSERT_EQ(Written(writing, message, piece), expected);
+                ASSERT_EQ(ReadOut(reading, message, piece, piece % 4 + 1), expected);
             }
         }
     }
@@ -137,9 +116,7 @@ TEST(CryptoStream, AFailingStreamLosesNothingThatWasRead) {
     const std::string message = MakeText(300);
     const std::string cipher = Transform(*aes.CreateEncryptor(), message);
     Sweep([&](int n) {
-        TestStream source(cipher);
-        source.largestRead = 11;
-        source.failOn = n;
+        TestStream source(cipher, 11, n);
         const auto decryptor = aes.CreateDecryptor();
         CCryptoStream stream(source, *decryptor, Read);
         std::string result;
@@ -150,8 +127,7 @@ TEST(CryptoStream, AFailingStreamLosesNothingThatWasRead) {
                 break;
             } catch (const CFormatException&) {
                 failed = true;
-                unsigned char byte = 0; // what was counted before the failure is in the result of the next reads
-                result += stream.Read(&byte, 1) == 1 ? std::string(1, static_cast<char>(byte)) : "";
+                result += ReadSome(stream, 1); // what was counted before the failure is in the result of the next reads
             }
         }
         if (failed) { // ReadAll has dropped what it had before it threw
@@ -163,14 +139,11 @@ TEST(CryptoStream, AFailingStreamLosesNothingThatWasRead) {
         return failed;
     });
     Sweep([&](int n) { // writing: what follows a failure is not completed behind the user's back
-        TestStream target;
-        target.failOn = n;
+        TestStream target("", SIZE_MAX, n);
         const auto encryptor = aes.CreateEncryptor();
         try {
             CCryptoStream stream(target, *encryptor, Write);
-            for (std::size_t at = 0; at < message.size(); at += 50) {
-                stream.Write(Bytes(message) + at, 50);
-            }
+            WriteAll(stream, message, 50);
             stream.Close();
         } catch (const CFormatException&) {
             EXPECT_EQ(target.calls, n) << "no write after the failure";
@@ -190,7 +163,7 @@ TEST(CryptoStream, DamagedCipherTextIsReportedOrHarmless) {
     const auto decrypt = [&](const std::string& damaged) {
         const auto decryptor = aes.CreateDecryptor();
         try {
-            return ReadAll(*decryptor, damaged, 33, 9).size();
+            return ReadOut(*decryptor, damaged, 33, 9).size();
         } catch (const CException&) {
             return std::size_t{0};
         }
@@ -199,11 +172,7 @@ TEST(CryptoStream, DamagedCipherTextIsReportedOrHarmless) {
         EXPECT_LE(decrypt(cipher.substr(0, length)), length);
     }
     int reported = 0;
-    for (std::size_t i = 0; i < cipher.size(); ++i) {
-        std::string flipped = cipher;
-        flipped[i] = static_cast<char>(flipped[i] ^ 0x80);
-        reported += decrypt(flipped) == 0 ? 1 : 0;
-    }
+    ForEachFlip(cipher, {0x80}, [&](const std::string& flipped) { reported += decrypt(flipped) == 0 ? 1 : 0; });
     EXPECT_GE(reported, 30) << "the last two blocks are what the padding is checked by";
 }
 
@@ -211,8 +180,7 @@ TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
     CAes aes;
     const std::string message = MakeText(70);
     const std::string cipher = Transform(*aes.CreateEncryptor(), message);
-    TestStream target;
-    target.failOn = 2;
+    TestStream target("", SIZE_MAX, 2);
     const auto encryptor = aes.CreateEncryptor();
     CCryptoStream writing(target, *encryptor, Write);
     writing.Write(Bytes(message), 16);
@@ -223,49 +191,42 @@ TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
     TestStream source(cipher.substr(0, 79) + "!");
     const auto decryptor = aes.CreateDecryptor();
     CCryptoStream reading(source, *decryptor, Read);
-    unsigned char buffer[100];
     for (int i = 0; i < 300; ++i) { // one attempt of 256 would find padding in garbage
-        ExpectThrow<CWin32Exception>([&] { reading.Read(buffer, 100); }, {.line = 244});
+        ExpectThrow<CWin32Exception>([&] { ReadSome(reading, 100); }, {.line = 244});
     }
-    EXPECT_EQ(reading.Read(buffer, 64), 64u) << "what came before is good";
-    FailingCalls calls({{"CryptDecrypt"}});
+    EXPECT_EQ(ReadSome(reading, 64), message.substr(0, 64)) << "what came before is good";
     TestStream again(cipher);
     const auto other = aes.CreateDecryptor();
     CCryptoStream failing(again, *other, Read);
-    calls.FailOn(1);
+    const FailingCalls calls("CryptDecrypt");
     for (int i = 0; i < 2; ++i) {
-        ExpectThrow<CWin32Exception>([&] { failing.Read(buffer, 70); }, {.code = 1450});
+        ExpectError(1450, [&] { ReadSome(failing, 70); });
     }
 }
 
 TEST(CryptoStream, HasAContract) {
     CAes aes;
     const auto encryptor = aes.CreateEncryptor();
-    const std::wstring name = L"ZelCore::Security::Cryptography::CCryptoStream::";
-    const std::wstring initialize = name + L"impl::Initialize";
     TestStream base;
     base.capabilities = StreamCapabilities::None;
     const auto make = [&](CryptoStreamMode mode) { CCryptoStream(base, *encryptor, mode); };
-    ExpectThrow<CArgumentException>(
-        [&] { make(Read); },
-        {.message = L"'Stream must be readable': parameter name: 'stream'", .method = initialize.c_str(), .line = 301});
-    ExpectThrow<CArgumentException>([&] { make(Write); },
-                                    {.message = L"'Stream must be writeable': parameter name: 'stream'", .line = 308});
-    ExpectThrow<CArgumentOutOfRangeException>([&] { make(static_cast<CryptoStreamMode>(2)); },
-                                              {.param = L"mode", .contains = L"actual value was Unknown", .line = 313});
+    ExpectMessage<CArgumentException>(L"'Stream must be readable': parameter name: 'stream'", [&] { make(Read); },
+                                      {.method = L"CCryptoStream::impl::Initialize", .line = 301});
+    ExpectMessage<CArgumentException>(L"'Stream must be writeable': parameter name: 'stream'", [&] { make(Write); },
+                                      {.line = 308});
+    ExpectRange(L"mode", [&] { make(static_cast<CryptoStreamMode>(2)); },
+                {.contains = L"actual value was Unknown", .line = 313});
     const auto shared = std::make_shared<TestStream>();
     const std::shared_ptr<ICryptoTransform> transform = aes.CreateEncryptor();
-    ExpectThrow<CArgumentNullException>([&] { CCryptoStream(nullptr, transform, Write); },
-                                        {.param = L"stream", .line = 294});
-    ExpectThrow<CArgumentNullException>([&] { CCryptoStream(shared, nullptr, Write); },
-                                        {.param = L"transform", .line = 295});
+    ExpectNull(L"stream", [&] { CCryptoStream(nullptr, transform, Write); }, {.line = 294});
+    ExpectNull(L"transform", [&] { CCryptoStream(shared, nullptr, Write); }, {.line = 295});
     {
         CCryptoStream stream(shared, transform, Write);
         EXPECT_EQ(shared.use_count(), 2);
         EXPECT_EQ(stream.GetCapabilities(), StreamCapabilities::CanWrite);
         stream.Write(Bytes("12345"), 5);
         stream.Flush();
-        ExpectThrow<CArgumentNullException>([&] { stream.Write(nullptr, 1); }, {.param = L"buffer"});
+        ExpectNull(L"buffer", [&] { stream.Write(nullptr, 1); });
         EXPECT_EQ(shared->data.size(), 0u);
     } // the destructor writes the last block, also after a refused argument
     EXPECT_EQ(shared->data.size(), 16u);
@@ -274,27 +235,24 @@ TEST(CryptoStream, HasAContract) {
     base.capabilities = StreamCapabilities::CanRead | StreamCapabilities::CanWrite;
     CCryptoStream writing(base, *encryptor, Write), reading(base, *encryptor, Read);
     unsigned char byte = 0;
-    ExpectThrow<CInvalidOperationException>([&] { writing.Read(&byte, 1); },
-                                            {.message = L"Cannot read from the stream", .line = 386});
-    ExpectThrow<CInvalidOperationException>([&] { reading.Write(&byte, 1); },
-                                            {.message = L"Cannot write to the stream", .line = 408});
-    ExpectThrow<CNotSupportedException>([&] { reading.GetLength(); }, {.message = L"", .line = 369});
+    ExpectInvalid(L"Cannot read from the stream", [&] { writing.Read(&byte, 1); }, {.line = 386});
+    ExpectInvalid(L"Cannot write to the stream", [&] { reading.Write(&byte, 1); }, {.line = 408});
+    ExpectMessage<CNotSupportedException>(L"", [&] { reading.GetLength(); }, {.line = 369});
     ExpectThrow<CNotSupportedException>([&] { reading.GetPosition(); }, {.line = 375});
     ExpectThrow<CNotSupportedException>([&] { reading.Seek(0, SeekOrigin::Begin); }, {.line = 397});
     for (CCryptoStream* stream : {&writing, &reading}) {
         stream->Close();
         stream->Close();
         EXPECT_EQ(stream->GetCapabilities(), StreamCapabilities::None);
-        const Failure closed{.message = L"The handle is invalid"};
-        ExpectThrow<CInvalidOperationException>([&] { stream->Read(&byte, 1); }, closed);
-        ExpectThrow<CInvalidOperationException>([&] { stream->Write(&byte, 1); }, closed);
-        ExpectThrow<CInvalidOperationException>([&] { stream->Flush(); },
-                                                {.message = L"The handle is invalid", .line = 351});
+        const wchar_t* const closed = L"The handle is invalid";
+        ExpectInvalid(closed, [&] { stream->Read(&byte, 1); });
+        ExpectInvalid(closed, [&] { stream->Write(&byte, 1); });
+        ExpectInvalid(closed, [&] { stream->Flush(); }, {.line = 351});
     }
     EXPECT_EQ(base.data.size(), 16u) << "one block of padding, once";
     const auto decryptor = aes.CreateDecryptor();
     CCryptoStream incomplete(base, *decryptor, Write);
     incomplete.Write(&byte, 1);
-    ExpectThrow<CArgumentException>([&] { incomplete.Close(); }, {.param = L"inputCount"});
+    ExpectArgument(L"inputCount", [&] { incomplete.Close(); });
     EXPECT_EQ(incomplete.GetCapabilities(), StreamCapabilities::None) << "closed all the same";
 }

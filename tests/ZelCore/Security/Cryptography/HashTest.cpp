@@ -1,14 +1,8 @@
 #include "Support/Crypto.h"
 
-#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
-#include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
-
 TEST(Hash, GivesTheAnswersOfTheStandards) {
-    const struct {
-        ALG_ID algorithm;
-        const wchar_t* digest; ///< of "abc"
-        const char* source;
-    } rows[] = {
+    const std::tuple<ALG_ID, const wchar_t*, const char*> rows[] = {
+        // the digest of "abc"
         {CALG_MD4, L"a448017aaf21d8525fc10ae87aa6729d", "RFC 1320, A.5"},
         {CALG_MD5, L"900150983cd24fb0d6963f7d28e17f72", "RFC 1321, A.5"},
         {CALG_SHA1, L"a9993e364706816aba3e25717850c26c9cd0d89d", "FIPS 180, SHA-1 example"},
@@ -21,13 +15,12 @@ TEST(Hash, GivesTheAnswersOfTheStandards) {
          L"2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f",
          "FIPS 180, SHA-512"},
     };
-    for (const auto& row : rows) {
-        const std::string expected = Text(Hex(row.digest));
-        CHashAlgorithm hash(row.algorithm);
-        EXPECT_EQ(Text(hash.ComputeHash(Bytes("abc"), 3)), expected) << row.source;
+    for (const auto& [algorithm, digest, source] : rows) {
+        const std::string expected = Text(Hex(digest));
+        CHashAlgorithm hash(algorithm);
+        EXPECT_EQ(Text(hash.ComputeHash(Bytes("abc"), 3)), expected) << source;
         hash.Clear();
-        TestStream stream("abc");
-        stream.largestRead = 1;
+        TestStream stream("abc", 1);
         EXPECT_EQ(Text(hash.ComputeHash(stream)), expected);
         hash.Clear();
         std::vector<unsigned char> output;
@@ -43,45 +36,38 @@ TEST(Hash, KnowsItsState) {
     EXPECT_TRUE(hash.CanReuseTransform() && hash.CanTransformMultipleBlocks());
     EXPECT_EQ(hash.InputBlockSize() + hash.OutputBlockSize(), 2u);
     TestStream empty;
-    const std::wstring impl = L"ZelCore::Security::Cryptography::CHashAlgorithm::impl::";
-    const auto expect = [&](const std::function<void()>& action, const wchar_t* text, const wchar_t* method, int line) {
-        ExpectThrow<CInvalidOperationException>(action,
-                                                {.message = text, .method = (impl + method).c_str(), .line = line});
-    };
-    expect([&] { hash.GetDigest(); }, L"The digest is not finalized", L"GetDigest", 61);
-    expect([&] { hash.ComputeHash(empty); }, L"No data in the digest.", L"HashFinal", 85);
+    ExpectInvalid(L"The digest is not finalized", [&] { hash.GetDigest(); },
+                  {.method = L"CHashAlgorithm::impl::GetDigest", .line = 61});
+    ExpectInvalid(L"No data in the digest.", [&] { hash.ComputeHash(empty); },
+                  {.method = L"CHashAlgorithm::impl::HashFinal", .line = 85});
     EXPECT_EQ(hash.ComputeHash(nullptr, 0).size(), 20u) << "no bytes are data too";
-    expect([&] { hash.ComputeHash(Bytes("a"), 1); }, L"The digest is finalized, cannot add more data", L"HashCore", 71);
-    expect([&] { hash.ComputeHash(empty); }, L"The digest is already finalized.", L"HashFinal", 90);
+    ExpectInvalid(L"The digest is finalized, cannot add more data", [&] { hash.ComputeHash(Bytes("a"), 1); },
+                  {.method = L"CHashAlgorithm::impl::HashCore", .line = 71});
+    ExpectInvalid(L"The digest is already finalized.", [&] { hash.ComputeHash(empty); },
+                  {.method = L"CHashAlgorithm::impl::HashFinal", .line = 90});
     std::vector<unsigned char> output(1);
-    ExpectThrow<CArgumentNullException>([&] { hash.TransformBlock(nullptr, 0, output); },
-                                        {.param = L"inputBuffer", .line = 158});
-    ExpectThrow<CArgumentNullException>([&] { hash.ComputeHash(nullptr, 1); }, {.param = L"data"});
-    ExpectThrow<CWin32Exception>([] { CHashAlgorithm(0x1234); },
-                                 {.code = 0x80090008, .method = (impl + L"Clear").c_str(), .line = 54});
+    ExpectNull(L"inputBuffer", [&] { hash.TransformBlock(nullptr, 0, output); }, {.line = 158});
+    ExpectNull(L"data", [&] { hash.ComputeHash(nullptr, 1); });
+    ExpectError(0x80090008, [] { CHashAlgorithm(0x1234); }, {.method = L"CHashAlgorithm::impl::Clear", .line = 54});
 }
 
 TEST(Hash, EveryFailingCallSurfacesAndReleasesAll) {
     const CryptoBalance balance;
-    FailingCalls calls({{"CryptAcquireContextW"},
-                        {"CryptCreateHash"},
-                        {"CryptHashData"},
-                        {"CryptGetHashParam"},
-                        {"CryptDestroyHash"}});
+    FailingCalls calls(
+        {"CryptAcquireContextW", "CryptCreateHash", "CryptHashData", "CryptGetHashParam", "CryptDestroyHash"});
     const std::vector<int> lines = {46, 54, 78, 0, 101, 50, 54};
+    const auto use = [] {
+        CHashAlgorithm hash(CALG_SHA_256);
+        hash.ComputeHash(Bytes("abc"), 3);
+        hash.Clear();
+    };
     int failedDestroying = 0;
-    Sweep([&](int n) {
-        calls.FailOn(n);
-        try {
-            CHashAlgorithm hash(CALG_SHA_256);
-            hash.ComputeHash(Bytes("abc"), 3);
-            hash.Clear();
-        } catch (const CWin32Exception& e) {
-            EXPECT_EQ(e.GetSourceLine(), lines.at(static_cast<std::size_t>(n) - 1)) << calls.GetFailed();
+    Sweep<CWin32Exception>(calls, use, [&](int n, const CWin32Exception* e) {
+        if (e != nullptr) {
+            EXPECT_EQ(e->GetSourceLine(), lines.at(static_cast<std::size_t>(n) - 1)) << calls.GetFailed();
         }
-        failedDestroying += n == 6 || n == 8 ? 1 : 0;
+        failedDestroying += calls.GetFailed() == "CryptDestroyHash" ? 1 : 0;
         EXPECT_EQ(balance.Get(), failedDestroying) << "never destroyed twice";
-        return calls.GetFailed() != nullptr;
     });
     calls.FailOn(0);
     CHashAlgorithm hash(CALG_MD5);
@@ -94,24 +80,20 @@ TEST(RandomNumbers, FillEverythingOrThrow) {
     std::vector<unsigned char> bytes(100'000);
     random.GetBytes(bytes);
     EXPECT_LT(std::count(bytes.begin(), bytes.end(), 0), 1000);
-    const wchar_t* const method = L"ZelCore::Security::Cryptography::CRandomNumberGenerator::GetBytes";
-    ExpectThrow<CArgumentNullException>([&] { random.GetBytes(nullptr, 0); },
-                                        {.param = L"data", .method = method, .line = 29});
-    ExpectThrow<CArgumentException>([&] { random.GetBytes(bytes.data(), 0); },
-                                    {.message = L"'Cannot be empty': parameter name: 'dataSize'", .line = 33});
+    const wchar_t* const method = L"CRandomNumberGenerator::GetBytes";
+    ExpectNull(L"data", [&] { random.GetBytes(nullptr, 0); }, {.method = method, .line = 29});
+    ExpectMessage<CArgumentException>(L"'Cannot be empty': parameter name: 'dataSize'",
+                                      [&] { random.GetBytes(bytes.data(), 0); }, {.line = 33});
     bytes.clear();
-    ExpectThrow<CArgumentException>(
-        [&] { random.GetBytes(bytes); },
-        {.param = L"data", .method = method, .line = 55, .file = L"RandomNumberGenerator.h"});
-    FailingCalls calls({{"CryptGenRandom"}});
-    calls.FailOn(1);
+    ExpectArgument(L"data", [&] { random.GetBytes(bytes); },
+                   {.method = method, .line = 55, .file = L"RandomNumberGenerator.h"});
     unsigned char byte = 0;
-    ExpectThrow<CWin32Exception>([&] { random.GetBytes(&byte, 1); }, {.code = 1450, .method = method, .line = 37});
-    static std::vector<DWORD> s_counts; // beyond 32 bits it goes on in pieces
-    const ImportHook hook("CryptGenRandom", [](HCRYPTPROV, DWORD count, BYTE*) -> BOOL {
-        s_counts.push_back(count);
+    ExpectFailing("CryptGenRandom", [&] { random.GetBytes(&byte, 1); }, {.method = method, .line = 37});
+    std::vector<DWORD> counts; // beyond 32 bits it goes on in pieces
+    const ImportHook hook("CryptGenRandom", [&](HCRYPTPROV, DWORD count, BYTE*) -> BOOL {
+        counts.push_back(count);
         return TRUE;
     });
     random.GetBytes(&byte, 0x1'0000'0005);
-    EXPECT_EQ(s_counts, (std::vector<DWORD>{0x40000000, 0x40000000, 0x40000000, 0x40000000, 5}));
+    EXPECT_EQ(counts, (std::vector<DWORD>{0x40000000, 0x40000000, 0x40000000, 0x40000000, 5}));
 }

@@ -1,16 +1,12 @@
-#include "Support/Child.h"
 #include "Support/Crypto.h"
 
-#include "ZelCore/Security/Cryptography/CryptoStream.h"
 #include "ZelCore/Security/Cryptography/ProtectedData.h"
-#include "ZelCore/Security/Cryptography/ProtectedMemory.h"
 
 #include <malloc.h>
 
 namespace {
 
 using Scope = DataProtectionScope;
-const std::wstring Namespace = L"ZelCore::Security::Cryptography::";
 
 std::vector<unsigned char> Protect(const std::string& data, const std::string& entropy = "",
                                    Scope scope = Scope::CurrentUser) {
@@ -26,46 +22,32 @@ std::string Unprotect(const std::vector<unsigned char>& data, const std::string&
 }
 
 /// Looks for secrets in every block that the library releases.
-class ReleasedSecrets {
-public:
-    explicit ReleasedSecrets(std::vector<std::string> secrets) {
-        s_secrets = std::move(secrets);
-        s_found = 0;
-        s_released = 0;
-    }
-    int GetFound() const {
-        return s_found;
-    }
-    int GetReleased() const {
-        return s_released;
-    }
+struct ReleasedSecrets {
+    std::vector<std::string> secrets;
+    int found = 0, released = 0;
 
-private:
-    static void Look(const void* block, std::size_t size) {
+    void Look(const void* block, std::size_t size) {
         const std::string_view bytes(static_cast<const char*>(block), block != nullptr ? size : 0);
-        ++s_released;
-        for (const std::string& secret : s_secrets) {
-            s_found += bytes.find(secret) != std::string_view::npos ? 1 : 0;
+        ++released;
+        for (const std::string& secret : secrets) {
+            found += bytes.find(secret) != std::string_view::npos ? 1 : 0;
         }
     }
-    inline static std::vector<std::string> s_secrets;
-    inline static int s_found = 0, s_released = 0;
-
 #ifdef __cpp_sized_deallocation
-    const ImportHook m_delete{"_ZdlPvy", [](void* block, std::size_t size) {
+    const ImportHook unneeded{"_ZdlPvy", [this](void* block, std::size_t size) {
                                   Look(block, size);
                                   ::operator delete(block, size);
                               }};
 #else
-    const ImportHook m_delete{"_ZdlPv", [](void* block) {
+    const ImportHook unneeded{"_ZdlPv", [this](void* block) {
                                   Look(block, block != nullptr ? ::_msize(block) : 0);
                                   ::operator delete(block);
                               }};
 #endif
-    const ImportHook m_local{"LocalFree", [](HLOCAL block) -> HLOCAL {
-                                 Look(block, ::LocalSize(block));
-                                 return ::LocalFree(block);
-                             }};
+    const ImportHook local{"LocalFree", [this](HLOCAL block) -> HLOCAL {
+                               Look(block, ::LocalSize(block));
+                               return ::LocalFree(block);
+                           }};
 };
 
 } // namespace
@@ -82,19 +64,17 @@ TEST(ProtectedData, ComesBackToWhomItIsMeant) {
     }
     const auto sealed = Protect("secret");
     SecureBytes kept(1, 'k');
-    for (std::size_t i = 0; i < sealed.size(); ++i) {
-        for (const int mask : {0x01, 0xFF}) {
-            auto flipped = sealed;
-            flipped[i] = static_cast<unsigned char>(flipped[i] ^ mask);
-            try { // some bytes describe the data only
-                SecureBytes output = kept;
-                CProtectedData::Unprotect(flipped.data(), flipped.size(), output, {});
-                EXPECT_EQ(Text(output), "secret");
-            } catch (const CWin32Exception& e) {
-                EXPECT_EQ(e.GetSourceLine(), 134);
-            }
+    ForEachFlip(sealed, {0x01, 0xFF}, [&](const std::vector<unsigned char>& flipped) {
+        try { // some bytes describe the data only
+            SecureBytes output = kept;
+            CProtectedData::Unprotect(flipped.data(), flipped.size(), output, {});
+            EXPECT_EQ(Text(output), "secret");
+        } catch (const CWin32Exception& e) {
+            EXPECT_EQ(e.GetSourceLine(), 134);
         }
-        ExpectThrow<CWin32Exception>([&] { CProtectedData::Unprotect(sealed.data(), i, kept, {}); });
+    });
+    for (std::size_t length = 0; length < sealed.size(); ++length) {
+        ExpectThrow<CWin32Exception>([&] { CProtectedData::Unprotect(sealed.data(), length, kept, {}); });
         EXPECT_EQ(Text(kept), "k") << "a failure leaves the output";
     }
 }
@@ -103,29 +83,23 @@ TEST(ProtectedData, ReportsWhatIsRefused) {
     std::vector<unsigned char> output;
     SecureBytes secret;
     unsigned char byte = 0;
-    ExpectThrow<CArgumentNullException>([&] { CProtectedData::Protect(nullptr, 1, output, {}, Scope::CurrentUser); },
-                                        {.param = L"data"});
-    ExpectThrow<CArgumentNullException>([&] { CProtectedData::Unprotect(nullptr, 1, secret, {}); }, {.param = L"data"});
+    ExpectNull(L"data", [&] { CProtectedData::Protect(nullptr, 1, output, {}, Scope::CurrentUser); });
+    ExpectNull(L"data", [&] { CProtectedData::Unprotect(nullptr, 1, secret, {}); });
     const std::size_t large = 0x1'0000'0000;
-    ExpectThrow<CArgumentOutOfRangeException>(
-        [&] { CProtectedData::Protect(&byte, large, output, {}, Scope::CurrentUser); }, {.param = L"size"});
-    ExpectThrow<CArgumentOutOfRangeException>([&] { CProtectedData::Unprotect(&byte, large, secret, {}); },
-                                              {.param = L"size"});
-    FailingCalls calls({{"CryptProtectData"}, {"CryptUnprotectData"}});
-    calls.FailOn(1);
-    ExpectThrow<CWin32Exception>(
-        [] { Protect("x"); }, {.code = 1450, .method = (Namespace + L"CProtectedData::Protect").c_str(), .line = 114});
-    static DWORD s_flags;
+    ExpectRange(L"size", [&] { CProtectedData::Protect(&byte, large, output, {}, Scope::CurrentUser); });
+    ExpectRange(L"size", [&] { CProtectedData::Unprotect(&byte, large, secret, {}); });
+    ExpectFailing("CryptProtectData", [] { Protect("x"); }, {.method = L"CProtectedData::Protect", .line = 114});
+    DWORD passed = 0;
     const ImportHook hook("CryptProtectData",
-                          [](DATA_BLOB* data, const wchar_t* description, DATA_BLOB* entropy, void*,
-                             CRYPTPROTECT_PROMPTSTRUCT*, DWORD flags, DATA_BLOB*) -> BOOL {
+                          [&](DATA_BLOB* data, const wchar_t* description, DATA_BLOB* entropy, void*,
+                              CRYPTPROTECT_PROMPTSTRUCT*, DWORD flags, DATA_BLOB*) -> BOOL {
                               EXPECT_TRUE(data->pbData != nullptr && *description == L'\0' && entropy == nullptr);
-                              s_flags = flags;
+                              passed = flags;
                               return FALSE;
                           });
     for (const auto& [number, flags] : {std::pair<int, DWORD>{0, 1}, {1, 5}, {2, 1}}) {
         ExpectThrow<CWin32Exception>([scope = number] { Protect("", "", static_cast<Scope>(scope)); });
-        EXPECT_EQ(s_flags, flags);
+        EXPECT_EQ(passed, flags);
     }
 }
 
@@ -143,18 +117,15 @@ TEST(ProtectedMemory, GoesThereAndBack) {
         EXPECT_EQ(secret, MakeText(64));
     }
     unsigned char byte = 0;
-    const std::wstring name = Namespace + L"CProtectedMemory::";
-    ExpectThrow<CArgumentNullException>([] { CProtectedMemory::Protect(nullptr, 16, MemoryScope::SameProcess); },
-                                        {.param = L"userData", .method = (name + L"Protect").c_str(), .line = 78});
-    ExpectThrow<CArgumentNullException>([] { CProtectedMemory::Unprotect(nullptr, 16, MemoryScope::SameProcess); },
-                                        {.param = L"userData", .method = (name + L"Unprotect").c_str(), .line = 100});
-    ExpectThrow<CArgumentOutOfRangeException>(
-        [&] { CProtectedMemory::Protect(&byte, 0x1'0000'0000, MemoryScope::SameProcess); }, {.param = L"size"});
+    ExpectNull(L"userData", [] { CProtectedMemory::Protect(nullptr, 16, MemoryScope::SameProcess); },
+               {.method = L"CProtectedMemory::Protect", .line = 78});
+    ExpectNull(L"userData", [] { CProtectedMemory::Unprotect(nullptr, 16, MemoryScope::SameProcess); },
+               {.method = L"CProtectedMemory::Unprotect", .line = 100});
+    ExpectRange(L"size", [&] { CProtectedMemory::Protect(&byte, 0x1'0000'0000, MemoryScope::SameProcess); });
 }
 
 TEST(Wiping, NoReleasedBlockHoldsASecret) {
     const std::string key = MakeText(32, 77), iv = MakeText(16, 88), plain = MakeText(3000, 99);
-    const std::vector<std::string> secrets = {key, key.substr(0, 16), iv, plain.substr(0, 40), plain.substr(2900, 40)};
     const SecureBytes secureKey(key.begin(), key.end()), secureIV(iv.begin(), iv.end());
     const auto sealed = Protect(plain);
     const auto use = [&] {
@@ -167,9 +138,7 @@ TEST(Wiping, NoReleasedBlockHoldsASecret) {
         TestStream cipher, decrypted;
         {
             CCryptoStream stream(cipher, *encryptor, CryptoStreamMode::Write);
-            for (std::size_t at = 0; at < plain.size(); at += 500) {
-                stream.Write(Bytes(plain) + at, 500);
-            }
+            WriteAll(stream, plain, 500);
             stream.Close();
         }
         std::string read(plain.size() + 1, '\0');
@@ -181,34 +150,15 @@ TEST(Wiping, NoReleasedBlockHoldsASecret) {
         CProtectedData::Unprotect(sealed.data(), sealed.size(), output, {});
         EXPECT_EQ(Text(output), plain);
     };
-    FailingCalls calls({{"CryptAcquireContextW"},
-                        {"CryptImportKey"},
-                        {"CryptSetKeyParam"},
-                        {"CryptUnprotectData"},
-                        {"CryptEncrypt"},
-                        {"CryptDecrypt"}});
-    const ReleasedSecrets released(secrets);
-    Sweep([&](int n) {
-        calls.FailOn(n);
-        try {
-            use();
-        } catch (const CException&) {
-        }
-        EXPECT_EQ(released.GetFound(), 0) << calls.GetFailed();
-        return calls.GetFailed() != nullptr;
-    });
-    EXPECT_GT(released.GetReleased(), 50);
-    calls.FailOn(0);
+    FailingCalls calls({"CryptAcquireContextW", "CryptImportKey", "CryptSetKeyParam", "CryptUnprotectData",
+                        "CryptEncrypt", "CryptDecrypt"});
     FailingAllocations allocations;
-    Sweep([&](int n) {
-        allocations.FailOn(n);
-        try {
-            use();
-        } catch (const std::bad_alloc&) {
-        }
-        const bool failed = allocations.HasFailed();
-        allocations.FailOn(0);
-        EXPECT_EQ(released.GetFound(), 0);
-        return failed;
-    });
+    ReleasedSecrets look{{key, key.substr(0, 16), iv, plain.substr(0, 40), plain.substr(2900, 40)}};
+    const auto check = [&](int, const CException* e) {
+        EXPECT_EQ(look.found, 0) << calls.GetFailed();
+        EXPECT_TRUE(e == nullptr || calls.HasFailed());
+    };
+    Sweep<CException>(calls, use, check);
+    EXPECT_GT(look.released, 50);
+    Sweep<CException>(allocations, use, check);
 }

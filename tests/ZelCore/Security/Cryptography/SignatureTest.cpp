@@ -1,6 +1,5 @@
 #include "Support/Crypto.h"
 
-#include "ZelCore/Guid.h"
 #include "ZelCore/Security/Cryptography/AssymetricCipherSupport.h"
 
 namespace {
@@ -62,16 +61,13 @@ TEST_F(Signature, SignsVerifiesEncryptsAndDecrypts) {
         SecureBytes wrong(size);
         ExpectThrow<CWin32Exception>([&] { DecryptData(key, wrong, false); }, {.line = 173});
     }
-    ExpectThrow<CArgumentNullException>([&] { SignData(key, Sha1, nullptr, 1, false); }, {.param = L"data"});
-    ExpectThrow<CArgumentNullException>([&] { VerifyData(publicKey, Sha1, Bytes("x"), 1, nullptr, 1, false); },
-                                        {.param = L"signature"});
-    ExpectThrow<CArgumentNullException>([&] { VerifyData(publicKey, Sha1, nullptr, 1, Bytes("x"), 1, false); },
-                                        {.param = L"data"});
-    ExpectThrow<CWin32Exception>([&] { key.Create(1024); }, {.code = 0x8009000F});
+    ExpectNull(L"data", [&] { SignData(key, Sha1, nullptr, 1, false); });
+    ExpectNull(L"signature", [&] { VerifyData(publicKey, Sha1, Bytes("x"), 1, nullptr, 1, false); });
+    ExpectNull(L"data", [&] { VerifyData(publicKey, Sha1, nullptr, 1, Bytes("x"), 1, false); });
+    ExpectError(0x8009000F, [&] { key.Create(1024); });
     const CPrivateKeyInfo missing(L"ZelCore tests, no such container");
-    ExpectThrow<CWin32Exception>(
-        [&] { SignData(missing, Sha1, Bytes("x"), 1, false); },
-        {.method = L"ZelCore::Security::Cryptography::CCryptoServiceProvider::CCryptoServiceProvider", .line = 64});
+    ExpectThrow<CWin32Exception>([&] { SignData(missing, Sha1, Bytes("x"), 1, false); },
+                                 {.method = L"CCryptoServiceProvider::CCryptoServiceProvider", .line = 64});
     ExpectThrow<CWin32Exception>([&] { missing.Delete(); });
     ExpectThrow<CWin32Exception>([&] { missing.Create(8); });
     missing.Create(384); // nothing is in the way
@@ -84,42 +80,24 @@ TEST_F(Signature, EveryFailingCallSurfacesAtItsLineAndReleasesAll) {
     const CPrivateKeyInfo key(container.c_str());
     const CPublicKeyInfo publicKey = key.GetPublicKey();
     const CryptoBalance balance;
-    FailingCalls calls({{"CryptAcquireContextW"},
-                        {"CryptCreateHash"},
-                        {"CryptHashData"},
-                        {"CryptSignHashW"},
-                        {"CryptImportPublicKeyInfo"},
-                        {"CryptEncrypt"},
-                        {"CryptGetUserKey"},
-                        {"CryptDecrypt"},
-                        {"CryptGetKeyParam"},
-                        {"CryptExportPublicKeyInfo"},
-                        {"CryptEncodeObjectEx"}});
+    FailingCalls calls({"CryptAcquireContextW", "CryptCreateHash", "CryptHashData", "CryptSignHashW",
+                        "CryptImportPublicKeyInfo", "CryptEncrypt", "CryptGetUserKey", "CryptDecrypt",
+                        "CryptGetKeyParam", "CryptExportPublicKeyInfo", "CryptEncodeObjectEx"});
     const std::vector<int> lines = {64,  32,  40,  46, 56,  46,  80,  90, 98, 0, 46, 116, // 0: not published
                                     131, 140, 140, 64, 159, 173, 173, 64, 0,  0, 0,  0};
-    Sweep([&](int n) {
-        calls.FailOn(n);
-        try {
-            const auto signature = SignData(key, Sha256, Bytes("abc"), 3, true);
-            EXPECT_TRUE(VerifyData(publicKey, Sha256, Bytes("abc"), 3, signature.data(), signature.size(), true));
-            SecureBytes data(10);
-            EncryptData(publicKey, data, true);
-            DecryptData(key, data, true);
-            key.GetPublicKey();
-        } catch (const CWin32Exception& e) {
-            EXPECT_EQ(e.GetError(), 1450u);
-            const int line = lines.at(static_cast<std::size_t>(n) - 1);
-            EXPECT_TRUE(line == 0 || e.GetSourceLine() == line) << e.GetSourceLine() << calls.GetFailed();
-        }
-        EXPECT_EQ(balance.Get(), 0);
-        return calls.GetFailed() != nullptr;
-    });
-    calls.FailOn(0);
+    const auto use = [&] {
+        const auto signature = SignData(key, Sha256, Bytes("abc"), 3, true);
+        EXPECT_TRUE(VerifyData(publicKey, Sha256, Bytes("abc"), 3, signature.data(), signature.size(), true));
+        SecureBytes data(10);
+        EncryptData(publicKey, data, true);
+        DecryptData(key, data, true);
+        key.GetPublicKey();
+    };
+    ExpectLines(calls, use, lines, balance);
     const ImportHook hook("CryptSignHashW", [](HCRYPTHASH, DWORD, const wchar_t*, DWORD, BYTE*, DWORD*) -> BOOL {
         return TRUE; // a length of 0
     });
-    ExpectThrow<CInvalidOperationException>([&] { SignData(key, Sha1, Bytes("x"), 1, false); },
-                                            {.message = L"", .line = 50});
+    ExpectInvalid(L"", [&] { SignData(key, Sha1, Bytes("x"), 1, false); }, {.line = 50});
 }
 
 TEST_F(Signature, PublicKeysAreReadOrRefused) {
@@ -127,20 +105,18 @@ TEST_F(Signature, PublicKeysAreReadOrRefused) {
     for (std::size_t length = 1; length < encoded.size(); ++length) {
         ExpectThrow<CWin32Exception>([&] { CPublicKeyInfo(encoded.data(), length); });
     }
-    for (std::size_t i = 0; i < encoded.size(); ++i) {
-        auto flipped = encoded;
-        flipped[i] = static_cast<unsigned char>(flipped[i] ^ 0xFF);
+    ForEachFlip(encoded, {0xFF}, [](const std::vector<unsigned char>& flipped) {
         try {
-            EXPECT_FALSE(
-                VerifyData(CPublicKeyInfo(flipped.data(), flipped.size()), Sha1, Bytes("x"), 1, Bytes("y"), 1, false));
+            const CPublicKeyInfo key(flipped.data(), flipped.size());
+            EXPECT_FALSE(VerifyData(key, Sha1, Bytes("x"), 1, Bytes("y"), 1, false));
         } catch (const CWin32Exception&) {
         }
-    }
+    });
     auto even = encoded;
     even.at(even.size() - 1) = 2; // the exponent
     SecureBytes data(5);
-    ExpectThrow<CWin32Exception>([&] { EncryptData(CPublicKeyInfo(even.data(), even.size()), data, true); },
-                                 {.code = static_cast<unsigned long>(NTE_BAD_KEY), .line = 116});
-    ExpectThrow<CArgumentNullException>([] { CPublicKeyInfo(nullptr, 0); }, {.param = L"encoded"});
-    ExpectThrow<CArgumentException>([] { CPublicKeyInfo(Bytes("x"), 0); }, {.param = L"encoded"});
+    ExpectError(static_cast<unsigned long>(NTE_BAD_KEY),
+                [&] { EncryptData(CPublicKeyInfo(even.data(), even.size()), data, true); }, {.line = 116});
+    ExpectNull(L"encoded", [] { CPublicKeyInfo(nullptr, 0); });
+    ExpectArgument(L"encoded", [] { CPublicKeyInfo(Bytes("x"), 0); });
 }

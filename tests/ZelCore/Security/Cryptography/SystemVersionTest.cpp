@@ -1,10 +1,5 @@
 #include "Support/Crypto.h"
 
-#include "Support/Child.h"
-
-#include "ZelCore/Security/Cryptography/ProtectedMemory.h"
-#include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
-
 namespace {
 
 const wchar_t* const Child = L"SystemVersion.DISABLED_ChoosesProviderAndFunctions";
@@ -12,59 +7,49 @@ const wchar_t* const Provider1 = L"Microsoft Enhanced Cryptographic Provider v1.
 const wchar_t* const Provider2 = L"Microsoft Enhanced RSA and AES Cryptographic Provider (Prototype)";
 const wchar_t* const Provider3 = L"Microsoft Enhanced RSA and AES Cryptographic Provider";
 
-std::wstring GetVariable(const wchar_t* name) {
-    wchar_t text[200] = L"";
-    ::GetEnvironmentVariableW(name, text, 200);
-    return text;
-}
-
 /// Takes what the child expects from the environment.
 void RunFor(const std::wstring& program, const wchar_t* version, const wchar_t* provider, const wchar_t* function) {
     ::SetEnvironmentVariableW(L"ZEL_VERSION", version);
     ::SetEnvironmentVariableW(L"ZEL_PROVIDER", provider);
     ::SetEnvironmentVariableW(L"ZEL_FUNCTION", function);
-    EXPECT_EQ(RunInChild(program, Child), 0u) << ::testing::PrintToString(std::wstring(provider));
+    EXPECT_EQ(RunInChild(program, Child), 0u) << provider;
 }
-
-std::wstring s_provider, s_function;
-bool s_missing = true;
 
 } // namespace
 
 TEST(SystemVersion, DISABLED_ChoosesProviderAndFunctions) {
-    static DWORD s_major, s_minor;
-    std::unique_ptr<ImportHook> version;
-    if (const std::wstring text = GetVariable(L"ZEL_VERSION"); !text.empty()) {
-        s_major = static_cast<DWORD>(text[0] - L'0');
-        s_minor = static_cast<DWORD>(text[2] - L'0');
-        version = std::make_unique<ImportHook>("GetVersionExW", [](OSVERSIONINFOW* info) -> BOOL {
-            info->dwMajorVersion = s_major;
-            info->dwMinorVersion = s_minor;
+    std::optional<ImportHook> version;
+    if (const std::wstring text = CEnvironment::ExpandEnvironmentVariables(L"%ZEL_VERSION%"); text[0] != L'%') {
+        version.emplace("GetVersionExW", [text](OSVERSIONINFOW* info) -> BOOL {
+            info->dwMajorVersion = static_cast<DWORD>(text[0] - L'0');
+            info->dwMinorVersion = static_cast<DWORD>(text[2] - L'0');
             return TRUE;
         });
     }
+    std::wstring used, function;
+    bool missing = true;
     const ImportHook acquire(
         "CryptAcquireContextW",
-        [](HCRYPTPROV* handle, const wchar_t*, const wchar_t* name, DWORD type, DWORD flags) -> BOOL {
-            s_provider = name;
-            EXPECT_EQ(type, s_provider == Provider1 ? PROV_RSA_FULL : PROV_RSA_AES);
+        [&](HCRYPTPROV* handle, const wchar_t*, const wchar_t* name, DWORD type, DWORD flags) -> BOOL {
+            used = name;
+            EXPECT_EQ(type, used == Provider1 ? PROV_RSA_FULL : PROV_RSA_AES);
             EXPECT_EQ(flags, CRYPT_VERIFYCONTEXT);
             return ::CryptAcquireContextW(handle, nullptr, name, type, flags);
         });
     const CRandomNumberGenerator random;
-    EXPECT_EQ(s_provider, GetVariable(L"ZEL_PROVIDER"));
+    EXPECT_EQ(used, CEnvironment::ExpandEnvironmentVariables(L"%ZEL_PROVIDER%"));
 
     // The functions that the library finds refuse what is no multiple of a block, each in its own way.
-    const ImportHook find("GetProcAddress", [](HMODULE module, const char* name) -> void* {
-        if (s_missing) {
+    const ImportHook find("GetProcAddress", [&](HMODULE module, const char* name) -> void* {
+        if (missing) {
             ::SetLastError(127);
             return nullptr;
         }
         if (std::string(name) == "RtlNtStatusToDosError") {
             return reinterpret_cast<void*>(::GetProcAddress(module, name));
         }
-        s_function = std::wstring(name, name + std::strlen(name));
-        if (s_function.starts_with(L"System")) {
+        function = std::wstring(name, name + std::strlen(name));
+        if (function.starts_with(L"System")) {
             return reinterpret_cast<void*>(
                 +[](void*, ULONG size, ULONG) -> LONG { return size % 16 != 0 ? static_cast<LONG>(0xC000000D) : 0; });
         }
@@ -75,30 +60,24 @@ TEST(SystemVersion, DISABLED_ChoosesProviderAndFunctions) {
     });
     unsigned char memory[16] = {};
     using Scope = MemoryProtectionScope;
-    ExpectThrow<CWin32Exception>(
-        [&] { CProtectedMemory::Protect(memory, 16, Scope::SameProcess); },
-        {.code = 127, .method = L"`anonymous-namespace'::EnsureProtectMemoryFunctionsLoaded", .line = 66});
-    s_missing = false;
+    ExpectError(127, [&] { CProtectedMemory::Protect(memory, 16, Scope::SameProcess); },
+                {.method = L"`anonymous-namespace'::EnsureProtectMemoryFunctionsLoaded", .line = 66});
+    missing = false;
     CProtectedMemory::Protect(memory, 16, Scope::SameProcess);
-    EXPECT_EQ(s_function, GetVariable(L"ZEL_FUNCTION")) << "the last one that was looked for";
-    const bool status = s_function.starts_with(L"System");
-    ExpectThrow<CWin32Exception>([&] { CProtectedMemory::Protect(memory, 15, Scope::SameProcess); },
-                                 {.code = 87, .line = status ? 88 : 94});
-    ExpectThrow<CWin32Exception>([&] { CProtectedMemory::Unprotect(memory, 15, Scope::SameProcess); },
-                                 {.code = 87, .line = status ? 110 : 116});
+    EXPECT_EQ(function, CEnvironment::ExpandEnvironmentVariables(L"%ZEL_FUNCTION%"))
+        << "the last one that was looked for";
+    const bool status = function.starts_with(L"System");
+    ExpectError(87, [&] { CProtectedMemory::Protect(memory, 15, Scope::SameProcess); }, {.line = status ? 88 : 94});
+    ExpectError(87, [&] { CProtectedMemory::Unprotect(memory, 15, Scope::SameProcess); }, {.line = status ? 110 : 116});
 }
 
 TEST(SystemVersion, ChoosesProviderAndFunctions) {
-    const struct {
-        const wchar_t *version, *provider, *function;
-    } rows[] = {
-        {L"5.0", Provider1, L"SystemFunction041"},    {L"5.1", Provider2, L"SystemFunction041"},
-        {L"5.2", Provider3, L"SystemFunction041"},    {L"6.0", Provider3, L"CryptUnprotectMemory"},
-        {L"6.2", Provider3, L"CryptUnprotectMemory"},
-    };
-    for (const auto& row : rows) {
-        RunFor(GetOwnPath(), row.version, row.provider, row.function);
-    }
+    const std::wstring own = GetOwnPath();
+    RunFor(own, L"5.0", Provider1, L"SystemFunction041");
+    RunFor(own, L"5.1", Provider2, L"SystemFunction041");
+    RunFor(own, L"5.2", Provider3, L"SystemFunction041");
+    RunFor(own, L"6.0", Provider3, L"CryptUnprotectMemory");
+    RunFor(own, L"6.2", Provider3, L"CryptUnprotectMemory");
 }
 
 TEST(SystemVersion, IsAskedOfTheSystem) {
