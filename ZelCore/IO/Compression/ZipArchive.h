@@ -25,8 +25,8 @@ enum class ZipArchiveMode : int {
 ///     }                                    // the destructor writes the archive, and throws what fails
 ///
 /// Changes collect in a staging folder below the temporary path; the destructor writes the whole file anew from
-/// there. Flush does so earlier; the destructor then does it again. A failure before the rewrite leaves the file as it was. A failure during the rewrite, or
-/// the end of the process then, leaves it partly written.
+/// there. Flush does so earlier; the destructor then does it again. A failure before the rewrite leaves the file as it
+/// was. A failure during the rewrite, or the end of the process then, leaves it partly written.
 ///
 /// The destructor throws what the rewrite fails with, unless another exception is on its way: let the object end
 /// inside the try block. In every case it closes the file and removes the staging folder.
