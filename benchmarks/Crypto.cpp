@@ -1,5 +1,5 @@
 #include "Measure.h"
-#include "StubStream.h"
+#include "zel/PlainStream.h"
 
 #include "ZelCore/Security/Cryptography/Aes.h"
 #include "ZelCore/Security/Cryptography/CryptoStream.h"
@@ -27,7 +27,7 @@ constexpr int Records = 1000;
 constexpr int ColdRecords = 50;
 
 /// Endless data to read, and nowhere to write to: costs what a copy costs.
-class MemoryEnds final : public StubStream {
+class MemoryEnds final : public Zel::PlainStream {
 public:
     explicit MemoryEnds(std::size_t left = 0) : m_left(left) {}
     std::size_t Read(unsigned char* buffer, std::size_t count) override {

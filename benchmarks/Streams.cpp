@@ -1,5 +1,5 @@
 #include "Measure.h"
-#include "StubStream.h"
+#include "zel/PlainStream.h"
 
 #include "ZelCore/IO/Compression/DeflateStream.h"
 #include "ZelCore/IO/FileStream.h"
@@ -22,7 +22,7 @@ constexpr std::size_t FileSize = 64u << 20;
 constexpr std::size_t BufferSize = 16384;
 
 /// A stream over a block of memory; reading and writing cost what a copy costs.
-class BlockStream final : public StubStream {
+class BlockStream final : public Zel::PlainStream {
 public:
     explicit BlockStream(std::string& block) : m_block(block) {}
     std::size_t Read(unsigned char* buffer, std::size_t count) override {

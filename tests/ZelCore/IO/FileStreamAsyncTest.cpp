@@ -70,7 +70,7 @@ TEST_F(AsyncFileStream, WritesAndReadsAtItsOwnPosition) {
     EXPECT_EQ(readOnly.Seek(10, SeekOrigin::End), 4) << "cut back to the length";
     EXPECT_EQ(readOnly.Seek(INT64_MAX, SeekOrigin::Current), 4);
     ExpectArgument(L"offset", [&] { stream.Seek(-5, SeekOrigin::End); },
-                   {.contains = L"Attempt to seek before the beginning of the stream"});
+                   {.message = L"'Attempt to seek before the beginning of the stream': parameter name: 'offset'"});
     ExpectArgument(L"offset", [&] { stream.Seek(INT64_MAX, SeekOrigin::End); });
     // Reading at the end fails, at once or when the operation ends; the stream is usable afterwards.
     for (int i = 0; i < 2; ++i) {
@@ -99,7 +99,8 @@ TEST_F(AsyncFileStream, RefusesTheWrongCall) {
     message = L"Asynchronous operation is in progress";
     ExpectInvalid(message, [&] { stream.BeginRead(&byte, 1, nullptr, nullptr); });
     ExpectInvalid(message, [&] { stream.Seek(0, SeekOrigin::Begin); });
-    const Failure foreign{.contains = L"did not come from the corresponding async method on this type"};
+    const Failure foreign{.contains =
+                              L"IAsyncResult object did not come from the corresponding async method on this type"};
     ExpectArgument(foreign, [&] { stream.EndRead(result); });
     ExpectArgument(foreign, [&] { Open().EndWrite(result); });
     ExpectNull(L"asyncResult", [&] { stream.EndWrite(nullptr); });

@@ -54,7 +54,7 @@ TEST_F(FileStream, ReadsWritesSeeksAndCuts) {
     ExpectError(131, [&] { stream.Seek(-1, SeekOrigin::Begin); });
     ExpectError(87, [&] { stream.Seek(0, static_cast<SeekOrigin>(7)); });
     ExpectArgument(L"length", [&] { stream.SetLength(-3); },
-                   {.contains = L"': argument is out of range, actual value was -3'"});
+                   {.message = L"': argument is out of range, actual value was -3': parameter name: 'length'"});
     ExpectNull(L"buffer", [&] { stream.Read(nullptr, 0); }, {.method = L"CFileStream::Read"});
     ExpectNull(L"buffer", [&] { stream.Write(nullptr, 0); });
 }

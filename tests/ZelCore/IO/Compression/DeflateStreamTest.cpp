@@ -65,12 +65,13 @@ TEST(DeflateStream, ChecksItsArguments) {
     ExpectNull(L"stream", [] { CDeflateStream(std::shared_ptr<CStream>(), Compress, false); },
                {.method = Initialize, .line = 144});
     ExpectArgument(L"mode", [&] { create(1, 0); },
-                   {.contains = L"'Stream must be writable when mode is 'Compress''",
+                   {.message = L"'Stream must be writable when mode is 'Compress'': parameter name: 'mode'",
                     .method = Initialize,
                     .line = 150,
                     .file = L"DeflateStream.cpp"});
-    ExpectArgument(L"mode", [&] { create(2, 1); },
-                   {.contains = L"'Stream must be readable when mode is 'Decompress''", .line = 157});
+    ExpectArgument(
+        L"mode", [&] { create(2, 1); },
+        {.message = L"'Stream must be readable when mode is 'Decompress'': parameter name: 'mode'", .line = 157});
     ExpectRange(L"mode", [&] { create(3, 2); }, {.contains = L"was Unknown", .line = 162});
     create(3, 0);
     CDeflateStream writer(stream, Compress, false);
