@@ -45,8 +45,9 @@ struct Callback final : ZelCore::CAsyncCallback {
             action(result);
         }
     }
-    void Wait() const {
-        while (calls == 0) {
+    /// Until so many calls have ended: before that the callback must not be destroyed.
+    void Wait(int ended = 1) const {
+        while (calls < ended) {
             ::SwitchToThread();
         }
     }
