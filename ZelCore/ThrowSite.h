@@ -20,7 +20,12 @@ constexpr int SiteLine(int, int published) {
 
 /// The last three arguments of every exception of the family: method name, source file and line.
 ///
-///     throw CArgumentNullException(L"buffer", nullptr, ZEL_SITE(L"ZelCore::IO::CMemoryStream::Read"));
+///     void Fill(unsigned char* buffer) {
+///         if (buffer == nullptr) {
+///             throw CArgumentNullException(L"buffer", nullptr, ZEL_SITE(L"Fill"));
+///         }
+///         *buffer = 1;
+///     }
 ///
 /// A second argument replaces the line of the place itself. Helpers that check on behalf of many callers
 /// take the caller's site as their last three arguments.

@@ -13,7 +13,11 @@ public:
     /// Translates the structured exceptions of one thread into C++ exceptions while it is in scope:
     ///
     ///     CSEException::CSETranslatorSentry sentry(nullptr);
-    ///     Call(foreignCode);      // a fault in there arrives as CSEException
+    ///     try {
+    ///         ::RaiseException(0xE0001234, 0, 0, nullptr); // what foreign code may do
+    ///     } catch (const CSEException& e) {
+    ///         std::printf("%08lX\n", e.GetError());
+    ///     }
     ///
     /// The library's own translator throws ZelCore::Remoting::CRpcException for the codes 1700 to 1999, which
     /// RPC client stubs raise, and CSEException for every other code. Sentries nest; leaving the scope puts

@@ -12,7 +12,7 @@ namespace ZelCore::Configuration {
 ///     CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(L"");
 ///     CMySection section;
 ///     if (configuration.GetSection(L"mygroup/my.section", section)) {
-///         Use(section);
+///         std::printf("%ls\n", section.m_directory.GetValue().c_str());
 ///     }
 ///
 /// Names of sections become part of a query as they stand: never take them from outside. All copies share one document

@@ -79,10 +79,7 @@ ZELCORE_API IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node);
 /// Gives back what GetCollectionElement returned; not null.
 ZELCORE_API void ReleaseElement(IXMLDOMElement* element) noexcept;
 
-/// A property of a scalar type (N is 1): text, bool, numbers, levels.
-///
-///     CConfigurationProperty<std::wstring> m_directory{L"directory", true};
-///     CConfigurationProperty<std::int64_t> m_largest{L"largest", false, -1};
+/// A property of a scalar type (N is 1): text, bool, numbers, levels. CConfigurationSection shows some.
 template <class T, int N = 1> class CConfigurationProperty final : public CConfigurationPropertyBase {
 public:
     /// \param name     the attribute's or child element's
@@ -109,9 +106,8 @@ private:
     T m_value;
 };
 
-/// A property that is a collection of elements (N is 0), read from a child element.
-///
-///     CConfigurationProperty<CConfigurationElementCollection<CServerElement>, 0> m_servers{L"servers", false};
+/// A property that is a collection of elements (N is 0), read from a child element. T is a
+/// CConfigurationElementCollection; CConfigurationSection shows one.
 template <class T> class CConfigurationProperty<T, 0> final : public CConfigurationPropertyBase {
 public:
     /// \param name     the child element's

@@ -5,7 +5,21 @@
 namespace ZelCore::Configuration {
 
 /// An element that a configuration file declares as a section. Derive from it as from CConfigurationElement, and read
-/// it with CConfiguration::GetSection.
+/// it with CConfiguration::GetSection:
+///
+///     class CMySection final : public CConfigurationSection {
+///     public:
+///         CMySection() : CConfigurationSection(L"my.section") {}
+///         std::wstring GetTypeName() override {
+///             return L"My.Section";
+///         }
+///         void GetProperties(PropertyList& properties) override {
+///             properties.insert(properties.end(), {&m_directory, &m_largest, &m_servers});
+///         }
+///         CConfigurationProperty<std::wstring> m_directory{L"directory", true};
+///         CConfigurationProperty<std::int64_t> m_largest{L"largest", false, -1};
+///         CConfigurationProperty<CConfigurationElementCollection<CServerElement>, 0> m_servers{L"servers", false};
+///     };
 class ZELCORE_API CConfigurationSection : public CConfigurationElement {
 public:
     using CConfigurationElement::CConfigurationElement;

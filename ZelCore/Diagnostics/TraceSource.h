@@ -20,7 +20,7 @@ class CTraceSourceImpl;
 /// Traces the events of one part of a program.
 ///
 ///     static const CTraceSource g_trace(L"App.Tcp");
-///     g_trace.TraceEventFormat(L"Connect", L"" __FILE__, __LINE__, TraceEventType::Warning, L"%d tries", tries);
+///     g_trace.TraceEventFormat(L"Connect", L"" __FILE__, __LINE__, TraceEventType::Warning, L"%d tries", 3);
 ///
 /// Which events go where, the section "system.diagnostics" of the program's configuration file tells:
 /// "program.exe.config" beside "program.exe". It is read with the first event of the process. A source that is not

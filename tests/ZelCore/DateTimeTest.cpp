@@ -220,6 +220,16 @@ TEST(DateTime, ReadsWhatItWrites) {
             EXPECT_EQ(CDateTime::ParseExact(text.c_str(), format, locale).ToString(format, locale), text);
         }
     }
+    { // a locale that names its units; what follows the minutes is left out of its short times, except for the half
+        const ImportHook hook("GetLocaleInfoW", [](LCID locale, LCTYPE type, wchar_t* text, int size) -> int {
+            const std::wstring times = L"h 'h' mm 'min' ss 's' tt";
+            return type != LOCALE_STIMEFORMAT ? ::GetLocaleInfoW(locale, type, text, size)
+                   : size == 0                ? static_cast<int>(times.size()) + 1
+                                              : static_cast<int>(times.copy(text, times.size())) + 1;
+        });
+        EXPECT_EQ(CDateTime::ParseExact(L"3 h 04 PM", L"t", English).GetHour(), 15);
+        EXPECT_THROW(CDateTime::ParseExact(L"3 h 04", L"t", English), CFormatException);
+    }
     CDateTime result;
     const auto expectBack = [&](const CDateTime& written, const wchar_t* format) {
         const std::wstring text = written.ToString(format, Invariant);

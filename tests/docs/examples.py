@@ -6,8 +6,10 @@ usage: examples.py extract SOURCES OUT              writes OUT/*.cpp, for the bu
 In the pages, a block of ```cpp with a main function is a program. Other ones are bodies of functions, which run one after
 the other as one program of the page. A block of ```text behind them is what they print. A block below a comment
 "from: FILE" is a piece of that file, which is built and run elsewhere; one of ```xml below a comment
-"program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program. In the public headers, lines indented by four columns
-in comments are examples; HeaderExamplesTest.cpp includes them.
+"program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program.
+
+In the public headers, lines indented by four columns in comments are examples: bodies of functions too, or whole classes
+and functions. Those of all headers are one program.
 """
 import pathlib
 import re
@@ -18,10 +20,11 @@ import tempfile
 import textwrap
 
 BLOCK = re.compile(r"(?:^<!-- ([^\n]*) -->\n)?^```(\w+)\n(.*?)^```$", re.M | re.S)
+HEADER_BLOCK = re.compile(r"^ *///\n((?:^ *///     [^\n]*\n(?:^ *///\n(?=^ */// {5}))*)+)", re.M)
 PROGRAM = re.compile(r"^int main\(", re.M)
 PAGE = """// Made from {page} by tests/docs/examples.py.
 #include "Prelude.h"
-{includes}
+
 {functions}
 int main() {{
     try {{
@@ -66,56 +69,65 @@ def examples(page, sources):
         elif language == "text":
             printed += text
     if bodies:
-        functions = "".join(f"static void Example{i}() {{\n{textwrap.indent(body, '    ')}}}\n\n"
-                            for i, body in enumerate(bodies, 1))
-        calls = "\n".join(f"        Example{i}();" for i in range(1, len(bodies) + 1))
-        found.append([name, PAGE.format(page=page.name, includes="", functions=functions, calls=calls), printed, None, 0])
+        found.append([name, program_of_bodies(page.name, bodies), printed, None, 0])
     return found
+
+
+def program_of_bodies(origin, bodies, declarations=()):
+    functions = "".join(f"static void Example{i}() {{\n{textwrap.indent(body, '    ')}}}\n\n"
+                        for i, body in enumerate(bodies, 1))
+    calls = "\n".join(f"        Example{i}();" for i in range(1, len(bodies) + 1))
+    return PAGE.format(page=origin, functions="\n".join([*declarations, functions]), calls=calls)
+
+
+def header_examples(sources):
+    declarations, bodies = [], []
+    for folder in ("ZelCore", "ZelNet", "ZelWin32", "ZelXml"):
+        for header in sorted((sources / folder).rglob("*.h")):
+            for block in HEADER_BLOCK.findall(header.read_text(encoding="utf-8")):
+                text = re.sub(r"^ *///(?:     )?", "", block, flags=re.M)
+                (declarations if re.match(r"(class|void) ", text) else bodies).append(text)
+    return ["headers", program_of_bodies("the public headers", bodies, declarations), None, None, 0]
+
+
+def programs(sources):
+    """[origin, program] of everything there is."""
+    found = [(page.name, program) for page in pages(sources) for program in examples(page, sources)]
+    return [*found, ("the public headers", header_examples(sources))]
 
 
 def extract(sources, out):
     out.mkdir(parents=True, exist_ok=True)
-    wanted = {}
-    for page in pages(sources):
-        for name, text, *_ in examples(page, sources):
-            wanted[out / f"{name}.cpp"] = text
-    for folder in ("ZelCore", "ZelNet", "ZelWin32", "ZelXml"):
-        for header in sorted((sources / folder).rglob("*.h")):
-            blocks = re.findall(r"^ *///\n((?:^ *///     [^\n]*\n(?:^ *///\n(?=^ */// {5}))*)+)", header.read_text(encoding="utf-8"), re.M)
-            for i, block in enumerate(blocks, 1):
-                body = re.sub(r"^ *///(?:     )?", "", block, flags=re.M)
-                wanted[out / "headers" / f"{header.stem}{i if i > 1 else ''}.inc"] = body
+    wanted = {out / f"{program[0]}.cpp": program[1] for _, program in programs(sources)}
     for path, text in wanted.items():  # what has not changed is not built again
         if not path.exists() or path.read_text(encoding="utf-8") != text:
-            path.parent.mkdir(exist_ok=True)
             path.write_text(text, encoding="utf-8")
-    for path in [*out.glob("*.cpp"), *out.glob("headers/*.inc")]:
+    for path in out.glob("*.cpp"):
         if path not in wanted:
             path.unlink()
 
 
-def run(sources, out, programs, emulator):
-    failures = count = 0
-    for page in pages(sources):
-        for name, _, printed, config, status in examples(page, sources):
-            with tempfile.TemporaryDirectory(dir=out) as folder:
-                for file in [programs / f"doc_{name}.exe", *programs.glob("*.dll")]:
-                    shutil.copy(file, folder)
-                if config:
-                    pathlib.Path(folder, f"doc_{name}.exe.config").write_text(config)
-                done = subprocess.run([*emulator, f"doc_{name}.exe"], cwd=folder, stdin=subprocess.DEVNULL,
-                                      capture_output=True, text=True, errors="replace")
-            count += 1
-            problem = None
-            if done.returncode != status:
-                problem = f"it ended with {done.returncode}"
-            elif printed is not None and normal(done.stdout) != normal(printed):
-                problem = f"the page says it prints:\n{printed}"
-            if problem:
-                failures += 1
-                print(f"{page.name}, {name}: {problem}\nIt printed:\n{done.stdout}{done.stderr}")
-    print(f"{count} programs, {failures} failures")
-    assert count > 0
+def run(sources, out, binaries, emulator):
+    failures = 0
+    found = programs(sources)
+    for origin, (name, _, printed, config, status) in found:
+        with tempfile.TemporaryDirectory(dir=out) as folder:
+            for file in [binaries / f"doc_{name}.exe", *binaries.glob("*.dll")]:
+                shutil.copy(file, folder)
+            if config:
+                pathlib.Path(folder, f"doc_{name}.exe.config").write_text(config)
+            done = subprocess.run([*emulator, f"doc_{name}.exe"], cwd=folder, stdin=subprocess.DEVNULL,
+                                  capture_output=True, text=True, errors="replace")
+        problem = None
+        if done.returncode != status:
+            problem = f"it ended with {done.returncode}"
+        elif printed is not None and normal(done.stdout) != normal(printed):
+            problem = f"the page says it prints:\n{printed}"
+        if problem:
+            failures += 1
+            print(f"{origin}, {name}: {problem}\nIt printed:\n{done.stdout}{done.stderr}")
+    print(f"{len(found)} programs, {failures} failures")
+    assert found
     sys.exit(failures != 0)
 
 

@@ -7,6 +7,7 @@ import gzip
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -63,43 +64,50 @@ class PackageTest(unittest.TestCase):
             sections = run("x86_64-w64-mingw32-objdump" if EMULATOR else "objdump", "-h", self.prefix / "bin" / name)
             self.assertNotIn(".debug_info", sections, name)
 
-    def test_a_program_finds_it_by_cmake_and_runs_beside_its_dlls(self):
-        build = self.build(SOURCES / "tests/package")
-        shutil.copytree(build, self.folder / "alone", ignore=lambda _, names: [
-            name for name in names if not name.endswith((".dll", ".exe"))])
-        self.assertEqual(sorted(DLLS), sorted(path.name for path in (self.folder / "alone").glob("*.dll")))
-        self.assertEqual("fine", run(*EMULATOR, "consumer.exe", cwd=self.folder / "alone").strip())
+    def first_program(self, page):
+        """Source, project and output as a page shows them."""
+        text = (self.prefix / "share/doc/ZelCore" / page).read_text(encoding="utf-8")
+        blocks = re.findall(r"^```(cpp|cmake|text)\n(.*?)^```$", text, re.M | re.S)
+        program = next(block for kind, block in blocks if kind == "cpp" and "int main(" in block)
+        project = next(block for kind, block in blocks if kind == "cmake" and "project(" in block)
+        return program, project, next(block for kind, block in blocks if kind == "text")
 
-    def test_the_first_programs_of_the_pages_are_built_as_the_pages_say(self):
+    def run_alone(self, program, printed, folder):
+        """Runs a program in a folder that holds nothing but its DLLs beside it."""
+        self.assertEqual(sorted(DLLS), sorted(path.name for path in folder.glob("*.dll")))
+        said = run(*EMULATOR, program, cwd=folder)
+        said, printed = ([re.split(r" at \S+:\d+: ", line)[0] for line in text.splitlines()]  # without throw sites
+                         for text in (said, printed))
+        self.assertEqual(printed, said)
+
+    def test_the_first_programs_of_the_pages_are_built_by_cmake_as_the_pages_say(self):
         for page in ("README.md", "docs/getting-started.md"):
-            text = (self.prefix / "share/doc/ZelCore" / page).read_text(encoding="utf-8")
-            blocks = re.findall(r"^```(cpp|cmake|text)\n(.*?)^```$", text, re.M | re.S)
-            program = next(block for kind, block in blocks if kind == "cpp" and "int main(" in block)
-            project = next(block for kind, block in blocks if kind == "cmake" and "project(" in block)
-            printed = next(block for kind, block in blocks if kind == "text")
+            program, project, printed = self.first_program(page)
             name, file = re.search(r"add_executable\((\w+) (\S+)\)", project).groups()
             source = self.folder / f"page of {name}"
             source.mkdir()
             (source / file).write_text(program, encoding="utf-8")
             (source / "CMakeLists.txt").write_text(project, encoding="utf-8")
-            said = run(*EMULATOR, self.build(source) / f"{name}.exe", cwd=source)
-            lines = [re.split(r" at \S+:\d+: ", line)[0] for line in printed.splitlines()]  # without throw sites
-            self.assertEqual(lines, [re.split(r" at \S+:\d+: ", line)[0] for line in said.splitlines()], page)
+            alone = self.folder / f"alone with {name}"
+            shutil.copytree(self.build(source), alone, ignore=lambda _, names: [
+                name for name in names if not name.endswith((".dll", ".exe"))])
+            self.run_alone(f"{name}.exe", printed, alone)
 
     def test_a_program_finds_it_by_pkg_config(self):
         if not shutil.which("pkg-config"):
             self.skipTest("there is no pkg-config")
         environment = dict(os.environ, PKG_CONFIG_PATH=str(self.prefix / "lib/pkgconfig"))
         flags = subprocess.run(["pkg-config", "--cflags", "--libs", "zelcore"], env=environment, check=True,
-                               capture_output=True, text=True).stdout.strip()
+                               capture_output=True, text=True).stdout
         clang = ["--target=x86_64-w64-mingw32"] if "clang" in COMPILER and EMULATOR else []
+        program, _, printed = self.first_program("README.md")
         out = self.folder / "by pkg-config"
         out.mkdir()
-        arguments = [part.replace("\\ ", " ") for part in __import__("shlex").split(flags)]
-        run(COMPILER, *clang, "-std=c++20", SOURCES / "tests/package/Main.cpp", *arguments, "-o", out / "main.exe")
+        (out / "First.cpp").write_text(program, encoding="utf-8")
+        run(COMPILER, *clang, "-std=c++20", out / "First.cpp", *shlex.split(flags), "-o", out / "first.exe")
         for name in DLLS:
             shutil.copy(self.prefix / "bin" / name, out)
-        self.assertEqual("fine", run(*EMULATOR, "main.exe", cwd=out).strip())
+        self.run_alone("first.exe", printed, out)
 
     def test_a_foreign_compiler_is_told(self):
         if not EMULATOR:

@@ -18,7 +18,8 @@ enum class CompressionMode : int {
 ///
 ///     CFileStream file(L"notes.txt.gz", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
 ///     CDeflateStream gzip(file, CompressionMode::Compress, true);
-///     gzip.Write(text, size);
+///     const unsigned char text[] = "the same again, the same again";
+///     gzip.Write(text, sizeof text);
 ///     gzip.Close();                        // writes the end of the data and reports what fails
 ///
 /// Always close a compressing stream: the destructor closes it too, but an exception has no way out of there and

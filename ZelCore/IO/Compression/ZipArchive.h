@@ -19,9 +19,10 @@ enum class ZipArchiveMode : int {
 /// A ZIP archive in a file: entries stored or deflated, sizes, offsets and the archive below 4 GiB, at most 65,535
 /// entries, one disk, no encryption.
 ///
+///     const unsigned char text[] = "nothing happened";
 ///     {
 ///         CZipArchive archive(L"logs.zip", ZipArchiveMode::Create);
-///         archive.AddEntry(L"logs/today.txt", file, true);
+///         archive.AddEntry(L"logs/today.txt", text, sizeof text, true); // or a stream
 ///     }                                    // the destructor writes the archive, and throws what fails
 ///
 /// Changes collect in a staging folder below the temporary path; the destructor writes the whole file anew from

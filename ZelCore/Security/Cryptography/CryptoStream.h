@@ -16,10 +16,12 @@ enum class CryptoStreamMode : std::uint32_t {
 
 /// Encrypts or decrypts what is written to another stream, or read from it.
 ///
+///     CFileStream file(L"secret", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
 ///     CAes aes;
 ///     const auto encryptor = aes.CreateEncryptor();
 ///     CCryptoStream stream(file, *encryptor, CryptoStreamMode::Write);
-///     stream.Write(text, size);
+///     const unsigned char text[] = "attack at dawn";
+///     stream.Write(text, sizeof text);
 ///     stream.Close();                      // writes the last block and reports what fails
 ///
 /// Always close a writing stream: the destructor closes it too, but an exception has no way out of there and ends the

@@ -15,7 +15,8 @@ namespace ZelCore::Security::Cryptography {
 /// the digest at the end of what it has written, when it is closed.)
 ///
 ///     CHashAlgorithm sha256(0x800C);       // CALG_SHA_256 of wincrypt.h
-///     const std::vector<unsigned char> digest = sha256.ComputeHash(file);
+///     const unsigned char text[] = "abc";  // or a stream
+///     const std::vector<unsigned char> digest = sha256.ComputeHash(text, sizeof text - 1);
 ///
 /// Data is added until the digest is final; then Clear starts the next message. Adding to a final digest, making it
 /// final twice and asking for it before throw CInvalidOperationException; what the system refuses,

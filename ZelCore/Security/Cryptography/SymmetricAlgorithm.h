@@ -21,8 +21,8 @@ enum class CipherMode : std::uint32_t {
 /// made. The system's CryptoAPI encrypts, decrypts and pads (PKCS #5, RFC 8018).
 ///
 ///     CAes aes;                                    // 256 bits, CBC; a random key and IV on first use
-///     aes.SetKey(key);
 ///     const auto encryptor = aes.CreateEncryptor();
+///     const auto key = aes.GetKey(), iv = aes.GetIV(); // for the decryptor
 ///
 /// The mode gives secrecy, not integrity: changed cipher text mostly decrypts to something. Sizes are in bits and not
 /// checked when they are set. Keys and IVs live in memory that is wiped before it is released.
