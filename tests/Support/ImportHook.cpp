@@ -61,18 +61,6 @@ void WriteThunk(unsigned char* code, void* context, void* decide, void* original
     put({0xC3}); // ret
 }
 
-thread_local int t_allocation = 0;
-thread_local int t_failOn = 0;
-thread_local bool t_failed = false;
-
-void* __cdecl FailingMalloc(std::size_t size) {
-    if (t_failOn != 0 && ++t_allocation == t_failOn) {
-        t_failed = true;
-        return nullptr;
-    }
-    return std::malloc(size);
-}
-
 } // namespace
 
 ImportHook::ImportHook(const char* function, void* replacement, const wchar_t* module)
@@ -112,15 +100,16 @@ SystemCall::SystemCall(const char* call) : name(call), failure(0) {
                                            : 0;
 }
 
-FailingCalls::FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods)
+FailingCalls::FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& slots,
+                           const SystemCall& failure)
     : m_thread(::GetCurrentThreadId()) {
-    m_code = static_cast<unsigned char*>(::VirtualAlloc(nullptr, (calls.size() + methods.size()) * ThunkSize,
+    m_code = static_cast<unsigned char*>(::VirtualAlloc(nullptr, (calls.size() + slots.size()) * ThunkSize,
                                                         MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
     for (const SystemCall& call : calls) {
         Hook(call, call.name);
     }
-    for (void** const method : methods) {
-        Hook({"a COM method", 0x80004005}, method);
+    for (void** const slot : slots) {
+        Hook(failure, slot);
     }
 }
 
@@ -155,22 +144,10 @@ bool FailingCalls::ShouldFail(Thunk* thunk) {
 }
 
 FailingAllocations::FailingAllocations()
-    : m_runtime("malloc", reinterpret_cast<void*>(&FailingMalloc), L"libstdc++-6.dll"),
-      m_library("malloc", reinterpret_cast<void*>(&FailingMalloc)) {}
-
-FailingAllocations::~FailingAllocations() {
-    t_failOn = 0;
-}
-
-void FailingAllocations::FailOn(int n) {
-    t_allocation = 0;
-    t_failed = t_failed && n == 0;
-    t_failOn = n;
-}
-
-bool FailingAllocations::HasFailed() const {
-    return t_failed;
-}
+    : FailingCalls({},
+                   {FindSlot(::GetModuleHandleW(L"libstdc++-6.dll"), "malloc"),
+                    FindSlot(::GetModuleHandleW(L"ZelCore.dll"), "malloc")},
+                   {"malloc", 0}) {}
 
 void Sweep(const std::function<bool(int)>& action) {
     int n = 1;

@@ -64,8 +64,10 @@ struct SystemCall {
 /// Lets the n-th of all calls that this thread makes through the hooked functions fail, and the others pass.
 class FailingCalls {
 public:
-    /// \param methods entries in the tables of COM objects, which fail with E_FAIL
-    explicit FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& methods = {});
+    /// \param slots   entries in tables of functions, of COM objects mostly
+    /// \param failure what these return when they fail: E_FAIL
+    explicit FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& slots = {},
+                          const SystemCall& failure = {"a COM method", 0x80004005});
     /// One call, which fails the first time.
     explicit FailingCalls(const SystemCall& call) : FailingCalls(std::vector{call}) {
         FailOn(1);
@@ -101,17 +103,9 @@ private:
     const char* m_failed = "";
 };
 
-/// Lets the n-th allocation of this thread fail, in the library and in the C++ runtime.
-class FailingAllocations {
-public:
+/// The same for the allocations of the library and of the C++ runtime.
+struct FailingAllocations : FailingCalls {
     FailingAllocations();
-    ~FailingAllocations();
-    void FailOn(int n);
-    bool HasFailed() const;
-
-private:
-    ImportHook m_runtime;
-    ImportHook m_library;
 };
 
 /// The entries of a COM object's table that may fail: QueryInterface and those from `first` up to, not with, `last`.
@@ -122,7 +116,6 @@ void Sweep(const std::function<bool(int)>& action);
 
 /// Runs `action` with its first, its second, ... call or allocation failing. Nothing else may make it throw, and only
 /// this class or, where allocations fail, std::bad_alloc. `after(n, e)` sees the exception, if there is one, when all
-/// calls pass again.
 /// calls pass again.
 template <class Exception, class Failing, class Action, class After>
 void Sweep(Failing& failing, Action action, After after) {

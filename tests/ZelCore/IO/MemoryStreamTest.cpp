@@ -21,25 +21,19 @@ struct ShrinkingStream final : CMemoryStream {
 
 TEST(Stream, BaseRefusesWhatAStreamDoesNotOffer) {
     TestStream stream;
-    constexpr Expectation<CNotSupportedException, &Failure::method> expectUnsupported;
-    constexpr Expectation<CInvalidOperationException, &Failure::method> expectNoTimeout;
-    const Failure also{.message = L"", .file = L"Stream.cpp"};
-    expectUnsupported(
-        L"CStream::BeginRead", [&] { stream.BeginRead(nullptr, 0, nullptr, nullptr); }, also);
-    expectUnsupported(
-        L"CStream::BeginWrite", [&] { stream.BeginWrite(nullptr, 0, nullptr, nullptr); }, also);
-    expectUnsupported(
-        L"CStream::EndRead", [&] { stream.EndRead(nullptr); }, also);
-    expectUnsupported(
-        L"CStream::EndWrite", [&] { stream.EndWrite(nullptr); }, also);
-    expectNoTimeout(
-        L"CStream::GetReadTimeout", [&] { stream.GetReadTimeout(); }, also);
-    expectNoTimeout(
-        L"CStream::GetWriteTimeout", [&] { stream.GetWriteTimeout(); }, also);
-    expectNoTimeout(
-        L"CStream::SetReadTimeout", [&] { stream.SetReadTimeout(1); }, also);
-    expectNoTimeout(
-        L"CStream::SetWriteTimeout", [&] { stream.SetWriteTimeout(1); }, also);
+    const auto refused = [](const auto& expect, const wchar_t* method, const std::function<void()>& action) {
+        expect(method, action, {.message = L"", .file = L"Stream.cpp"});
+    };
+    constexpr Expectation<CNotSupportedException, &Failure::method> unsupported;
+    constexpr Expectation<CInvalidOperationException, &Failure::method> noTimeout;
+    refused(unsupported, L"CStream::BeginRead", [&] { stream.BeginRead(nullptr, 0, nullptr, nullptr); });
+    refused(unsupported, L"CStream::BeginWrite", [&] { stream.BeginWrite(nullptr, 0, nullptr, nullptr); });
+    refused(unsupported, L"CStream::EndRead", [&] { stream.EndRead(nullptr); });
+    refused(unsupported, L"CStream::EndWrite", [&] { stream.EndWrite(nullptr); });
+    refused(noTimeout, L"CStream::GetReadTimeout", [&] { stream.GetReadTimeout(); });
+    refused(noTimeout, L"CStream::GetWriteTimeout", [&] { stream.GetWriteTimeout(); });
+    refused(noTimeout, L"CStream::SetReadTimeout", [&] { stream.SetReadTimeout(1); });
+    refused(noTimeout, L"CStream::SetWriteTimeout", [&] { stream.SetWriteTimeout(1); });
     EXPECT_STREQ(stream.GetName(), L"");
 }
 

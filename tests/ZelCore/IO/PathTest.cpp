@@ -86,19 +86,15 @@ TEST_F(Paths, NullIsRefusedByName) {
     ExpectNull(L"directoryPath", [] { CDirectory::Exists(nullptr); });
     ExpectNull(L"directoryPath", [] { CDirectory::Create(nullptr, nullptr); });
     ExpectNull(L"directoryPath", [] { CDirectory::Delete(nullptr, true, false); });
-    const Failure empty{.contains = L"Cannot be empty"};
-    ExpectArgument(
-        L"filePath", [] { CFile::GetSize(L""); }, empty);
-    ExpectArgument(
-        L"filePath", [] { CFile::Delete(L"", false); }, empty);
-    ExpectArgument(
-        L"source", [] { CFile::Copy(L"", nullptr, true); }, empty);
-    ExpectArgument(
-        L"destination", [] { CFile::Move(L"a", L"", true, true); }, empty);
-    ExpectArgument(
-        L"directoryPath", [] { CDirectory::Create(L"", nullptr); }, empty);
-    ExpectArgument(
-        L"directoryPath", [] { CDirectory::Delete(L"", true, false); }, empty);
+    const auto expectEmpty = [](const wchar_t* name, const std::function<void()>& action) {
+        ExpectArgument(name, action, {.contains = L"Cannot be empty"});
+    };
+    expectEmpty(L"filePath", [] { CFile::GetSize(L""); });
+    expectEmpty(L"filePath", [] { CFile::Delete(L"", false); });
+    expectEmpty(L"source", [] { CFile::Copy(L"", nullptr, true); });
+    expectEmpty(L"destination", [] { CFile::Move(L"a", L"", true, true); });
+    expectEmpty(L"directoryPath", [] { CDirectory::Create(L"", nullptr); });
+    expectEmpty(L"directoryPath", [] { CDirectory::Delete(L"", true, false); });
 }
 
 TEST_F(FilesAndFolders, ExistOrNot) {
