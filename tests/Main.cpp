@@ -6,45 +6,13 @@
 
 #include <cxxabi.h>
 
-#include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <optional>
-#include <thread>
 #include <typeinfo>
 
 namespace {
-
-/// Ends a test program that hangs, and says in which test.
-class Watchdog final : public ::testing::EmptyTestEventListener {
-public:
-    Watchdog() {
-        std::thread([this] {
-            for (;;) {
-                std::this_thread::sleep_for(std::chrono::seconds(1));
-                if (m_name != nullptr && ++m_seconds > 240) {
-                    std::fprintf(stderr, "hanging in %s.%s\n", m_suite.load(), m_name.load());
-                    std::_Exit(3);
-                }
-            }
-        }).detach();
-    }
-    void OnTestStart(const ::testing::TestInfo& test) override {
-        m_seconds = 0;
-        m_suite = test.test_suite_name();
-        m_name = test.name();
-    }
-    void OnTestEnd(const ::testing::TestInfo&) override {
-        m_name = nullptr;
-    }
-
-private:
-    std::atomic<int> m_seconds{0};
-    std::atomic<const char*> m_suite{nullptr};
-    std::atomic<const char*> m_name{nullptr};
-};
 
 /// What no test has caught, with its text: the exceptions of the library are not those of the standard.
 void Describe() {
@@ -78,7 +46,6 @@ const char* g_sites = nullptr;
 int main(int argc, char** argv) {
     std::set_terminate(&Describe);
     ::testing::InitGoogleTest(&argc, argv);
-    ::testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
     std::optional<ZelTest::ImportHook> sites;
     if ((g_sites = std::getenv("ZEL_THROW_SITES")) != nullptr) {
         sites.emplace("__cxa_throw", reinterpret_cast<void*>(&NoteAndThrow));

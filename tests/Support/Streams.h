@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 
 namespace ZelTest {
@@ -27,6 +28,7 @@ public:
     int calls = 0, flushes = 0;
     int failOn; ///< the number of the Read or Write that throws CFormatException
     bool closed = false;
+    std::function<void()> onRead = [] {};
     ZelCore::IO::StreamCapabilities capabilities =
         ZelCore::IO::StreamCapabilities::CanRead | ZelCore::IO::StreamCapabilities::CanWrite;
 
@@ -47,6 +49,7 @@ public:
     }
     std::size_t Read(unsigned char* buffer, std::size_t count) override {
         FailInTurn();
+        onRead();
         const std::size_t read = std::min({count, largestRead, data.size() - position});
         std::memcpy(buffer, data.data() + position, read);
         position += read;

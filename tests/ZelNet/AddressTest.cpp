@@ -125,12 +125,7 @@ TEST_F(Address, TakesWhatTheResolverGives) {
     std::string large(100, 'x'); // longer than any address
     std::memcpy(large.data(), &six, sizeof(six));
     const auto record = [](void* address, std::size_t length, wchar_t* canonical, ADDRINFOW* next) {
-        ADDRINFOW info{};
-        info.ai_addr = static_cast<SOCKADDR*>(address);
-        info.ai_addrlen = length;
-        info.ai_canonname = canonical;
-        info.ai_next = next;
-        return info;
+        return ADDRINFOW{0, 0, 0, 0, length, canonical, static_cast<SOCKADDR*>(address), next};
     };
     ADDRINFOW none = record(nullptr, 0, nullptr, nullptr), odd = record(&other, sizeof(other), nullptr, &none),
               longer = record(large.data(), 100, name, &odd), first = record(&four, 16, nullptr, &longer);

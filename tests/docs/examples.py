@@ -23,7 +23,25 @@ BLOCK = re.compile(r"(?:^<!-- ([^\n]*) -->\n)?^```(\w+)\n(.*?)^```$", re.M | re.
 HEADER_BLOCK = re.compile(r"^ *///\n((?:^ *///     [^\n]*\n(?:^ *///\n(?=^ */// {5}))*)+)", re.M)
 PROGRAM = re.compile(r"^int main\(", re.M)
 PAGE = """// Made from {page} by tests/docs/examples.py.
-#include "Prelude.h"
+#include "PublicHeaders.h"
+#include "Counter.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+using namespace ZelCore;
+using namespace ZelCore::Configuration;
+using namespace ZelCore::Diagnostics;
+using namespace ZelCore::IO;
+using namespace ZelCore::IO::Compression;
+using namespace ZelCore::Remoting;
+using namespace ZelCore::Security::Cryptography;
+using namespace ZelWin32;
 
 {functions}
 int main() {{
@@ -80,13 +98,21 @@ def program_of_bodies(origin, bodies, declarations=()):
     return PAGE.format(page=origin, functions="\n".join([*declarations, functions]), calls=calls)
 
 
-def header_examples(sources):
-    declarations, bodies = [], []
+def public_headers(sources):
+    """[name, text] of each; what is private says so in a line of its own."""
     for folder in ("ZelCore", "ZelNet", "ZelWin32", "ZelXml"):
         for header in sorted((sources / folder).rglob("*.h")):
-            for block in HEADER_BLOCK.findall(header.read_text(encoding="utf-8")):
-                text = re.sub(r"^ *///(?:     )?", "", block, flags=re.M)
-                (declarations if re.match(r"(class|void) ", text) else bodies).append(text)
+            text = header.read_text(encoding="utf-8")
+            if not re.search(r"^// Private to", text, re.M):
+                yield header.relative_to(sources).as_posix(), text
+
+
+def header_examples(sources):
+    declarations, bodies = [], []
+    for _, text in public_headers(sources):
+        for block in HEADER_BLOCK.findall(text):
+            example = re.sub(r"^ *///(?:     )?", "", block, flags=re.M)
+            (declarations if re.match(r"(class|void) ", example) else bodies).append(example)
     return ["headers", program_of_bodies("the public headers", bodies, declarations), None, None, 0]
 
 
@@ -99,6 +125,7 @@ def programs(sources):
 def extract(sources, out):
     out.mkdir(parents=True, exist_ok=True)
     wanted = {out / f"{program[0]}.cpp": program[1] for _, program in programs(sources)}
+    wanted[out / "PublicHeaders.h"] = "".join(f'#include "{name}"\n' for name, _ in public_headers(sources))
     for path, text in wanted.items():  # what has not changed is not built again
         if not path.exists() or path.read_text(encoding="utf-8") != text:
             path.write_text(text, encoding="utf-8")

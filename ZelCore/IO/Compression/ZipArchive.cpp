@@ -32,6 +32,7 @@ constexpr std::uint64_t Largest32 = 0xFFFFFFFF;
 constexpr std::size_t Largest16 = 0xFFFF;
 constexpr std::uint16_t Stored = 0;
 constexpr std::uint16_t Deflated = 8;
+constexpr std::uint32_t Zip64EndSignature = 0x06064B50;
 constexpr std::uint16_t IsEncrypted = 1u << 0;
 constexpr std::uint16_t HasDataDescriptor = 1u << 3;
 
@@ -240,6 +241,12 @@ struct CLocalFileHeader {
     }
 };
 
+/// The local header of an archiver that was ready for more (ZIP64) leaves the size to an extra field; the directory has
+/// it.
+std::uint32_t GetDataSize(const CLocalFileHeader& local, const CCentralDirectoryFileHeader& central) {
+    return local.compressedSize == Largest32 ? central.compressedSize : local.compressedSize;
+}
+
 struct CEndOfCentralDirectoryRecord {
     static constexpr std::uint32_t Signature = 0x06054B50;
     static constexpr std::size_t Size = 22;
@@ -253,6 +260,7 @@ struct CEndOfCentralDirectoryRecord {
     std::uint32_t directoryOffset = 0;
     std::uint16_t commentLength = 0;
     Bytes comment;
+    std::int64_t position = 0; ///< where it was found
 
     void Read(CStream& stream) {
         std::array<unsigned char, Size> record;
@@ -276,7 +284,7 @@ struct CEndOfCentralDirectoryRecord {
 
 private:
     /// Moves the stream to the last record, which may have a comment of any content behind it.
-    static bool Find(CStream& stream) {
+    bool Find(CStream& stream) {
         constexpr std::int64_t smallStep = 16;
         constexpr std::int64_t largeStep = 65536;
         const std::int64_t length = stream.Seek(0, SeekOrigin::End);
@@ -297,7 +305,7 @@ private:
             for (std::size_t i = chunk.size(); i-- > 0;) {
                 value = chunk[i] | value << 8;
                 if (value == Signature) {
-                    stream.Seek(begin + static_cast<std::int64_t>(i), SeekOrigin::Begin);
+                    position = stream.Seek(begin + static_cast<std::int64_t>(i), SeekOrigin::Begin);
                     return true;
                 }
             }
@@ -545,6 +553,7 @@ public:
 
 private:
     void ReadDirectory();
+    bool IsWholeDirectory(std::uint64_t size);
     std::unique_ptr<CStream> OpenStaged(const CEntryRecord& entry) const;
     template <class WriteData> CEntryRecord Stage(const wchar_t* entryName, bool compress, WriteData writeData);
     void SeekToLocalHeader(const CEntryTable::value_type& entry, const wchar_t* method, const wchar_t* file, int line);
@@ -579,10 +588,26 @@ void CZipArchive::impl::ReadDirectory() {
             ThrowInvalidArchive(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::CZipArchive"));
         }
     }
-    // More records than the end record counts, as in archives of more than 65,535 entries, would not be saved.
-    if (m_mode != ZipArchiveMode::Read && directorySize != m_end.directorySize) {
+    if (m_mode != ZipArchiveMode::Read && !IsWholeDirectory(directorySize)) {
         ThrowInvalidArchive(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::CZipArchive"));
     }
+}
+
+/// More records than the end record counts, as in archives of more than 65,535 entries, would not be saved. Neither
+/// would anything of an archive whose last end record is that of another one: in its comment, in its data where its own
+/// end is cut off.
+bool CZipArchive::impl::IsWholeDirectory(std::uint64_t size) {
+    const std::int64_t end = static_cast<std::int64_t>(m_end.directoryOffset + size);
+    if (size != m_end.directorySize || end == m_end.position) {
+        return size == m_end.directorySize;
+    }
+    std::array<unsigned char, 4> bytes;
+    std::uint32_t signature = 0;
+    m_file.Seek(end, SeekOrigin::Begin);
+    if (m_file.GreedyRead(bytes.data(), bytes.size()) == bytes.size()) {
+        CFieldReader(bytes.data()) >> signature;
+    }
+    return signature == Zip64EndSignature && end < m_end.position; // says the same again
 }
 
 void CZipArchive::impl::CheckName(const wchar_t* entryName, const wchar_t* method, const wchar_t* file,
@@ -649,7 +674,11 @@ std::unique_ptr<CStream> CZipArchive::impl::OpenEntry(const CEntryTable::value_t
     SeekToLocalHeader(entry, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::GetEntry"));
     CLocalFileHeader local;
     local.Read(m_file, entry.first);
-    auto window = std::make_unique<CReadOnlySubStream>(m_file, local.compressedSize);
+    const std::uint32_t size = GetDataSize(local, entry.second.header);
+    if (size == Largest32 && local.method == Stored) {
+        ThrowInvalidEntry(entry.first, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::GetEntry"));
+    }
+    auto window = std::make_unique<CReadOnlySubStream>(m_file, size);
     if (local.method == Stored || local.compressedSize == 0) {
         return window;
     }
@@ -666,6 +695,11 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
         name.size() <= Largest16 ? CString::ToMultiByte(entryName, static_cast<int>(name.size()), Utf8) : std::string();
     if (utf8.empty() || utf8.size() > Largest16) {
         throw CArgumentException(L"entryName", L"The name is longer than 65535 bytes",
+                                 ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
+    }
+    if (CString::ToWideChar(utf8.data(), static_cast<int>(utf8.size()), Utf8) !=
+        name) { // others would read as the same
+        throw CArgumentException(L"entryName", L"The name has half of a surrogate pair",
                                  ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
     }
     CEntryRecord record;
@@ -706,7 +740,10 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
 }
 
 template <class WriteData> void CZipArchive::impl::Add(const wchar_t* entryName, bool compress, WriteData writeData) {
-    m_table.emplace(entryName, Stage(entryName, compress, writeData));
+    // Site: the end of AddEntry.
+    CEntryRecord record = Stage(entryName, compress, writeData);
+    CheckNew(entryName, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry")); // the source may use the archive
+    m_table.emplace(entryName, std::move(record));
 }
 
 template <class WriteData>
@@ -716,7 +753,7 @@ void CZipArchive::impl::Update(CEntryTable::iterator old, const wchar_t* entryNa
         single.emplace(entryName, Stage(entryName, old->second.header.method == Deflated, writeData));
         return single.extract(single.begin());
     }();
-    m_table.erase(old);
+    m_table.erase(replacement.key());       // not `old`: the source may use the archive
     m_table.insert(std::move(replacement)); // a ready-made node: nothing that could fail
 }
 
@@ -738,10 +775,12 @@ void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
     std::wstring path = m_staging.CreateFile();
     CFileGuard guard(path);
     CFileStream file(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
-    CReadOnlySubStream window(m_file, local.compressedSize);
+    CReadOnlySubStream window(m_file, GetDataSize(local, header));
     CopyStream(window, file, [](const unsigned char*, std::size_t) {});
-    // An entry whose header leaves the size to what follows its data, or whose data is cut, would be lost here.
-    if (local.compressedSize != header.compressedSize || file.GetLength() != header.compressedSize) {
+    // An entry whose header leaves the size to what follows its data, or whose data is cut, would be lost here; so
+    // would one that only its own header describes rightly.
+    if (window.GetLength() != header.compressedSize || local.method != header.method ||
+        file.GetLength() != header.compressedSize) {
         ThrowInvalidEntry(entry.first, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
     }
     file.Close();

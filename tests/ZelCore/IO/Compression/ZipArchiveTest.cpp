@@ -15,6 +15,7 @@ struct RawArchive {
     std::string data = "hello";
     std::uint16_t flags = 0;
     std::uint16_t method = 0;
+    std::uint16_t localMethod = 0;
     std::uint32_t localSize = 5;
     std::uint32_t centralSize = 5;
     std::uint16_t copies = 1; ///< how often the central directory holds the entry
@@ -26,16 +27,16 @@ struct RawArchive {
         }
         return bytes;
     }
-    std::string Fields(std::uint32_t size) const {
-        return Number(flags, 2) + Number(method, 2) + Number(0x5921'6000, 4) + Number(0x3610A686, 4) + Number(size, 4) +
-               Number(5, 4) + Number(name.size(), 2) + Number(extra.size(), 2);
+    std::string Fields(std::uint16_t methodHere, std::uint32_t size) const {
+        return Number(flags, 2) + Number(methodHere, 2) + Number(0x5921'6000, 4) + Number(0x3610A686, 4) +
+               Number(size, 4) + Number(5, 4) + Number(name.size(), 2) + Number(extra.size(), 2);
     }
     std::string Build() const {
-        const std::string local = "PK\3\4" + Number(20, 2) + Fields(localSize) + name + extra + data;
+        const std::string local = "PK\3\4" + Number(20, 2) + Fields(localMethod, localSize) + name + extra + data;
         std::string central;
         for (int i = 0; i < copies; ++i) {
-            central += "PK\1\2" + Number(63, 2) + Number(20, 2) + Fields(centralSize) + Number(3, 2) + Number(0, 4) +
-                       Number(0x20, 4) + Number(0, 4) + name + extra + "c.c";
+            central += "PK\1\2" + Number(63, 2) + Number(20, 2) + Fields(method, centralSize) + Number(3, 2) +
+                       Number(0, 4) + Number(0x20, 4) + Number(0, 4) + name + extra + "c.c";
         }
         return local + central + "PK\5\6" + Number(0, 4) + Number(copies, 2) + Number(copies, 2) +
                Number(central.size(), 4) + Number(local.size(), 4) + Number(comment.size(), 2) + comment;
@@ -245,10 +246,12 @@ TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
     EXPECT_EQ(ReadArchive().size(), 1u) << "the first one is there to read";
     RawArchive streamed;
     streamed.localSize = 0;
-    streamed.method = 8;
-    RawArchive cut;
+    streamed.method = streamed.localMethod = 8;
+    RawArchive cut, other, large;
     cut.localSize = cut.centralSize = 100'000;
-    for (const RawArchive& raw : {streamed, cut}) {
+    other.method = 8;              // its own header knows better
+    large.localSize = 0xFFFF'FFFF; // with the size in an extra field
+    for (const RawArchive& raw : {streamed, cut, other}) {
         const std::string bytes = Put(L"test.zip", raw.Build());
         ExpectInvalid(L"Invalid ZIP entry 'a'", [&] { CZipArchive(Path().c_str(), Update); },
                       {.method = L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"});
@@ -256,6 +259,42 @@ TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
     }
     Put(L"test.zip", streamed.Build());
     EXPECT_EQ(ReadArchive(), (Contents{{L"a", ""}}));
+    for (int saves = 0; saves < 2; ++saves) { // the directory has the size
+        Put(L"test.zip", large.Build());
+        EXPECT_EQ(ReadArchive(), (Contents{{L"a", "hello"}}));
+        CZipArchive(Path().c_str(), Update);
+        large.localSize = 5;
+        EXPECT_EQ(Get(L"test.zip"), large.Build());
+    }
+    large.localSize = large.centralSize = 0xFFFF'FFFF;
+    Put(L"test.zip", large.Build());
+    ExpectInvalid(L"Invalid ZIP entry 'a'", [&] { ReadArchive(); });
+    // The last end record is that of another archive: in the data of one that is cut, in a comment, behind the end.
+    const std::string whole = RawArchive().Build(), empty = std::string("PK\5\6", 4) + std::string(18, '\0');
+    RawArchive commented;
+    commented.comment = empty;
+    for (const std::string& bytes : {"PK\3\4" + empty + "and so on", commented.Build(), whole + empty}) {
+        ExpectNoArchive(bytes, Update);
+        EXPECT_EQ(ReadArchive().size(), 0u);
+    }
+    Put(L"test.zip", whole + whole); // whose offsets do not count from its own beginning
+    ExpectNoArchive(whole + whole, Update);
+    const std::string end = whole.substr(whole.rfind("PK\5\6")), zip64 = "PK\6\6" + std::string(72, '\0');
+    Put(L"test.zip", whole.substr(0, whole.size() - end.size()) + zip64 + end); // says the same again
+    CZipArchive(Path().c_str(), Update);
+    EXPECT_EQ(Get(L"test.zip"), whole);
+}
+
+TEST_F(ZipArchive, ASourceMayUseTheArchive) {
+    CreateArchive({{L"a", "first"}});
+    CZipArchive archive(Path().c_str(), Update);
+    TestStream source;
+    source.onRead = [&] { archive.DeleteEntry(L"a"); };
+    archive.UpdateEntry(L"A", source);
+    EXPECT_EQ(ReadEntry(archive, L"a"), "");
+    source.onRead = [&] { archive.AddEntry(L"b", Bytes("inner"), 5, false); };
+    ExpectArgument(L"entryName", [&] { archive.AddEntry(L"b", source, true); });
+    EXPECT_EQ(ReadEntry(archive, L"b"), "inner");
 }
 
 TEST_F(ZipArchive, ChecksNamesInOrder) {
@@ -290,8 +329,9 @@ TEST_F(ZipArchive, ChecksNamesInOrder) {
     }
     ExpectNull(L"data", [&] { archive.AddEntry(L"n", nullptr, 1, true); });
     archive.AddEntry(L"n", nullptr, 0, true);
-    for (const std::wstring& tooLong : {std::wstring(65'536, L'a'), std::wstring(30'000, L'\u6570')}) {
-        ExpectArgument(L"entryName", [&] { archive.AddEntry(tooLong.c_str(), nullptr, 0, true); });
+    for (const std::wstring& bad :
+         {std::wstring(65'536, L'a'), std::wstring(30'000, L'\u6570'), std::wstring(L"\xD800")}) {
+        ExpectArgument(L"entryName", [&] { archive.AddEntry(bad.c_str(), nullptr, 0, true); });
     }
     archive.AddEntry(std::wstring(65'535, L'a').c_str(), nullptr, 0, false);
     ExpectNull(L"fileName", [] { CZipArchive(nullptr, Create); });
