@@ -4,6 +4,7 @@
 #include "ZelCore/ThrowSite.h"
 #include "ZelXml/XmlException.h"
 
+#include <algorithm>
 #include <cstring>
 #include <objbase.h>
 
@@ -36,6 +37,32 @@ void SetProperty(IXMLDOMDocument2& document, const wchar_t* name, const wchar_t*
         value.boolVal = VARIANT_TRUE;
     }
     CheckCom(document.setProperty(ComText(name, ZEL_SITE(Method)).Get(), value), ZEL_SITE(Method));
+}
+
+/// Walks over declaration, comments and processing instructions. `get(i)` is the i-th of so many characters.
+template <class Get> bool DeclaresType(std::size_t length, Get get) {
+    std::size_t at = 0;
+    const auto starts = [&](std::string_view text) {
+        std::size_t i = 0;
+        while (i < text.size() && at + i < length && get(at + i) == static_cast<unsigned char>(text[i])) {
+            ++i;
+        }
+        return i == text.size();
+    };
+    const auto skip = [&](std::string_view begin, std::string_view end) {
+        const bool found = starts(begin);
+        for (at += found ? begin.size() : 0; found && at < length && !starts(end);) {
+            ++at;
+        }
+        return found;
+    };
+    constexpr std::string_view ends = ">?- \t\r\n"; // what is left of an end is no beginning
+    do {
+        while (at < length && (get(at) == 0xFEFF || (get(at) < 0x80 && ends.contains(static_cast<char>(get(at)))))) {
+            ++at;
+        }
+    } while (skip("<?", "?>") || skip("<!--", "-->"));
+    return starts("<!DOCTYPE");
 }
 
 } // namespace
@@ -115,6 +142,22 @@ bool HasDocumentType(IXMLDOMDocument& document) {
         node = std::move(next);
     }
     return false;
+}
+
+bool MayHaveDocumentType(const unsigned char* file, std::size_t size) {
+    // What counts is ASCII, in units of one byte or of two with the low one first or last.
+    const bool isWide = size > 1 && (file[0] == 0 || file[1] == 0 || file[0] >= 0xFE);
+    const std::size_t low = isWide && (file[0] == 0 || file[0] == 0xFE) ? 1 : 0;
+    if (!isWide) {
+        const bool isMarked = size > 2 && file[0] == 0xEF && file[1] == 0xBB && file[2] == 0xBF;
+        const std::size_t begin = isMarked ? 3 : 0;
+        return DeclaresType(size - begin, [=](std::size_t i) { return unsigned{file[begin + i]}; });
+    }
+    return DeclaresType(size / 2, [=](std::size_t i) { return file[2 * i + low] | file[2 * i + 1 - low] * 256u; });
+}
+
+bool MayHaveDocumentType(std::wstring_view text) {
+    return DeclaresType(text.size(), [=](std::size_t i) { return unsigned{text[i]}; });
 }
 
 } // namespace ZelXml

@@ -7,6 +7,7 @@
 #include <msxml2.h>
 
 #include <cstddef>
+#include <string_view>
 
 namespace ZelXml {
 
@@ -28,5 +29,12 @@ ParseError GetParseError(IXMLDOMDocument& document);
 
 /// Whether the document has a document type definition, through which it could define entities.
 bool HasDocumentType(IXMLDOMDocument& document);
+
+/// The same for a text that has not been parsed, as far as one can tell without: a parser expands parameter entities
+/// while it reads, and a few lines of them keep it busy for ever.
+///@{
+bool MayHaveDocumentType(const unsigned char* file, std::size_t size);
+bool MayHaveDocumentType(std::wstring_view text);
+///@}
 
 } // namespace ZelXml

@@ -88,8 +88,8 @@ std::wstring GetText(IXMLDOMNode* in) {
     return text.ToString();
 }
 
-void RefuseDocumentType(IXMLDOMDocument& document, const wchar_t* method, const wchar_t* file, int line) {
-    if (ZelXml::HasDocumentType(document)) {
+void RefuseDocumentType(bool hasOne, const wchar_t* method, const wchar_t* file, int line) {
+    if (hasOne) {
         ThrowConfiguration(L"A configuration must not have a document type definition", method, file, line);
     }
 }
@@ -110,8 +110,10 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     bytes.resize(read);
     file.Unlock(0, length);
     file.Close();
+    const wchar_t* const method = L"ZelCore::Configuration::ReadDocument";
+    RefuseDocumentType(ZelXml::MayHaveDocumentType(bytes.data(), bytes.size()), ZEL_SITE(method));
     ZelXml::DocumentPointer document = ZelXml::CreateDocument(bytes.data(), bytes.size());
-    RefuseDocumentType(*document.Get(), ZEL_SITE(L"ZelCore::Configuration::ReadDocument"));
+    RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), ZEL_SITE(method));
     return document;
 }
 
@@ -234,6 +236,7 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     if (std::find(text, text + length, L'\0') != text + length) { // where the parser would stop
         ThrowConfiguration(L"A configuration must not have characters of the value 0", ZEL_SITE(method));
     }
+    RefuseDocumentType(ZelXml::MayHaveDocumentType({text, length}), ZEL_SITE(method));
     const ComText copy(text, length, ZEL_SITE(method));
     const ZelXml::DocumentPointer document = ZelXml::CreateDocument();
     VARIANT_BOOL loaded = VARIANT_FALSE;
@@ -242,7 +245,7 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     if (error.code != 0 || loaded == VARIANT_FALSE) {
         ThrowConfiguration(error.reason, ZEL_SITE(method));
     }
-    RefuseDocumentType(*document.Get(), ZEL_SITE(method));
+    RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), ZEL_SITE(method));
     return {document.Get(), std::wstring()};
 }
 
@@ -260,10 +263,14 @@ void CConfigurationElement::Deserialize(IXMLDOMElement* xmlIn) {
     }
     PropertyList properties;
     GetProperties(properties);
+    // Some systems' getAttributeNode stops at the first attribute of the name, of whatever namespace.
+    ComPointer<IXMLDOMNamedNodeMap> attributes;
+    CheckCom(xmlIn->get_attributes(attributes.Receive()), ZEL_SITE(method));
+    CheckCom(attributes ? S_OK : E_FAIL, ZEL_SITE(method));
     for (CConfigurationPropertyBase* property : properties) {
         const ComText name(property->GetName(), ZEL_SITE(method));
-        ComPointer<IXMLDOMAttribute> attribute;
-        CheckCom(xmlIn->getAttributeNode(name.Get(), attribute.Receive()), ZEL_SITE(method));
+        NodePointer attribute;
+        CheckCom(attributes->getNamedItem(name.Get(), attribute.Receive()), ZEL_SITE(method));
         if (attribute) {
             property->Deserialize(attribute.Get());
             continue;

@@ -27,6 +27,8 @@ CTraceSourceElement::CTraceSourceElement() : CConfigurationElement(L"source") {}
 CTraceSourceElement::~CTraceSourceElement() = default;
 
 void CTraceSourceElement::Deserialize(IXMLDOMElement* xmlIn) {
+    switchName = {L"switchName", false}; // what an earlier reading left does not count
+    switchValue = {L"switchValue", false};
     CConfigurationElement::Deserialize(xmlIn);
     const std::wstring parsed = L"PARSED";
     if (switchName.GetStatus() == parsed && switchValue.GetStatus() == parsed) {
