@@ -4,7 +4,6 @@
 #include "ZelCore/ThrowSite.h"
 #include "ZelXml/XmlException.h"
 
-#include <algorithm>
 #include <cstring>
 #include <objbase.h>
 

@@ -1,13 +1,5 @@
 #include "Support/Test.h"
 
-namespace {
-
-bool IsSignalled(void* event) {
-    return ::WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
-}
-
-} // namespace
-
 TEST(AsyncResult, CompletesOnceAndTheFirstOutcomeStays) {
     int state = 0;
     CAsyncResultT<int> result(nullptr, &state);
@@ -21,7 +13,7 @@ TEST(AsyncResult, CompletesOnceAndTheFirstOutcomeStays) {
     ExpectInvalid(twice, [&] { result.SetAsCompleted(false); });
     ExpectInvalid(twice, [&] { result.SetAsCompleted(false, CArgumentException(L"p", nullptr, nullptr, nullptr, 0)); });
     EXPECT_TRUE(result.CompletedSynchronously());
-    EXPECT_TRUE(IsSignalled(result.GetWaitHandle())) << "created after completion";
+    EXPECT_EQ(::WaitForSingleObject(result.GetWaitHandle(), 0), WAIT_OBJECT_0) << "created after completion";
     result.EndInvoke();
     EXPECT_EQ(result.GetResult(), 42);
 }
@@ -55,7 +47,7 @@ TEST(AsyncResult, ManyThreadsAskForOneEventWhileItCompletes) {
         for (void* event : events) {
             ASSERT_EQ(event, events[0]);
         }
-        ASSERT_TRUE(IsSignalled(events[0]));
+        ASSERT_EQ(::WaitForSingleObject(events[0], 0), WAIT_OBJECT_0);
         result.EndInvoke();
     }
     EXPECT_EQ(handles.Get(), 0);

@@ -396,16 +396,12 @@ TEST_F(ZipArchive, DamagedArchivesAreReportedOrHarmless) {
                   {.method = L"ZelCore::IO::Compression::`anonymous-namespace'::CLocalFileHeader::Read"});
 }
 
-TEST_F(ZipArchiveFailure, TheNthFailingSystemCallLeavesNothingBehind) {
+TEST_F(ZipArchiveFailure, TheNthFailingCallOrAllocationLeavesNothingBehind) {
     FailingCalls calls({"CreateFileW", "ReadFile", "WriteFile", "SetFilePointerEx", "GetFileSizeEx", "SetEndOfFile",
                         "FlushFileBuffers", "GetTempPathW", "GetTempFileNameW", "UuidCreate", "UuidToStringW",
                         "CreateDirectoryW", "WideCharToMultiByte", "MultiByteToWideChar", "FileTimeToDosDateTime"});
-    SweepAll(calls);
-}
-
-TEST_F(ZipArchiveFailure, TheNthFailingAllocationLeavesNothingBehind) {
     FailingAllocations allocations;
-    SweepAll(allocations);
+    SweepAll(calls), SweepAll(allocations);
 }
 
 TEST_F(ZipArchiveFailure, WhatSomebodyElseDoesToTheFilesIsNoticed) {
