@@ -3,8 +3,10 @@
 #include "ZelCore/IO/FileAttributes.h"
 #include "ZelCore/IO/Path.h"
 #include "ZelCore/String.h"
+#include "ZelWin32/UniqueHandle.h"
 
 #include <algorithm>
+#include <string_view>
 #include <vector>
 
 namespace ZelCore::IO {
@@ -19,6 +21,9 @@ struct PathRoot {
     std::size_t firstPiece = 0;
 };
 
+constexpr std::size_t LargestForShell = 240; // characters: MAX_PATH, with room for what it puts behind them
+constexpr std::wstring_view LongPrefix = L"\\\\?\\";
+
 /// The system's tests know one separator only, and take the prefix of long paths for a UNC name.
 std::wstring ToUncTestForm(const wchar_t* path) {
     std::wstring form(path);
@@ -26,15 +31,18 @@ std::wstring ToUncTestForm(const wchar_t* path) {
     return form;
 }
 
-bool HasLongDrivePrefix(const std::wstring& form) {
-    return form.starts_with(L"\\\\?\\") && form.size() > 5 && form[5] == L':';
+bool IsLong(const std::wstring& form) {
+    return form.starts_with(LongPrefix);
 }
 
 PathRoot FindRoot(const std::wstring& form, const std::vector<std::wstring>& pieces) {
-    if (HasLongDrivePrefix(form)) { // "", "", "?", "C:"
+    if (IsLong(form) && pieces.size() >= 6 && ::_wcsicmp(pieces[3].c_str(), L"UNC") == 0) { // server, share
+        return {L"\\\\?\\UNC\\" + pieces[4] + L"\\" + pieces[5] + L"\\", 6};
+    }
+    if (IsLong(form)) { // "", "", "?", "C:"
         return {L"\\\\?\\" + pieces[3] + L"\\", 4};
     }
-    if (pieces[0].find(L':') != std::wstring::npos) {
+    if (pieces[0].ends_with(L':')) { // not "C:a", which is a folder
         return {pieces[0] + L"\\", 1};
     }
     if (::PathIsUNCW(form.c_str()) && pieces.size() >= 4) { // "", "", server, share
@@ -43,14 +51,70 @@ PathRoot FindRoot(const std::wstring& form, const std::vector<std::wstring>& pie
     return {};
 }
 
+struct FindTraits : ZelWin32::FileTraits {
+    static void Close(Type handle) noexcept {
+        ::FindClose(handle);
+    }
+};
+
+struct TreeEntry {
+    std::wstring path;
+    DWORD attributes;
+};
+
+/// A file, or a folder with all that it holds, each folder before what is in it. Links are not followed. What cannot be
+/// listed is for the deletion to complain about.
+std::vector<TreeEntry> ListTree(const std::wstring& root) {
+    std::vector<TreeEntry> entries{{root, ::GetFileAttributesW(root.c_str())}};
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        constexpr DWORD folder = FILE_ATTRIBUTE_DIRECTORY;
+        if ((entries[i].attributes & (folder | FILE_ATTRIBUTE_REPARSE_POINT)) != folder) { // or not there at all
+            continue;
+        }
+        const std::wstring prefix = entries[i].path + L"\\";
+        WIN32_FIND_DATAW found;
+        const ZelWin32::UniqueHandle<FindTraits> search(::FindFirstFileW((prefix + L"*").c_str(), &found));
+        for (bool more = static_cast<bool>(search); more; more = ::FindNextFileW(search.Get(), &found) != FALSE) {
+            if (const std::wstring name = found.cFileName; name != L"." && name != L"..") {
+                entries.push_back({prefix + name, found.dwFileAttributes});
+            }
+        }
+    }
+    return entries;
+}
+
+/// Deletes entries, the last first.
+void DeleteEntries(const std::vector<TreeEntry>& entries, bool throwIfMissing) {
+    // Site: does the work of the method.
+    for (std::size_t i = entries.size(); i-- > 0;) {
+        const auto& [path, attributes] = entries[i];
+        if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+            ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        }
+        const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        if (!(isFolder ? ::RemoveDirectoryW(path.c_str()) : ::DeleteFileW(path.c_str()))) {
+            ThrowDeleteError(throwIfMissing && i == 0, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
+        }
+    }
+}
+
 void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     // Site: does the work of the method.
-    if (const std::wstring_view path = directoryPath;
-        path.find_first_of(L"*?", path.starts_with(L"\\\\?\\") ? 4 : 0) != std::wstring_view::npos) {
+    const bool isLong = IsLong(ToUncTestForm(directoryPath));
+    if (std::wstring_view(directoryPath).find_first_of(L"*?", isLong ? LongPrefix.size() : 0) != std::wstring::npos) {
         throw CArgumentException(L"directoryPath", nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
     // Relative names depend on the current directory, which any thread may change.
     std::wstring list = CPath::GetFullPath(directoryPath);
+    // The shell joins names in buffers of MAX_PATH characters. What is too long for it becomes something else, the
+    // current directory for instance. So it never sees a long path.
+    const bool isUnc = list.starts_with(L"\\\\");
+    const std::wstring root = IsLong(list) ? list : (isUnc ? L"\\\\?\\UNC" : L"\\\\?\\") + list.substr(isUnc ? 1 : 0);
+    const std::vector<TreeEntry> entries = ListTree(CString::TrimEnd(root, L"\\"));
+    if (std::any_of(entries.begin(), entries.end(), [](const auto& e) { return e.path.size() > LargestForShell; })) {
+        DeleteEntries(entries, throwIfMissing);
+        return;
+    }
     list.push_back(L'\0');
     SHFILEOPSTRUCTW operation{};
     operation.wFunc = FO_DELETE;
@@ -76,7 +140,7 @@ bool CDirectory::Exists(const wchar_t* directoryPath) {
 void CDirectory::Create(const wchar_t* directoryPath, _SECURITY_ATTRIBUTES* securityAttributes) {
     CheckNotEmpty(directoryPath, L"directoryPath", ZEL_SITE(L"ZelCore::IO::CDirectory::Create"));
     const std::wstring form = ToUncTestForm(directoryPath);
-    if (!HasLongDrivePrefix(form)) {
+    if (!IsLong(form)) {
         if (::PathIsUNCServerW(form.c_str())) {
             throw CArgumentException(L"directoryPath", GetMessageText(Message::UncPathForm),
                                      ZEL_SITE(L"ZelCore::IO::CDirectory::Create"));
@@ -85,7 +149,12 @@ void CDirectory::Create(const wchar_t* directoryPath, _SECURITY_ATTRIBUTES* secu
             return;
         }
     }
-    const std::vector<std::wstring> pieces = CString::Split(directoryPath, L"\\/");
+    std::vector<std::wstring> pieces = CString::Split(directoryPath, L"\\/");
+    // At the end of a path the system leaves out blanks and dots. With a backslash behind them it would not, and make a
+    // folder that nobody finds by the same name.
+    if (const std::wstring trimmed = CString::TrimEnd(pieces.back(), L" ."); !IsLong(form) && !trimmed.empty()) {
+        pieces.back() = trimmed;
+    }
     PathRoot root = FindRoot(form, pieces);
     std::wstring& prefix = root.prefix;
     for (std::size_t i = root.firstPiece; i < pieces.size(); ++i) {

@@ -16,6 +16,9 @@
 #include <new>
 #include <optional>
 
+/// Of ntdll; the compiler's headers lack it.
+extern "C" __declspec(dllimport) BOOLEAN __stdcall RtlDllShutdownInProgress();
+
 namespace ZelCore::IO {
 
 using ZelWin32::CheckWin32;
@@ -54,8 +57,10 @@ void CheckNotNegative(std::int64_t value, const wchar_t* name, const wchar_t* me
 /// The stream and the side that completes the operation share it.
 class CFileStream::CFileStreamAsyncResult final : public CAsyncResultT<std::size_t> {
 public:
-    CFileStreamAsyncResult(CAsyncCallback* callback, void* state, bool isRead, std::size_t count) noexcept
-        : CAsyncResultT(callback, state), m_isRead(isRead), m_hasCallback(callback != nullptr), m_count(count) {}
+    CFileStreamAsyncResult(CAsyncCallback* callback, void* state, bool isRead, std::size_t count,
+                           std::int64_t position) noexcept
+        : CAsyncResultT(callback, state), m_isRead(isRead), m_hasCallback(callback != nullptr), m_count(count),
+          m_position(position) {}
 
     void AddRef() noexcept {
         ++m_references;
@@ -71,6 +76,10 @@ public:
     }
     std::size_t GetCount() const noexcept {
         return m_count;
+    }
+    /// Where the operation begins.
+    std::int64_t GetPosition() const noexcept {
+        return m_position;
     }
     bool HasCallback() const noexcept {
         return m_hasCallback;
@@ -91,6 +100,7 @@ private:
     bool m_hasCallback;
     DWORD m_error = ERROR_SUCCESS;
     std::size_t m_count;
+    std::int64_t m_position;
 };
 
 #pragma GCC diagnostic pop
@@ -315,18 +325,22 @@ const IAsyncResult* CFileStream::impl::Begin(bool isRead, std::size_t count, CAs
     if (!completion) {
         completion = RefPtr<CFileIOCOmpletionCallback>(new CFileIOCOmpletionCallback(*this, outstanding));
     }
-    pending = RefPtr<CFileStreamAsyncResult>(new CFileStreamAsyncResult(callback, state, isRead, count));
+    pending = RefPtr<CFileStreamAsyncResult>(new CFileStreamAsyncResult(callback, state, isRead, count, position));
     // The callback may end the operation, and the stream with it, before the system call has returned.
     CFileStreamAsyncResult* const result = pending.Get();
     const RefPtr<CFileIOCOmpletionCallback> started = completion;
     OVERLAPPED* const overlapped = started->Start(pending, position);
     const std::uint64_t operation = started->GetOperation();
+    const bool isInCallback = outstanding->IsDeliveringHere(); // for which whoever ends the stream waits
     if (!transfer(handle.Get(), static_cast<DWORD>(count), overlapped)) {
         const DWORD error = ::GetLastError();
         if (error != ERROR_IO_PENDING && started->Abandon(operation)) {
             completion = {};
             pending = {};
             throw CWin32Exception(error, nullptr, method, file, line);
+        }
+        if (isInCallback && closing) { // Close had nothing to cancel yet
+            ::CancelIoEx(handle.Get(), overlapped);
         }
     }
     return result;
@@ -349,6 +363,7 @@ std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead,
             while (!ended->IsCompleted()) {
                 ::Sleep(1);
             }
+            position = ended->GetPosition(); // nobody learns what was read or written
             throw;
         }
         if (!ended->IsCompleted()) {
@@ -377,6 +392,7 @@ void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD
     // Site: the completion is known by the name of the stream.
     if (error == ERROR_SUCCESS && !result.IsRead() && bytesTransferred < result.GetCount()) {
         error = ERROR_DISK_FULL;
+        position += bytesTransferred;
     }
     if (error == ERROR_SUCCESS) {
         position += bytesTransferred;
@@ -397,7 +413,11 @@ void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD
 
 void CFileStream::impl::Close() noexcept {
     closing = true;
-    if (asynchronous) {
+    if (asynchronous && ::RtlDllShutdownInProgress()) { // without the threads that could report anything
+        if (completion) {
+            completion->Retire();
+        }
+    } else if (asynchronous) {
         if (handle) {
             ::CancelIoEx(handle.Get(), nullptr);
         }
@@ -428,8 +448,8 @@ CFileStream::CFileStream(const wchar_t* fileName, unsigned long desiredAccess, u
 CFileStream::CFileStream(const std::wstring& fileName, unsigned long desiredAccess, unsigned long shareMode,
                          _SECURITY_ATTRIBUTES* securityAttributes, unsigned long creationDisposition,
                          unsigned long flagsAndAttributes)
-    : CFileStream(fileName.c_str(), desiredAccess, shareMode, securityAttributes, creationDisposition,
-                  flagsAndAttributes) {}
+    : CFileStream(fileName.find(L'\0') == std::wstring::npos ? fileName.c_str() : L"", // which is refused
+                  desiredAccess, shareMode, securityAttributes, creationDisposition, flagsAndAttributes) {}
 
 CFileStream::CFileStream(CFileStream&& other) noexcept : m_impl(std::move(other.m_impl)) {}
 
@@ -586,20 +606,17 @@ void CFileStream::Write(const unsigned char* buffer, std::size_t count) {
 void CFileStream::SetLength(std::int64_t length) {
     impl& stream = GetOpen(ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));
     CheckNotNegative(length, L"length", ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));
-    const bool move = stream.position != length || stream.asynchronous;
-    LARGE_INTEGER target{};
-    target.QuadPart = length;
-    if (move) {
-        CheckWin32(::SetFilePointerEx(stream.handle.Get(), target, nullptr, FILE_BEGIN),
-                   ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));
-    }
-    const DWORD error = ::SetEndOfFile(stream.handle.Get()) ? ERROR_SUCCESS : ::GetLastError();
-    if (move) {
-        target.QuadPart = stream.position;
-        const BOOL restored = ::SetFilePointerEx(stream.handle.Get(), target, nullptr, FILE_BEGIN);
-        if (error == ERROR_SUCCESS) {
-            CheckWin32(restored, ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));
-        }
+    const auto move = [&stream](std::int64_t position) {
+        LARGE_INTEGER target{};
+        target.QuadPart = position;
+        return ::SetFilePointerEx(stream.handle.Get(), target, nullptr, FILE_BEGIN);
+    };
+    // Always: what was appended has moved the file pointer elsewhere.
+    CheckWin32(move(length), ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));
+    DWORD error = ::SetEndOfFile(stream.handle.Get()) ? ERROR_SUCCESS : ::GetLastError();
+    if (!move(stream.position)) {
+        error = error != ERROR_SUCCESS ? error : ::GetLastError();
+        stream.position = length; // where it is
     }
     if (error != ERROR_SUCCESS) {
         throw CWin32Exception(error, nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));

@@ -39,7 +39,8 @@ public:
     /// \param shareMode,securityAttributes,creationDisposition  as of CreateFileW
     /// \param flagsAndAttributes with FILE_FLAG_OVERLAPPED the stream is asynchronous
     ///
-    /// Throws CArgumentNullException or CArgumentException (empty) for "fileName", CWin32Exception "Could not create a
+    /// Throws CArgumentNullException or CArgumentException (empty, or with a
+    /// character of the value 0) for "fileName", CWin32Exception "Could not create a
     /// file stream on '...'" when the system refuses.
     ///@{
     CFileStream(const wchar_t* fileName, unsigned long desiredAccess, unsigned long shareMode,

@@ -182,6 +182,46 @@ TEST_F(AsyncFileStream, TheCallbackMayDestroyTheStreamWithANewOperationUnderWay)
     }
 }
 
+TEST_F(AsyncFileStream, ClosingEndsAlsoWhatTheCallbackBeginsMeanwhile) {
+    const std::wstring name = L"\\\\.\\pipe\\zel" + std::to_wstring(::GetCurrentProcessId());
+    HANDLE peers[2];
+    for (HANDLE& peer : peers) {
+        peer = ::CreateNamedPipeW(name.c_str(), PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE, 2, 64, 64, 0, nullptr);
+    }
+    const auto open = [&] {
+        return CFileStream(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED);
+    };
+    unsigned char byte = 0;
+    {
+        CFileStream stream = open();
+        std::atomic<bool> isAgain{false};
+        const ImportHook read("ReadFile", [&](HANDLE h, void* buffer, DWORD size, DWORD* count, OVERLAPPED* o) -> BOOL {
+            ::Sleep(isAgain ? 100 : 0); // long enough for Close to look for something to cancel
+            return ::ReadFile(h, buffer, size, count, o);
+        });
+        Callback callback;
+        callback.action = [&](const IAsyncResult* result) {
+            stream.EndRead(result);
+            isAgain = true;
+            stream.BeginRead(&byte, 1, nullptr, nullptr);
+        };
+        stream.BeginRead(&byte, 1, &callback, nullptr);
+        DWORD written = 0;
+        for (const HANDLE peer : peers) { // whichever it is
+            ::WriteFile(peer, "x", 1, &written, nullptr);
+        }
+        while (!isAgain) {
+            ::Sleep(1);
+        }
+        stream.Close();
+    }
+    CFileStream last = open();
+    last.BeginRead(&byte, 1, nullptr, nullptr);
+    const ImportHook shutdown("RtlDllShutdownInProgress", []() -> BOOLEAN { return TRUE; });
+    last.Close(); // at the end of the process nobody is left to report
+    ::CloseHandle(peers[0]), ::CloseHandle(peers[1]);
+}
+
 TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
     // A write function that starts nothing and reports it as pending: the test delivers the completion.
     OVERLAPPED* overlapped = nullptr;
@@ -212,6 +252,7 @@ TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
         complete(0, 2, overlapped);
         ExpectError(ERROR_DISK_FULL, [&] { stream.EndWrite(result); },
                     {.method = L"ZelCore::IO::CFileStream::CompleteIOCallback"});
+        EXPECT_EQ(stream.GetPosition(), 2) << "behind what was written";
         result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
         complete(0xC000009Cul, 0, overlapped); // a kernel status in place of an error code
         ExpectError(23, [&] { stream.EndWrite(result); });

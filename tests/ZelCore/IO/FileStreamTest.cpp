@@ -18,6 +18,8 @@ TEST_F(FileStream, OpensLikeCreateFile) {
     ExpectNull(L"fileName", [] { CFileStream(nullptr, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0); });
     ExpectArgument(L"fileName", [] { CFileStream(L"", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0); },
                    {.message = L"'': parameter name: 'fileName'"});
+    ExpectArgument(L"fileName",
+                   [] { CFileStream(std::wstring(L"a\0b", 3), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0); });
     ExpectError(2, [&] { Open(GENERIC_READ, OPEN_EXISTING); },
                 {.contains = (L"Could not create a file stream on '" + At(L"file") + L"': Error 2: ").c_str()});
     const std::pair<DWORD, unsigned> rows[] = {{GENERIC_READ, 5},        {FILE_READ_DATA, 5}, {GENERIC_WRITE, 6},
@@ -53,6 +55,21 @@ TEST_F(FileStream, ReadsWritesSeeksAndCuts) {
     stream.Seek(4, SeekOrigin::Begin);
     ExpectFailing("SetEndOfFile", [&] { stream.SetLength(2); });
     EXPECT_EQ(ReadSome(stream, 1), "4") << "also when it fails";
+    {
+        FailingCalls calls("SetFilePointerEx");
+        calls.FailOn(2);
+        ExpectError(1450, [&] { stream.SetLength(2); });
+        EXPECT_EQ(stream.GetPosition(), 2) << "where it is";
+    }
+    Put(L"appended", "0123456789");
+    CFileStream appending(At(L"appended"), FILE_APPEND_DATA, 0, nullptr, OPEN_EXISTING, 0);
+    WriteAll(appending, "hello");
+    try {
+        appending.SetLength(5);
+        EXPECT_EQ(appending.GetLength(), 5);
+    } catch (const CWin32Exception& e) {
+        EXPECT_EQ(e.GetError(), 5u) << "some systems want more than the right to append";
+    }
     stream.Flush();
     ExpectError(131, [&] { stream.Seek(-1, SeekOrigin::Begin); });
     ExpectError(87, [&] { stream.Seek(0, static_cast<SeekOrigin>(7)); });

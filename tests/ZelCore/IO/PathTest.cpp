@@ -156,7 +156,9 @@ TEST_F(FilesAndFolders, CreateMakesEveryLevel) {
     for (const wchar_t* row :
          {L"C:\\a\\b | C:\\a\\*;C:\\a\\b\\*;", L"C:/a | C:\\a\\*;", L"a\\b | a\\*;a\\b\\*;", L"\\a | \\a\\*;",
           L"\\\\s\\h\\a\\b | \\\\s\\h\\a\\*;\\\\s\\h\\a\\b\\*;", L"//s/h/a | \\\\s\\h\\a\\*;", L"\\\\s\\h | ",
-          L"\\\\?\\C:\\a | \\\\?\\C:\\a\\*;", L"C:\\ | "}) {
+          L"\\\\?\\C:\\a | \\\\?\\C:\\a\\*;", L"C:\\ | ", L"C:a\\b | C:a\\*;C:a\\b\\*;",
+          L"\\\\?\\UNC\\s\\h\\a | \\\\?\\UNC\\s\\h\\a\\*;", L"a . | a\\*;", L".. | ..\\*;",
+          L"\\\\?\\C:\\a.  | \\\\?\\C:\\a. \\*;"}) {
         const auto [path, levels] = Cells(row);
         created.clear();
         SECURITY_ATTRIBUTES security{};
@@ -191,6 +193,31 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
         CDirectory::Delete(missing.c_str(), recursive, false);
         ExpectError(2, [&] { CDirectory::Delete(missing.c_str(), recursive, true); });
     }
+    // What is too long for the shell, which would take something else instead: a folder on the way down, the path
+    // itself.
+    CDirectory::Create(At(L"keep").c_str(), nullptr);
+    Put(L"keep\\file", "x");
+    wchar_t before[MAX_PATH];
+    ::GetCurrentDirectoryW(MAX_PATH, before);
+    ::SetCurrentDirectoryW(At(L"keep").c_str());
+    std::wstring deep = tree;
+    for (int i = 0; i < 30; ++i) {
+        deep += L"\\abcdefghi0";
+    }
+    CDirectory::Create(deep.c_str(), nullptr);
+    for (const std::wstring& file : {deep + L"\\file", tree + L"\\file"}) {
+        CFileStream(L"\\\\?\\" + file, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_READONLY);
+    }
+    {
+        const FailingCalls calls(SystemCall("RemoveDirectoryW", 0, 5));
+        ExpectError(5, [&] { CDirectory::Delete(tree.c_str(), true, true); });
+    }
+    CDirectory::Delete(tree.c_str(), true, true);
+    CDirectory::Delete(deep.c_str(), true, false);
+    ExpectThrow<CWin32Exception>([&] { CDirectory::Delete(deep.c_str(), true, true); });
+    ::SetCurrentDirectoryW(before);
+    EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
+    EXPECT_TRUE(CFile::Exists(At(L"keep\\file").c_str()));
     const ImportHook hook("SHFileOperationW", [](SHFILEOPSTRUCTW* operation) -> int {
         operation->fAnyOperationsAborted = TRUE;
         return operation->pFrom[std::wcslen(operation->pFrom) + 1] == L'\0' && operation->fFlags == 0x614 ? 0 : 99;
