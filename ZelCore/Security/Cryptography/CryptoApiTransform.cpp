@@ -60,7 +60,11 @@ std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const CSymmetricAlgori
 
 CCryptoApiTransform::CCryptoApiTransform(const SecureBytes& key, const SecureBytes& iv,
                                          const CipherParameters& parameters)
-    : m_encrypting(parameters.encrypting), m_blockSize(parameters.blockSize) {
+    : m_encrypting(parameters.encrypting), m_blockSize(parameters.blockSize),
+      m_systemBlock(parameters.algorithm == CALG_AES_128 || parameters.algorithm == CALG_AES_192 ||
+                            parameters.algorithm == CALG_AES_256
+                        ? 16
+                        : 8) {
     {
         const SecureBytes blob = MakeKeyBlob(parameters.algorithm, key);
         HCRYPTKEY handle = 0;
@@ -113,11 +117,15 @@ std::size_t CCryptoApiTransform::TransformBlock(const unsigned char* input, std:
     if (!IsWithin(input, output)) {
         return m_encrypting ? Encrypt(input, count, output, false) : Decrypt(input, count, output, false);
     }
-    std::vector<unsigned char> result; // the output holds the input
+    struct Wiped { // plain text or not, nobody can reach it any more
+        std::vector<unsigned char> bytes;
+        ~Wiped() {
+            WipeMemory(bytes.data(), bytes.size());
+        }
+    } result; // the output holds the input
     const std::size_t length =
-        m_encrypting ? Encrypt(input, count, result, false) : Decrypt(input, count, result, false);
-    output.swap(result);
-    WipeMemory(result.data(), result.size()); // plain text or not, nobody can reach it any more
+        m_encrypting ? Encrypt(input, count, result.bytes, false) : Decrypt(input, count, result.bytes, false);
+    output.swap(result.bytes);
     return length;
 }
 
@@ -170,15 +178,18 @@ std::size_t CCryptoApiTransform::Decrypt(const unsigned char* input, std::size_t
     const std::size_t kept = held != 0 ? held : InputBlockSize();
     output.resize(held + count - kept);
     std::copy_n(input, count - kept, std::copy(m_held.begin(), m_held.end(), output.begin()));
-    m_held.assign(input + count - kept, input + count);
-    if (output.empty()) {
-        return 0;
-    }
-    return DecryptInPlace(output, false, ZEL_SITE(method, held != 0 ? 228 : 208));
+    std::vector<unsigned char> next(input + count - kept, input + count);
+    const std::size_t length =
+        output.empty() ? 0 : DecryptInPlace(output, false, ZEL_SITE(method, held != 0 ? 228 : 208));
+    m_held.swap(next); // not before: what failed may be tried again
+    return length;
 }
 
 std::size_t CCryptoApiTransform::DecryptInPlace(std::vector<unsigned char>& data, bool final, const wchar_t* method,
                                                 const wchar_t* file, int line) {
+    if (data.size() % m_systemBlock != 0) { // the system would go on behind the end
+        throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_DATA), nullptr, method, file, line);
+    }
     auto length = static_cast<DWORD>(data.size());
     ZelWin32::CheckWin32(::CryptDecrypt(m_key.Get(), 0, final, 0, data.data(), &length), method, file, line);
     return length;

@@ -55,7 +55,8 @@ private:
     const CCryptoServiceProvider m_provider;
     KeyHandle m_key;
     bool m_encrypting;
-    std::uint64_t m_blockSize;
+    std::uint64_t m_blockSize; ///< in bits, as the algorithm was told
+    std::size_t m_systemBlock; ///< in bytes, as it is
     std::vector<unsigned char> m_held;
 };
 

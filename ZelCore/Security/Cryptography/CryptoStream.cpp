@@ -20,6 +20,7 @@ using IO::StreamCapabilities;
 
 namespace {
 
+constexpr std::size_t LargestBlock = 0x7FFFFFFF;
 constexpr std::size_t LargestRound = 1 << 20; // bytes that are transformed at once
 
 /// Buffers are wiped before they shrink, move or go: a transform fills vectors whose allocator does not wipe.
@@ -66,7 +67,8 @@ private:
     void ReadOneBlock();
     void HoldOutput(std::size_t size) noexcept;
     void ReplaceOutput(std::vector<unsigned char>& output) noexcept;
-    std::size_t Transform(const unsigned char* blocks, std::size_t size);
+    std::size_t Transform(const unsigned char* blocks, std::size_t size, std::vector<unsigned char>& output);
+    void TransformMore(const unsigned char* blocks, std::size_t size);
     void WriteHeldOutput();
 
     CryptoStreamMode m_mode;
@@ -98,11 +100,14 @@ void CCryptoStream::impl::Initialize() {
     if (m_mode != CryptoStreamMode::Read && m_mode != CryptoStreamMode::Write) {
         throw CArgumentOutOfRangeException(L"mode", L"Unknown", nullptr, ZEL_SITE(method, 313));
     }
-    m_input.resize(m_transform->InputBlockSize());
+    const std::size_t block = m_transform->InputBlockSize();
+    CheckAtMost(block, LargestBlock, L"transform", ZEL_SITE(method));
+    m_input.resize(block);
 }
 
 void CCryptoStream::impl::Close() {
-    const bool finish = !std::exchange(m_finalBlockDone, true) && IsOpen();
+    // Behind a gap there is nothing to complete.
+    const bool finish = !std::exchange(m_finalBlockDone, true) && IsOpen() && !m_transformFailure;
     try {
         if (finish) {
             FlushFinalBlock();
@@ -204,7 +209,7 @@ bool CCryptoStream::impl::ReadManyBlocks(unsigned char* buffer, std::size_t coun
     const std::size_t total = m_inputHeld + read;
     const std::size_t whole = total > inputBlock ? total / inputBlock * inputBlock : 0;
     if (whole != 0) {
-        HoldOutput(Transform(m_round.data(), whole));
+        HoldOutput(Transform(m_round.data(), whole, m_output));
         copied += TakeHeldOutput(buffer + copied, count - copied);
     }
     m_inputHeld = total - whole;
@@ -233,48 +238,95 @@ void CCryptoStream::impl::ReadOneBlock() {
         }
         m_inputHeld += read;
     }
-    HoldOutput(Transform(m_input.data(), m_inputHeld));
+    HoldOutput(Transform(m_input.data(), m_inputHeld, m_output));
     m_inputHeld = 0;
 }
 
-std::size_t CCryptoStream::impl::Transform(const unsigned char* blocks, std::size_t size) {
-    Wipe(m_output);
+std::size_t CCryptoStream::impl::Transform(const unsigned char* blocks, std::size_t size,
+                                           std::vector<unsigned char>& output) {
+    Wipe(output);
     try {
-        return m_transform->TransformBlock(blocks, size, m_output);
+        return m_transform->TransformBlock(blocks, size, output);
     } catch (...) {
         m_transformFailure = std::current_exception();
         throw;
     }
 }
 
+/// Transforms behind what waits for the other stream.
+void CCryptoStream::impl::TransformMore(const unsigned char* blocks, std::size_t size) {
+    if (m_outputHeld == 0) {
+        HoldOutput(Transform(blocks, size, m_output));
+        return;
+    }
+    std::vector<unsigned char> more;
+    const std::size_t produced = Transform(blocks, size, more);
+    const std::size_t added = std::min(produced, more.size());
+    const std::size_t total = m_outputHeld + added;
+    try {
+        if (total > m_output.capacity()) {
+            std::vector<unsigned char> larger;
+            larger.reserve(2 * total);
+            larger.assign(m_output.begin(), m_output.begin() + static_cast<std::ptrdiff_t>(m_outputHeld));
+            ReplaceOutput(larger);
+        }
+        m_output.resize(m_outputHeld);
+        m_output.insert(m_output.end(), more.begin(), more.begin() + static_cast<std::ptrdiff_t>(added));
+        m_outputHeld = total;
+    } catch (const std::bad_alloc&) {
+        m_transformFailure = std::current_exception(); // never to go on behind a gap
+        Wipe(more);
+        throw;
+    }
+    Wipe(more);
+}
+
 void CCryptoStream::impl::Write(const unsigned char* buffer, std::size_t count) {
+    if (m_transformFailure) {
+        std::rethrow_exception(m_transformFailure);
+    }
+    // When the other stream fails, everything is transformed all the same: the caller can go on behind it.
+    std::exception_ptr failure;
+    const auto deliver = [&] {
+        try {
+            if (!failure) {
+                WriteHeldOutput();
+            }
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    };
     const std::size_t block = m_input.size();
     try {
-        WriteHeldOutput();
+        deliver();
         if (m_inputHeld != 0) {
             const std::size_t added = std::min(count, block - m_inputHeld);
             std::copy_n(buffer, added, m_input.begin() + static_cast<std::ptrdiff_t>(m_inputHeld));
             m_inputHeld += added;
             buffer += added;
             count -= added;
-            if (m_inputHeld < block) {
-                return;
+            if (m_inputHeld == block) {
+                TransformMore(m_input.data(), block);
+                m_inputHeld = 0;
+                deliver();
             }
-            HoldOutput(Transform(m_input.data(), block));
-            m_inputHeld = 0;
-            WriteHeldOutput();
         }
         const std::size_t round =
             m_transform->CanTransformMultipleBlocks() ? std::max<std::size_t>(LargestRound / block, 1) * block : block;
         while (count >= block) {
             const std::size_t size = std::min(count / block * block, round);
-            HoldOutput(Transform(buffer, size));
-            WriteHeldOutput();
+            TransformMore(buffer, size);
+            deliver();
             buffer += size;
             count -= size;
         }
-        std::copy_n(buffer, count, m_input.begin());
-        m_inputHeld = count;
+        if (count != 0) {
+            std::copy_n(buffer, count, m_input.begin());
+            m_inputHeld = count;
+        }
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
     } catch (...) {
         m_failed = true;
         throw;
@@ -295,21 +347,36 @@ CCryptoStream::CCryptoStream(const std::shared_ptr<CStream>& stream, const std::
                              CryptoStreamMode mode)
     : m_impl(std::make_unique<impl>(mode, stream, stream.get(), transform, transform.get())) {}
 
+CCryptoStream::CCryptoStream(CCryptoStream&& other) noexcept : m_impl(std::move(other.m_impl)) {}
+
+CCryptoStream& CCryptoStream::operator=(CCryptoStream&& other) noexcept {
+    if (this != &other) {
+        m_impl = std::move(other.m_impl);
+    }
+    return *this;
+}
+
 CCryptoStream::~CCryptoStream() noexcept = default;
 
+bool CCryptoStream::IsOpen() const noexcept {
+    return m_impl && m_impl->IsOpen();
+}
+
 void CCryptoStream::Close() {
-    m_impl->Close();
+    if (m_impl) {
+        m_impl->Close();
+    }
 }
 
 void CCryptoStream::Flush() {
-    if (!m_impl->IsOpen()) {
+    if (!IsOpen()) {
         throw CInvalidOperationException(GetMessageText(Message::InvalidHandle),
                                          ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoStream::Flush", 351));
     }
 }
 
 StreamCapabilities CCryptoStream::GetCapabilities() const {
-    if (!m_impl->IsOpen()) {
+    if (!IsOpen()) {
         return StreamCapabilities::None;
     }
     return m_impl->GetMode() == CryptoStreamMode::Write ? StreamCapabilities::CanWrite : StreamCapabilities::CanRead;
@@ -326,7 +393,7 @@ std::int64_t CCryptoStream::GetPosition() const {
 
 std::size_t CCryptoStream::Read(unsigned char* buffer, std::size_t count) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CCryptoStream::Read";
-    if (!m_impl->IsOpen()) {
+    if (!IsOpen()) {
         throw CInvalidOperationException(GetMessageText(Message::InvalidHandle), ZEL_SITE(method, 382));
     }
     if (m_impl->GetMode() != CryptoStreamMode::Read) {
@@ -345,7 +412,7 @@ std::int64_t CCryptoStream::Seek(std::int64_t, SeekOrigin) {
 
 void CCryptoStream::Write(const unsigned char* buffer, std::size_t count) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CCryptoStream::Write";
-    if (!m_impl->IsOpen()) {
+    if (!IsOpen()) {
         throw CInvalidOperationException(GetMessageText(Message::InvalidHandle), ZEL_SITE(method, 404));
     }
     if (m_impl->GetMode() != CryptoStreamMode::Write) {

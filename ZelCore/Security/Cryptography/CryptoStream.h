@@ -30,13 +30,14 @@ enum class CryptoStreamMode : std::uint32_t {
 /// What the transform and the other stream throw passes through. A wrong key or damaged data mostly shows only in the
 /// last block, by CWin32Exception with NTE_BAD_DATA, and sometimes not at all.
 ///
-/// Holds at most 2 MiB of buffers, whatever the size of the data, and wipes them. One thread at a time.
+/// Holds at most 2 MiB of buffers, whatever the size of the data, except for what the other stream failed to take, and
+/// wipes them. One thread at a time.
 class ZELCORE_API CCryptoStream : public IO::CStream {
 public:
     /// Borrows both, which must outlive this stream. Neither constructor ever closes or flushes the other stream.
     ///
     /// \param stream    needs CanRead to read and CanWrite to write, otherwise CArgumentException for "stream"
-    /// \param transform at the beginning of its message
+    /// \param transform at the beginning of its message; blocks of more than 2 GiB throw CArgumentOutOfRangeException
     /// \param mode      the direction; any other value throws CArgumentOutOfRangeException for "mode"
     CCryptoStream(IO::CStream& stream, ICryptoTransform& transform, CryptoStreamMode mode);
 
@@ -44,10 +45,17 @@ public:
     CCryptoStream(const std::shared_ptr<IO::CStream>& stream, const std::shared_ptr<ICryptoTransform>& transform,
                   CryptoStreamMode mode);
 
+    /// The source is left closed. Assignment first closes the target, as its destructor would.
+    ///@{
+    CCryptoStream(CCryptoStream&& other) noexcept;
+    CCryptoStream& operator=(CCryptoStream&& other) noexcept;
+    ///@}
+
     /// Closes the stream, but writes nothing after a failure. What Close throws ends the process.
     ~CCryptoStream() noexcept override;
 
-    /// Writing, writes the last block. The stream is closed afterwards even if that throws.
+    /// Writing, writes the last block, unless the transform has failed before. The stream is closed afterwards even if
+    /// that throws.
     void Close() override;
 
     /// Does nothing: incomplete blocks wait for more data until Close. On a closed stream it throws
@@ -75,13 +83,15 @@ public:
 
     /// Transforms whole blocks and writes them on; the rest of less than a block waits for more.
     ///
-    /// When the other stream throws, the transformed bytes are kept and written first by the next Write or by Close.
+    /// When the other stream throws, all bytes have been taken all the same: those that it did not take are kept and
+    /// written first by the next Write or by Close. When the transform throws, so does every further Write.
     /// Throws CInvalidOperationException on a closed or a reading stream, CArgumentNullException for "buffer" unless
     /// the count is 0.
     void Write(const unsigned char* buffer, std::size_t count) override;
 
 private:
     class impl;
+    bool IsOpen() const noexcept;
     std::unique_ptr<impl> m_impl;
 };
 

@@ -5,7 +5,7 @@
 namespace ZelCore::Security::Cryptography {
 
 /// DES (FIPS 46-3), for old data only: its key of 64 bits, 8 of which count for nothing, can be found by trying.
-/// CFB feeds back a whole block.
+/// CFB feeds back a whole block, or what the system makes of that: some feed back 8 bits whatever they are told.
 class ZELCORE_API CDes final : public CSymmetricAlgorithm {
 public:
     /// Blocks, key and feedback of 64 bits, CBC; key and IV are generated on first use.

@@ -72,9 +72,10 @@ Bytes CHashAlgorithm::impl::HashFinal() {
     m_state = State::Final;
     DWORD length = 0;
     if (::CryptGetHashParam(m_hash.Get(), HP_HASHVAL, nullptr, &length, 0)) {
-        m_digest.resize(length);
-        ZelWin32::CheckWin32(::CryptGetHashParam(m_hash.Get(), HP_HASHVAL, m_digest.data(), &length, 0),
+        Bytes digest(length);
+        ZelWin32::CheckWin32(::CryptGetHashParam(m_hash.Get(), HP_HASHVAL, digest.data(), &length, 0),
                              ZEL_SITE(method, 101));
+        m_digest.swap(digest);
     }
     return GetDigest();
 }
@@ -111,8 +112,8 @@ std::size_t CHashAlgorithm::OutputBlockSize() const {
 std::size_t CHashAlgorithm::TransformBlock(const unsigned char* input, std::size_t count, Bytes& output) {
     CheckNotNull(input, L"inputBuffer",
                  ZEL_SITE(L"ZelCore::Security::Cryptography::CHashAlgorithm::TransformBlock", 158));
-    m_impl->HashCore(input, count);
     Bytes copy(input, input + count); // the output may hold the input
+    m_impl->HashCore(input, count);
     output.swap(copy);
     return count;
 }

@@ -203,6 +203,17 @@ TEST(Cipher, TransformsFollowTheirRules) {
     EXPECT_EQ(Text(both), Transform(*aes.CreateEncryptor(), data.substr(0, 32)).substr(0, 32));
     CAes other;
     ExpectThrow<CWin32Exception>([&] { Transform(*other.CreateDecryptor(), cipher); }, {.line = 244});
+    const auto retried = aes.CreateDecryptor();
+    EXPECT_EQ(retried->TransformBlock(Bytes(cipher), 16, output), 0u);
+    {
+        const FailingCalls calls("CryptDecrypt");
+        ExpectError(1450, [&] { retried->TransformBlock(Bytes(cipher) + 16, 16, output); });
+    }
+    EXPECT_EQ(retried->TransformBlock(Bytes(cipher) + 16, 16, output), 16u) << "as if it had not been tried";
+    EXPECT_EQ(Text(output) + Text(retried->TransformFinalBlock(Bytes(cipher), 0)), data.substr(0, 20));
+    aes.SetBlockSize(64); // not what the system has
+    ExpectError(static_cast<unsigned long>(NTE_BAD_DATA),
+                [&] { aes.CreateDecryptor()->TransformBlock(Bytes(data), 16, output); });
     aes.SetBlockSize(4);
     expectCount(*aes.CreateEncryptor(), 16, false);
     expectCount(*aes.CreateEncryptor(), 16, true);

@@ -180,14 +180,33 @@ TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
     CAes aes;
     const std::string message = MakeText(70);
     const std::string cipher = Transform(*aes.CreateEncryptor(), message);
-    TestStream target("", SIZE_MAX, 2);
     const auto encryptor = aes.CreateEncryptor();
-    CCryptoStream writing(target, *encryptor, Write);
-    writing.Write(Bytes(message), 16);
-    ExpectThrow<CFormatException>([&] { writing.Write(Bytes(message) + 16, 16); });
-    writing.Write(Bytes(message) + 32, 38); // after what could not be written
-    writing.Close();
-    EXPECT_EQ(target.data, cipher);
+    for (std::size_t piece = 1; piece <= message.size(); ++piece) {
+        for (const int failOn : {1, 2, 3}) {
+            TestStream target("", SIZE_MAX, failOn);
+            CCryptoStream writing(target, *encryptor, Write);
+            for (std::size_t at = 0; at < message.size(); at += piece) {
+                try {
+                    writing.Write(Bytes(message) + at, std::min(piece, message.size() - at));
+                } catch (const CFormatException&) {                  // has taken all of it
+                    target.failOn += target.calls < 5 ? 1 : 0; // and mostly fails again
+                }
+            }
+            target.failOn = 0;
+            writing.Close();
+            ASSERT_EQ(target.data, cipher) << piece;
+        }
+    }
+    {
+        TestStream target;
+        CCryptoStream writing(target, *encryptor, Write);
+        FailingCalls calls("CryptEncrypt");
+        for (int i = 0; i < 2; ++i) { // nothing gets in behind the gap
+            ExpectError(1450, [&] { writing.Write(Bytes(message), 16); });
+        }
+        writing.Close();
+        EXPECT_EQ(target.data, "");
+    }
     TestStream source(cipher.substr(0, 79) + "!");
     const auto decryptor = aes.CreateDecryptor();
     CCryptoStream reading(source, *decryptor, Read);
@@ -250,6 +269,12 @@ TEST(CryptoStream, HasAContract) {
         ExpectInvalid(closed, [&] { stream->Flush(); }, {.line = 351});
     }
     EXPECT_EQ(base.data.size(), 16u) << "one block of padding, once";
+    CCryptoStream source(shared, transform, Write), moved(std::move(source));
+    ExpectInvalid(L"The handle is invalid", [&] { source.Write(&byte, 1); });
+    moved.Write(&byte, 1);
+    source = std::move(moved), moved = CCryptoStream(base, *encryptor, Read);
+    source.Close(), moved.Close();
+    EXPECT_EQ(shared->data.size(), 32u);
     const auto decryptor = aes.CreateDecryptor();
     CCryptoStream incomplete(base, *decryptor, Write);
     incomplete.Write(&byte, 1);
