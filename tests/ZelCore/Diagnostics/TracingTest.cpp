@@ -228,31 +228,27 @@ TEST_F(Tracing, ListenersAreMadeByType) {
     ExpectThrow<CArgumentException>([&] { make(L"e", L"EventProvider", L"no GUID"); });
     static std::wstring s_events;
     std::string missing;
+    const std::map<std::string, void*> fakes = {
+        {"EventRegister", reinterpret_cast<void*>(+[](const GUID* id, void*, void*, std::uint64_t* handle) -> ULONG {
+             *handle = 5;
+             return id->Data1 == 0xFFFFFFFF ? 1450 : 0;
+         })},
+        {"EventWriteString",
+         reinterpret_cast<void*>(+[](std::uint64_t handle, UCHAR level, std::uint64_t, const wchar_t* text) -> ULONG {
+             s_events += std::to_wstring(handle) + std::to_wstring(level) + std::wstring(text).substr(28) + L";";
+             return std::wstring(text).ends_with(L"fail") ? 1450 : 0;
+         })},
+        {"EventUnregister", reinterpret_cast<void*>(+[](std::uint64_t handle) -> ULONG {
+             s_events += L"end" + std::to_wstring(handle);
+             return 0;
+         })}};
     const ImportHook find("GetProcAddress", [&](HMODULE module, const char* name) -> void* {
         if (missing == name) {
             ::SetLastError(127);
             return nullptr;
         }
-        if (name == std::string("EventRegister")) {
-            return reinterpret_cast<void*>(+[](const GUID* id, void*, void*, std::uint64_t* handle) -> ULONG {
-                *handle = 5;
-                return id->Data1 == 0xFFFFFFFF ? 1450 : 0;
-            });
-        }
-        if (name == std::string("EventWriteString")) {
-            return reinterpret_cast<void*>(
-                +[](std::uint64_t handle, UCHAR level, std::uint64_t, const wchar_t* text) -> ULONG {
-                    s_events += std::to_wstring(handle) + std::to_wstring(level) + std::wstring(text).substr(28) + L";";
-                    return std::wstring(text).ends_with(L"fail") ? 1450 : 0;
-                });
-        }
-        if (name == std::string("EventUnregister")) {
-            return reinterpret_cast<void*>(+[](std::uint64_t handle) -> ULONG {
-                s_events += L"end" + std::to_wstring(handle);
-                return 0;
-            });
-        }
-        return reinterpret_cast<void*>(::GetProcAddress(module, name));
+        const auto fake = fakes.find(name);
+        return fake != fakes.end() ? fake->second : reinterpret_cast<void*>(::GetProcAddress(module, name));
     });
     TraceEventContext context;
     context.threadId = 0x12345;

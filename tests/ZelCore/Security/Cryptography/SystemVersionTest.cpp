@@ -2,30 +2,19 @@
 
 namespace {
 
-const wchar_t* const Child = L"SystemVersion.DISABLED_ChoosesProviderAndFunctions";
 const wchar_t* const Provider1 = L"Microsoft Enhanced Cryptographic Provider v1.0";
 const wchar_t* const Provider2 = L"Microsoft Enhanced RSA and AES Cryptographic Provider (Prototype)";
 const wchar_t* const Provider3 = L"Microsoft Enhanced RSA and AES Cryptographic Provider";
 
-/// Takes what the child expects from the environment.
-void RunFor(const std::wstring& program, const wchar_t* version, const wchar_t* provider, const wchar_t* function) {
-    ::SetEnvironmentVariableW(L"ZEL_VERSION", version);
-    ::SetEnvironmentVariableW(L"ZEL_PROVIDER", provider);
-    ::SetEnvironmentVariableW(L"ZEL_FUNCTION", function);
-    EXPECT_EQ(RunInChild(program, Child), 0u) << provider;
-}
-
 } // namespace
 
 TEST(SystemVersion, DISABLED_ChoosesProviderAndFunctions) {
-    std::optional<ImportHook> version;
-    if (const std::wstring text = CEnvironment::ExpandEnvironmentVariables(L"%ZEL_VERSION%"); text[0] != L'%') {
-        version.emplace("GetVersionExW", [text](OSVERSIONINFOW* info) -> BOOL {
-            info->dwMajorVersion = static_cast<DWORD>(text[0] - L'0');
-            info->dwMinorVersion = static_cast<DWORD>(text[2] - L'0');
-            return TRUE;
-        });
-    }
+    const std::wstring text = CEnvironment::ExpandEnvironmentVariables(L"%ZEL_VERSION%");
+    const ImportHook version("GetVersionExW", [text](OSVERSIONINFOW* info) -> BOOL {
+        info->dwMajorVersion = static_cast<DWORD>(text[0] - L'0');
+        info->dwMinorVersion = static_cast<DWORD>(text[2] - L'0');
+        return TRUE;
+    });
     std::wstring used, function;
     bool missing = true;
     const ImportHook acquire(
@@ -72,24 +61,15 @@ TEST(SystemVersion, DISABLED_ChoosesProviderAndFunctions) {
 }
 
 TEST(SystemVersion, ChoosesProviderAndFunctions) {
-    const std::wstring own = GetOwnPath();
-    RunFor(own, L"5.0", Provider1, L"SystemFunction041");
-    RunFor(own, L"5.1", Provider2, L"SystemFunction041");
-    RunFor(own, L"5.2", Provider3, L"SystemFunction041");
-    RunFor(own, L"6.0", Provider3, L"CryptUnprotectMemory");
-    RunFor(own, L"6.2", Provider3, L"CryptUnprotectMemory");
-}
-
-TEST(SystemVersion, IsAskedOfTheSystem) {
-    if (!IsWine()) {
-        GTEST_SKIP() << "only an emulation pretends to be an older system";
+    const std::wstring file = L"SystemFunction041", memory = L"CryptUnprotectMemory";
+    for (const auto& [version, provider, function] : {std::tuple(L"5.0", Provider1, file),
+                                                      {L"5.1", Provider2, file},
+                                                      {L"5.2", Provider3, file},
+                                                      {L"6.0", Provider3, memory},
+                                                      {L"6.2", Provider3, memory}}) {
+        ::SetEnvironmentVariableW(L"ZEL_VERSION", version);
+        ::SetEnvironmentVariableW(L"ZEL_PROVIDER", provider);
+        ::SetEnvironmentVariableW(L"ZEL_FUNCTION", function.c_str());
+        EXPECT_EQ(RunInChild(GetOwnPath(), L"SystemVersion.DISABLED_ChoosesProviderAndFunctions"), 0u) << version;
     }
-    const wchar_t* const key = L"Software\\Wine\\AppDefaults\\zelcore_tests_winxp.exe";
-    const std::wstring own = GetOwnPath();
-    const std::wstring copy = own.substr(0, own.rfind(L'\\') + 1) + L"zelcore_tests_winxp.exe";
-    ASSERT_TRUE(::CopyFileW(own.c_str(), copy.c_str(), FALSE));
-    ::RegSetKeyValueW(HKEY_CURRENT_USER, key, L"Version", REG_SZ, L"winxp", 12);
-    RunFor(copy, nullptr, Provider2, L"SystemFunction041");
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, key);
-    ::DeleteFileW(copy.c_str());
 }
