@@ -1,6 +1,7 @@
 #include "ZelCore/Convert.h"
 
 #include "ZelCore/Arguments.h"
+#include "ZelCore/FloatingPoint.h"
 #include "ZelCore/FormatException.h"
 #include "ZelCore/String.h"
 #include "ZelCore/TextCodec.h"
@@ -312,8 +313,7 @@ std::uint64_t CConvert::ToUInt64(const wchar_t* value) {
 }
 
 double CConvert::ToDouble(const wchar_t* value) {
-    const auto parse = [](const wchar_t* text, wchar_t** end) { return std::wcstod(text, end); };
-    return ParseNumber(value, Message::InvalidFloatingPoint, parse, ZEL_SITE(L"ZelCore::CConvert::ToDouble"));
+    return ParseNumber(value, Message::InvalidFloatingPoint, ReadDouble, ZEL_SITE(L"ZelCore::CConvert::ToDouble"));
 }
 
 } // namespace ZelCore

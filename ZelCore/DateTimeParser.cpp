@@ -87,6 +87,7 @@ private:
     bool MatchFraction(int least, int most);
     bool MatchName(LCTYPE first, int count, std::optional<int>& field);
     bool MatchHalfDay(int count);
+    bool MatchEra();
     bool MatchOffset(int count);
     bool MatchZone();
     bool Starts(const std::wstring& name) const;
@@ -192,6 +193,17 @@ bool Parser::MatchHalfDay(int count) {
     return names[0].empty() && Set(m_half, 0);
 }
 
+/// There is but one era; some systems write it twice.
+bool Parser::MatchEra() {
+    constexpr int largestEra = 64;
+    wchar_t era[largestEra] = L"";
+    ::GetCalendarInfoW(m_locale, CAL_GREGORIAN, CAL_SERASTRING, era, largestEra, nullptr);
+    while (*era != L'\0' && Starts(era)) {
+        m_at += std::wcslen(era);
+    }
+    return true;
+}
+
 bool Parser::MatchOffset(int count) {
     const bool negative = !GetRest().empty() && GetRest().front() == L'-';
     std::optional<int> hours, minutes = 0;
@@ -245,6 +257,8 @@ bool Parser::MatchRun(wchar_t letter, int count) {
         return MatchFraction(0, count);
     case L't':
         return MatchHalfDay(count);
+    case L'g':
+        return MatchEra();
     case L'z':
         return MatchOffset(count);
     default: // K
@@ -253,7 +267,7 @@ bool Parser::MatchRun(wchar_t letter, int count) {
 }
 
 bool Parser::Match(std::wstring_view pattern) {
-    constexpr std::wstring_view letters = L"dMyHhmsfFtzK";
+    constexpr std::wstring_view letters = L"dMyHhmsfFtgzK";
     bool matches = true; // goes on after a mismatch: the rest of the pattern may be none
     for (std::size_t i = 0; i < pattern.size();) {
         const wchar_t c = pattern[i];
@@ -354,7 +368,11 @@ std::optional<CDateTime> Parser::GetResult() const {
     if (GetLocalOffset(local) == *m_offset) {
         return local;
     }
-    return universal.ToLocalTime();
+    const CDateTime converted = universal.ToLocalTime();
+    if (converted < CDateTime::MinValue || converted > CDateTime::MaxValue) {
+        return {};
+    }
+    return converted;
 }
 
 std::optional<CDateTime> TryPattern(std::wstring_view text, std::wstring_view pattern, LCID locale, bool universal) {

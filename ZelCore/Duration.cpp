@@ -3,9 +3,11 @@
 #include "ZelCore/ArgumentOutOfRangeException.h"
 #include "ZelCore/Convert.h"
 #include "ZelCore/DateTime.h"
+#include "ZelCore/FloatingPoint.h"
 #include "ZelCore/TextWriter.h"
 #include "ZelCore/ThrowSite.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -52,11 +54,8 @@ int ToInt32(const std::wstring& digits) {
 double ToDouble(const std::wstring& number) {
     constexpr std::size_t exactDigits = 15;
     if (number.size() > exactDigits) {
-        const std::string narrow(number.begin(),
-                                 number.end());            // ASCII; the C runtime takes a minute for a long fraction
-        double value = std::numeric_limits<double>::max(); // what stays for numbers beyond it
-        std::from_chars(narrow.data(), narrow.data() + narrow.size(), value, std::chars_format::fixed);
-        return value;
+        wchar_t* end = nullptr;
+        return std::min(ReadDouble(number.c_str(), &end), std::numeric_limits<double>::max());
     }
     std::int64_t digits = 0, scale = 1;
     bool fraction = false;

@@ -63,8 +63,9 @@ public:
     int operator()(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list arguments) const {
         // Without a handler that runtime ends the process when a format is malformed.
         const Handler previous = m_setHandler != nullptr ? m_setHandler(&IgnoreInvalidParameter) : nullptr;
-        constexpr unsigned long long legacyWideSpecifiers = 4;
-        const int result = m_print(legacyWideSpecifiers, buffer, size, format, nullptr, arguments);
+        constexpr unsigned long long legacyWideSpecifiers = 4, threeDigitExponents = 0x10;
+        const int result =
+            m_print(legacyWideSpecifiers | threeDigitExponents, buffer, size, format, nullptr, arguments);
         if (m_setHandler != nullptr) {
             m_setHandler(previous);
         }

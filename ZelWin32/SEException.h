@@ -30,7 +30,7 @@ public:
     /// -fnon-call-exceptions; codes raised by functions that it calls need nothing.
     ///
     /// Threads: create it on the thread whose exceptions it is to translate, on the stack, and destroy it there
-    /// in reverse order of creation.
+    /// in reverse order of creation. Fibers: one on the stack of each.
     class ZELCORE_API CSETranslatorSentry {
     public:
         /// Throws a C++ exception for a structured one. If it returns, the search for a handler goes on. It runs on the

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 extern "C" {
 
@@ -117,14 +118,27 @@ void Redirect(CONTEXT& context) noexcept {
     context.EFlags &= ~directionAlignmentAndTrap;
 }
 
+/// A code raised by a call of RaiseException cannot be raised again by running the instruction once more.
+bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
+    const void* module = CPEModule::GetModuleHandleOf(record.ExceptionAddress);
+    return module != nullptr && (module == ::GetModuleHandleW(L"kernelbase") ||
+                                 module == ::GetModuleHandleW(L"kernel32") || module == ::GetModuleHandleW(L"ntdll"));
+}
+
+/// A code raised by a call comes from the same place each time, or from another of the same system's.
+bool IsSame(const EXCEPTION_RECORD& a, const EXCEPTION_RECORD& b) noexcept {
+    return a.ExceptionCode == b.ExceptionCode && a.NumberParameters == b.NumberParameters &&
+           std::equal(a.ExceptionInformation, a.ExceptionInformation + a.NumberParameters, b.ExceptionInformation) &&
+           (a.ExceptionAddress == b.ExceptionAddress || WasRaisedByCall(b));
+}
+
 LONG Dispatch(EXCEPTION_POINTERS& pointers) noexcept {
     const auto scope = static_cast<SETranslationScope*>(::TlsGetValue(g_slot));
     const DWORD code = pointers.ExceptionRecord->ExceptionCode;
     if (scope == nullptr || IsForeign(code)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    if (scope->searching && code == scope->record.ExceptionCode) {
-        scope->searching = false;
+    if (std::exchange(scope->searching, false) && IsSame(*pointers.ExceptionRecord, scope->record)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     // The RPC runtime raises its codes inside a frame that it guards itself.
@@ -168,20 +182,13 @@ struct Registration {
     }
 };
 
-/// A code raised by a call of RaiseException cannot be raised again by running the instruction once more.
-bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
-    const void* module = CPEModule::GetModuleHandleOf(record.ExceptionAddress);
-    return module != nullptr && (module == ::GetModuleHandleW(L"kernelbase") ||
-                                 module == ::GetModuleHandleW(L"kernel32") || module == ::GetModuleHandleW(L"ntdll"));
-}
-
 /// Lets the search for a handler go on as if nobody had looked.
-void Resume(SETranslationScope& scope) {
+void Resume(SETranslationScope& scope, const EXCEPTION_RECORD& record, CONTEXT& context) {
+    scope.record = record; // what comes next, unless the translator has mended the fault
     scope.searching = true;
-    CONTEXT context = scope.context;
-    if (WasRaisedByCall(scope.record)) {
-        ::RaiseException(scope.record.ExceptionCode, scope.record.ExceptionFlags & EXCEPTION_NONCONTINUABLE,
-                         scope.record.NumberParameters, scope.record.ExceptionInformation);
+    if (WasRaisedByCall(record)) {
+        ::RaiseException(record.ExceptionCode, record.ExceptionFlags & EXCEPTION_NONCONTINUABLE,
+                         record.NumberParameters, record.ExceptionInformation);
     }
     ::RtlRestoreContext(&context, nullptr);
 }
@@ -211,7 +218,10 @@ void LeaveSETranslation(SETranslationScope& scope) noexcept {
 void ZelTranslateCurrent() {
     using namespace ZelWin32;
     auto& scope = *static_cast<SETranslationScope*>(::TlsGetValue(g_slot));
-    EXCEPTION_POINTERS pointers = {&scope.record, &scope.context};
-    scope.translator(scope.record.ExceptionCode, &pointers);
-    Resume(scope);
+    // Copies: another exception inside the translator takes the place of this one in the scope.
+    EXCEPTION_RECORD record = scope.record;
+    CONTEXT context = scope.context;
+    EXCEPTION_POINTERS pointers = {&record, &context};
+    scope.translator(record.ExceptionCode, &pointers);
+    Resume(scope, record, context);
 }

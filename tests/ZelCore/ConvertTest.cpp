@@ -2,6 +2,8 @@
 
 #include "ZelCore/Convert.h"
 
+#include <clocale>
+
 namespace {
 
 using Blob = std::vector<unsigned char>;
@@ -109,4 +111,20 @@ TEST(Convert, NumbersAreTheWholeTextAndSaturate) {
     check(CConvert::ToUInt64, L"12x", integer);
     check(CConvert::ToDouble, L"x", L"'Invalid floating-point number string 'x'': parameter name: 'value'");
     ExpectArgument(L"value", [] { CConvert::ToInt32(L" "); });
+    const std::wstring zeros(400, L'0');
+    for (const std::wstring& text :
+         {std::wstring(L" 1.5"), std::wstring(L"+.5"), std::wstring(L"5."), std::wstring(L"-1E+2"),
+          std::wstring(L"0x1.8p3"), std::wstring(L"-inf"), std::wstring(L"1e999"), std::wstring(L"-1e-999"),
+          std::wstring(L"0x1p-9999"), std::wstring(L"1e99999999999999999999"), L"0." + zeros + L"1e400",
+          L"0." + zeros + L"1", L"1" + zeros, L"1" + zeros + L"e-400"}) {
+        EXPECT_EQ(CConvert::ToDouble(text.c_str()), std::wcstod(text.c_str(), nullptr)) << text;
+    }
+    for (const wchar_t* bad : {L"+-1", L"0x", L"1e", L"1,5", L"1.5\u0661", L"."}) {
+        ExpectArgument(L"value", [&] { CConvert::ToDouble(bad); });
+    }
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    std::setlocale(LC_ALL, "German_Germany.1252"); // has a decimal comma
+    EXPECT_EQ(CConvert::ToDouble(L"1.5"), 1.5);
+    std::setlocale(LC_ALL, before.c_str());
+    EXPECT_NEAR(CConvert::ToDouble((L"0." + std::wstring(1'000'000, L'3')).c_str()), 1.0 / 3, 1e-15); // at once
 }

@@ -213,7 +213,8 @@ TEST(DateTime, ReadsPatterns) {
 
 TEST(DateTime, ReadsWhatItWrites) {
     const CDateTime value = At(2024, 12, 31, 23, 59, 58, 7'654'321, Kind::Utc);
-    for (const unsigned long locale : {Invariant, English, 1031ul, 1036ul, 1049ul, 2057ul, 1041ul, 1026ul, 3084ul}) {
+    for (const unsigned long locale :
+         {Invariant, English, 1031ul, 1036ul, 1049ul, 2057ul, 1041ul, 1026ul, 3084ul, 0x41Eul}) {
         for (const wchar_t* format : {L"D", L"d", L"T", L"t", L"G", L"g", L"F", L"f", L"o", L"s", L"u", L"R"}) {
             const std::wstring text = value.ToString(format, locale);
             SCOPED_TRACE(text);
@@ -254,5 +255,10 @@ TEST(DateTime, ReadsWhatItWrites) {
     }
     EXPECT_FALSE(CDateTime::TryParse(L"2023-02-29", result) || CDateTime::TryParse(L"", result));
     EXPECT_FALSE(CDateTime::TryParse(L"0001-01-01T00:00:00+01:00", result)) << "before the first instant";
+    const ImportHook east("FileTimeToLocalFileTime", [](const FILETIME* universal, FILETIME* local) -> BOOL {
+        *local = {universal->dwLowDateTime, universal->dwHighDateTime + 9}; // an hour
+        return TRUE;
+    });
+    EXPECT_FALSE(CDateTime::TryParse(L"9999-12-31T22:30:00-01:00", result)) << "behind the last one";
     EXPECT_EQ(result, CDateTime::MinValue);
 }

@@ -90,6 +90,7 @@ TEST(Duration, MatchesLikeItsExpression) {
     EXPECT_EQ(Parse((L"P" + digits + L"D").c_str()).GetDays(), INT_MAX);
     EXPECT_FALSE(CDuration::TryParse((L"P" + digits).c_str(), kept));
     EXPECT_NEAR(Parse((L"PT0." + digits + L"S").c_str()).GetSeconds(), 0.111111111, 1e-9);
+    EXPECT_EQ(Parse((L"PT0." + std::wstring(400, L'0') + L"1S").c_str()).GetSeconds(), 0);
     EXPECT_TRUE(std::isfinite(Parse((L"PT" + digits + L"S").c_str()).GetSeconds()));
 }
 

@@ -11,6 +11,7 @@ TEST(String, FormatsLikeTheRuntime) {
     EXPECT_EQ(CString::FormatPositional(L"%2$s is %1$d", 5, L"five"), L"five is 5");
     EXPECT_EQ(CString::FormatPositional(L"%s %d", L"plain", 5), L"plain 5");
     EXPECT_EQ(CString::FormatPositional(L""), L"");
+    EXPECT_EQ(CString::FormatPositional(L"%1$e", 1.5), CString::Format(L"%e", 1.5));
 }
 
 TEST(String, RefusesBadFormats) {

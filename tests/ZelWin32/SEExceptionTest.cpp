@@ -77,6 +77,30 @@ TEST(SEException, NestedSentriesUseTheInnermostTranslator) {
     EXPECT_TRUE(number(1));
 }
 
+TEST(SEException, TranslatorsMayFailOrMendTheFault) {
+    static unsigned char* s_page = nullptr;
+    s_page = static_cast<unsigned char*>(::VirtualAlloc(nullptr, 4096, MEM_COMMIT | MEM_RESERVE, PAGE_NOACCESS));
+    const Sentry sentry([](unsigned code, EXCEPTION_POINTERS* pointers) {
+        if (code == 0xE0000099) {
+            try {
+                ::RaiseException(0xE0000001, 0, 0, nullptr);
+            } catch (const Translated&) {
+            }
+            EXPECT_EQ(pointers->ExceptionRecord->ExceptionCode, code);
+            throw Translated(code, 1);
+        }
+        DWORD before = 0;
+        if (s_page != nullptr && ::VirtualProtect(std::exchange(s_page, nullptr), 4096, PAGE_READWRITE, &before)) {
+            return; // the instruction succeeds when it is run again
+        }
+        throw Translated(code, 0);
+    });
+    const auto raise = [](unsigned code) { ::RaiseException(code, 0, 0, nullptr); };
+    EXPECT_EQ(ReadFrom(reinterpret_cast<const int*>(s_page)), 0);
+    EXPECT_THROW(ReadFrom(Nowhere), Translated) << "the next fault is another one";
+    EXPECT_THROW(raise(0xE0000099), Translated);
+}
+
 TEST(SEException, OtherThreadsAreNotConcerned) {
     const Sentry sentry(nullptr);
     static thread_local bool t_skip = false;
