@@ -9,15 +9,13 @@
 #include "ZelCore/Threading/IOCOmpletionCallback.h"
 #include "ZelCore/Threading/ThreadPool.h"
 #include "ZelWin32/LastError.h"
+#include "ZelWin32/ProcessEnd.h"
 #include "ZelWin32/UniqueHandle.h"
 #include "ZelWin32/Win32Exception.h"
 
 #include <algorithm>
 #include <new>
 #include <optional>
-
-/// Of ntdll; the compiler's headers lack it.
-extern "C" __declspec(dllimport) BOOLEAN __stdcall RtlDllShutdownInProgress();
 
 namespace ZelCore::IO {
 
@@ -413,7 +411,7 @@ void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD
 
 void CFileStream::impl::Close() noexcept {
     closing = true;
-    if (asynchronous && ::RtlDllShutdownInProgress()) { // without the threads that could report anything
+    if (asynchronous && ZelWin32::IsProcessEnding()) { // without the threads that could report anything
         if (completion) {
             completion->Retire();
         }

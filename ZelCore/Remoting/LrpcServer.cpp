@@ -7,11 +7,13 @@
 #include "ZelCore/Remoting/RpcStatus.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/CriticalSection.h"
+#include "ZelWin32/ProcessEnd.h"
 #include "ZelWin32/SEException.h"
 
 #include <exception>
 #include <map>
 #include <mutex>
+#include <new>
 
 namespace ZelCore::Remoting {
 
@@ -29,13 +31,15 @@ struct Endpoint {
     int authenticating;  ///< callbacks that are using the server
 };
 
+using Endpoints = std::map<std::wstring, Endpoint>;
+
 /// What all servers of the process share; never destroyed, since the runtime's threads outlive static objects.
 struct Process {
     /// Serialises beginning and ending to serve, waiting included.
     ZelWin32::CCriticalSection lifecycle;
     /// Guards the endpoints alone and is held for moments: callbacks need it while somebody waits for their calls.
     ZelWin32::CCriticalSection lock;
-    std::map<std::wstring, Endpoint> endpoints;
+    Endpoints endpoints;
     std::map<void*, unsigned> interfaces;
     unsigned listening = 0;
 };
@@ -76,7 +80,7 @@ std::wstring GetEndpoint(void* binding) {
     return endpoint.Get() != nullptr ? endpoint.Get() : L"";
 }
 
-std::map<std::wstring, Endpoint>::iterator FindEndpoint(const std::wstring& name) {
+Endpoints::iterator FindEndpoint(const std::wstring& name) {
     // Site: a step of the method.
     const auto found = GetProcess().endpoints.find(name);
     if (found == GetProcess().endpoints.end() || found->second.server == nullptr) {
@@ -178,6 +182,8 @@ void CLrpcServer::impl::Listen(CLrpcServer* server) {
         throw CRpcException(status, ZEL_SITE(method));
     }
     ZEL_TRACE_REMOTING(method, Verbose, L"Protocol sequence registered.");
+    Endpoints own; // nothing may fail for lack of memory once the runtime listens
+    own.try_emplace(m_endpoint, Endpoint{server, 0});
     RegisterRpcInterface();
     try {
         StartRpcListening();
@@ -190,7 +196,7 @@ void CLrpcServer::impl::Listen(CLrpcServer* server) {
     }
     {
         const Guard guard(process.lock);
-        if (!process.endpoints.try_emplace(m_endpoint, Endpoint{server, 0}).second) {
+        if (!process.endpoints.insert(own.extract(own.begin())).inserted) {
             throw CInvalidOperationException(L"Attempt to create a duplicate server", ZEL_SITE(method));
         }
     }
@@ -199,6 +205,10 @@ void CLrpcServer::impl::Listen(CLrpcServer* server) {
 }
 
 void CLrpcServer::impl::Shutdown() {
+    if (ZelWin32::IsProcessEnding()) { // the calls that are to be waited for have no threads any more
+        m_listening = false;
+        return;
+    }
     const Guard lifecycle(GetProcess().lifecycle);
     if (!m_listening) {
         return;
@@ -313,22 +323,26 @@ bool CLrpcServer::impl::ListeningStopped() {
 
 RPC_STATUS RPC_ENTRY CLrpcServer::impl::Authenticate(RPC_IF_HANDLE, void* binding) {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Authenticate";
-    // What is raised in here would pass the clean-up by: it has to become an exception.
-    const ZelWin32::CSEException::CSETranslatorSentry sentry(nullptr);
-    ATL::CAccessToken token;
-    OpenClientToken(binding, token);
-    const DWORD error = ::GetLastError();
-    if (token.GetHandle() == nullptr) {
-        ZEL_TRACE_REMOTING(method, Error, L"Failed to open RPC client token: %lu.", error);
-        return ERROR_ACCESS_DENIED;
-    }
     try {
+        // What is raised in here would pass the clean-up by: it has to become an exception.
+        const ZelWin32::CSEException::CSETranslatorSentry sentry(nullptr);
+        ATL::CAccessToken token;
+        OpenClientToken(binding, token);
+        const DWORD error = ::GetLastError();
+        if (token.GetHandle() == nullptr) {
+            ZEL_TRACE_REMOTING(method, Error, L"Failed to open RPC client token: %lu.", error);
+            return ERROR_ACCESS_DENIED;
+        }
         const PinnedServer server(binding);
         return server->AuthorizeClient(token) ? RPC_S_OK : ERROR_ACCESS_DENIED;
     } catch (const CException& e) {
+        ::RevertToSelf(); // where impersonation was cut short
         ZEL_TRACE_REMOTING(method, Error, L"Failed to authenticate RPC client: %s.", e.GetErrorMessage());
-        return ERROR_ACCESS_DENIED;
+    } catch (const std::bad_alloc&) {
+        ::RevertToSelf();
+        ZEL_TRACE_REMOTING(method, Error, L"Failed to authenticate RPC client: %s.", L"out of memory");
     }
+    return ERROR_ACCESS_DENIED;
 }
 
 CLrpcServer::CLrpcServer(const wchar_t* const endpoint, void* serverIf, const void* managerEpv)
