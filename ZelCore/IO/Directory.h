@@ -30,9 +30,9 @@ public:
     /// Deletes a directory for good: an empty one, or with `recursive` with all that it holds. A missing directory
     /// is an error only with `throwIfMissing`.
     ///
-    /// A recursive deletion that fails leaves what it has not deleted yet; its code may be one of the shell's own. Links
-    /// to other folders go, what they lead to stays.
-    /// It refuses paths with wildcards, "*" and "?", with CArgumentException for "directoryPath".
+    /// A recursive deletion that fails leaves what it has not deleted yet; its code may be one of the shell's own.
+    /// Links to other folders go, what they lead to stays. It refuses paths with wildcards, "*" and "?", with
+    /// CArgumentException for "directoryPath".
     static void Delete(const wchar_t* directoryPath, bool recursive, bool throwIfMissing);
 };
 

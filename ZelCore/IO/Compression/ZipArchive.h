@@ -44,7 +44,8 @@ public:
     ///
     /// Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for Update also when two
     /// entries share a name, or the directory is not of the size that its end record says or does not end where that
-    /// begins, since the rewrite would lose entries. (Read finds the first.) What opening the file and creating the staging folder fail with passes through.
+    /// begins, since the rewrite would lose entries. (Read finds the first.) What opening the file and creating the
+    /// staging folder fail with passes through.
     CZipArchive(const wchar_t* path, ZipArchiveMode mode);
 
     /// The source is left closed. Assignment first ends the target as its destructor does, and may throw as that
@@ -77,8 +78,8 @@ public:
     /// \param compress deflate the data, or store it as it is
     ///
     /// Throws CArgumentException for "entryName" when there is such an entry already or the name is longer than
-    /// 65,535 bytes of UTF-8 or has half of a surrogate pair, CInvalidOperationException beyond the limits of the format. After a failure the
-    /// archive is as it was.
+    /// 65,535 bytes of UTF-8 or has half of a surrogate pair, CInvalidOperationException beyond the limits of the
+    /// format. After a failure the archive is as it was.
     ///@{
     void AddEntry(const wchar_t* entryName, CStream& data, bool compress);
     void AddEntry(const wchar_t* entryName, const unsigned char* data, std::uint64_t size, bool compress);

@@ -188,7 +188,7 @@ TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
             for (std::size_t at = 0; at < message.size(); at += piece) {
                 try {
                     writing.Write(Bytes(message) + at, std::min(piece, message.size() - at));
-                } catch (const CFormatException&) {                  // has taken all of it
+                } catch (const CFormatException&) {            // has taken all of it
                     target.failOn += target.calls < 5 ? 1 : 0; // and mostly fails again
                 }
             }
