@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cwctype>
+#include <cwchar>
 #include <string>
 #include <string_view>
 
@@ -43,9 +43,7 @@ bool IsLarge(std::string_view number, bool isHexadecimal) {
 double ReadDouble(const wchar_t* text, wchar_t** end) {
     *end = const_cast<wchar_t*>(text);
     const wchar_t* begin = text;
-    while (std::iswspace(*begin) != 0) {
-        ++begin;
-    }
+    begin += std::wcsspn(begin, L" \t\n\v\f\r");
     const bool isNegative = *begin == L'-';
     begin += isNegative || *begin == L'+' ? 1 : 0;
     const bool isHexadecimal = begin[0] == L'0' && (begin[1] == L'x' || begin[1] == L'X');
@@ -53,13 +51,13 @@ double ReadDouble(const wchar_t* text, wchar_t** end) {
     for (const wchar_t* c = begin + (isHexadecimal ? 2 : 0); *c != L'\0' && *c < 0x80; ++c) {
         number += static_cast<char>(*c);
     }
-    if (number.starts_with('-')) { // a second sign
-        return 0;
-    }
+    // What from_chars takes and C does not: a second sign, and words behind "0x".
+    const bool isNumber =
+        !number.starts_with('-') && (!isHexadecimal || number.find_first_of("0123456789abcdefABCDEF.") == 0);
     double value = 0;
     const auto format = isHexadecimal ? std::chars_format::hex : std::chars_format::general;
     const auto [stop, error] = std::from_chars(number.data(), number.data() + number.size(), value, format);
-    if (error == std::errc::invalid_argument) {
+    if (!isNumber || error == std::errc::invalid_argument) {
         *end = const_cast<wchar_t*>(isHexadecimal ? begin + 1 : text); // the 0 of "0x" is a number
         return 0;
     }

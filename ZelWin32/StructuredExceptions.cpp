@@ -125,11 +125,15 @@ bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
                                  module == ::GetModuleHandleW(L"kernel32") || module == ::GetModuleHandleW(L"ntdll"));
 }
 
-/// A code raised by a call comes from the same place each time, or from another of the same system's.
-bool IsSame(const EXCEPTION_RECORD& a, const EXCEPTION_RECORD& b) noexcept {
-    return a.ExceptionCode == b.ExceptionCode && a.NumberParameters == b.NumberParameters &&
-           std::equal(a.ExceptionInformation, a.ExceptionInformation + a.NumberParameters, b.ExceptionInformation) &&
-           (a.ExceptionAddress == b.ExceptionAddress || WasRaisedByCall(b));
+/// Whether the exception is the one that was let go: raised again by the same kind of call, or by the same instruction
+/// with the same registers, which is what running it once more gives.
+bool IsResumed(const EXCEPTION_POINTERS& pointers, const SETranslationScope& scope) noexcept {
+    const EXCEPTION_RECORD &now = *pointers.ExceptionRecord, &then = scope.record;
+    const DWORD64 *const first = &pointers.ContextRecord->Rax, *const last = &pointers.ContextRecord->Rip;
+    return now.ExceptionCode == then.ExceptionCode && now.NumberParameters == then.NumberParameters &&
+           std::equal(now.ExceptionInformation, now.ExceptionInformation + now.NumberParameters,
+                      then.ExceptionInformation) &&
+           (WasRaisedByCall(then) || std::equal(first, last + 1, &scope.context.Rax));
 }
 
 LONG Dispatch(EXCEPTION_POINTERS& pointers) noexcept {
@@ -138,7 +142,7 @@ LONG Dispatch(EXCEPTION_POINTERS& pointers) noexcept {
     if (scope == nullptr || IsForeign(code)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    if (std::exchange(scope->searching, false) && IsSame(*pointers.ExceptionRecord, scope->record)) {
+    if (std::exchange(scope->searching, false) && IsResumed(pointers, *scope)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     // The RPC runtime raises its codes inside a frame that it guards itself.
@@ -185,6 +189,7 @@ struct Registration {
 /// Lets the search for a handler go on as if nobody had looked.
 void Resume(SETranslationScope& scope, const EXCEPTION_RECORD& record, CONTEXT& context) {
     scope.record = record; // what comes next, unless the translator has mended the fault
+    scope.context = context;
     scope.searching = true;
     if (WasRaisedByCall(record)) {
         ::RaiseException(record.ExceptionCode, record.ExceptionFlags & EXCEPTION_NONCONTINUABLE,

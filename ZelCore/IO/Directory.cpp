@@ -71,7 +71,7 @@ std::vector<TreeEntry> ListTree(const std::wstring& root) {
         if ((entries[i].attributes & (folder | FILE_ATTRIBUTE_REPARSE_POINT)) != folder) { // or not there at all
             continue;
         }
-        const std::wstring prefix = entries[i].path + L"\\";
+        const std::wstring prefix = CPath::AddBackslash(entries[i].path.c_str());
         WIN32_FIND_DATAW found;
         const ZelWin32::UniqueHandle<FindTraits> search(::FindFirstFileW((prefix + L"*").c_str(), &found));
         for (bool more = static_cast<bool>(search); more; more = ::FindNextFileW(search.Get(), &found) != FALSE) {
@@ -98,6 +98,32 @@ void DeleteEntries(const std::vector<TreeEntry>& entries, bool throwIfMissing) {
     }
 }
 
+/// The form in which paths may be long and mean what they say.
+std::wstring ToLongForm(const std::wstring& full) {
+    std::wstring form = full;
+    if (form.starts_with(L"\\\\.\\")) {
+        form[2] = L'?';
+    } else if (form.starts_with(L"\\\\") && !IsLong(form)) {
+        form.replace(0, 1, L"\\\\?\\UNC");
+    } else if (!IsLong(form)) {
+        form.insert(0, LongPrefix);
+    }
+    form = CString::TrimEnd(form, L"\\");
+    return form.ends_with(L':') ? form + L"\\" : form; // the root of a drive
+}
+
+bool IsThere(const TreeEntry& entry) {
+    return entry.attributes != INVALID_FILE_ATTRIBUTES;
+}
+
+/// What the shell must not see. It joins names in buffers of MAX_PATH characters, and what is too long becomes
+/// something else, the current directory for instance; it leaves out blanks and dots at the end of names; and some
+/// follow links.
+bool IsBeyondShell(const TreeEntry& entry) {
+    return entry.path.size() > LargestForShell || entry.path.ends_with(L'.') || entry.path.ends_with(L' ') ||
+           (IsThere(entry) && (entry.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0);
+}
+
 void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     // Site: does the work of the method.
     const bool isLong = IsLong(ToUncTestForm(directoryPath));
@@ -106,12 +132,11 @@ void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     }
     // Relative names depend on the current directory, which any thread may change.
     std::wstring list = CPath::GetFullPath(directoryPath);
-    // The shell joins names in buffers of MAX_PATH characters. What is too long for it becomes something else, the
-    // current directory for instance. So it never sees a long path.
-    const bool isUnc = list.starts_with(L"\\\\");
-    const std::wstring root = IsLong(list) ? list : (isUnc ? L"\\\\?\\UNC" : L"\\\\?\\") + list.substr(isUnc ? 1 : 0);
-    const std::vector<TreeEntry> entries = ListTree(CString::TrimEnd(root, L"\\"));
-    if (std::any_of(entries.begin(), entries.end(), [](const auto& e) { return e.path.size() > LargestForShell; })) {
+    const std::vector<TreeEntry> entries = ListTree(ToLongForm(list));
+    if (!IsThere(entries[0]) && IsThere({list, ::GetFileAttributesW(list.c_str())})) { // of a form that nobody knows
+        throw CWin32Exception(ERROR_BAD_PATHNAME, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
+    }
+    if (std::any_of(entries.begin(), entries.end(), IsBeyondShell)) {
         DeleteEntries(entries, throwIfMissing);
         return;
     }

@@ -612,7 +612,7 @@ void CFileStream::SetLength(std::int64_t length) {
     // Always: what was appended has moved the file pointer elsewhere.
     CheckWin32(move(length), ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));
     DWORD error = ::SetEndOfFile(stream.handle.Get()) ? ERROR_SUCCESS : ::GetLastError();
-    if (!move(stream.position)) {
+    if (!stream.asynchronous && !move(stream.position)) { // whose operations say where they begin
         error = error != ERROR_SUCCESS ? error : ::GetLastError();
         stream.position = length; // where it is
     }

@@ -119,7 +119,7 @@ TEST(Convert, NumbersAreTheWholeTextAndSaturate) {
           L"0." + zeros + L"1", L"1" + zeros, L"1" + zeros + L"e-400"}) {
         EXPECT_EQ(CConvert::ToDouble(text.c_str()), std::wcstod(text.c_str(), nullptr)) << text;
     }
-    for (const wchar_t* bad : {L"+-1", L"0x", L"1e", L"1,5", L"1.5\u0661", L"."}) {
+    for (const wchar_t* bad : {L"+-1", L"0x", L"0xinf", L"\u00A05", L"1e", L"1,5", L"1.5\u0661", L"."}) {
         ExpectArgument(L"value", [&] { CConvert::ToDouble(bad); });
     }
     const std::string before = std::setlocale(LC_ALL, nullptr);

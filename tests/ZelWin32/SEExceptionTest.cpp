@@ -24,6 +24,12 @@ int (*volatile ReadFrom)(const int*) = &ReadFromMemory;
 int (*volatile Divide)(int, int) = &DivideNumbers;
 const int* const Nowhere = reinterpret_cast<const int*>(16);
 
+/// With another stack pointer for each depth.
+int ReadDeeper(const int* address, int depth) {
+    const volatile int kept = depth;
+    return (depth == 0 ? ReadFrom(address) : ReadDeeper(address, depth - 1)) + kept - depth;
+}
+
 int g_declined = 0;
 
 using Translated = std::pair<unsigned, int>; ///< the code, and by which translator
@@ -90,13 +96,18 @@ TEST(SEException, TranslatorsMayFailOrMendTheFault) {
             throw Translated(code, 1);
         }
         DWORD before = 0;
-        if (s_page != nullptr && ::VirtualProtect(std::exchange(s_page, nullptr), 4096, PAGE_READWRITE, &before)) {
+        if (reinterpret_cast<void*>(pointers->ExceptionRecord->ExceptionInformation[1]) == s_page) {
+            ::VirtualProtect(s_page, 4096, PAGE_READWRITE, &before);
             return; // the instruction succeeds when it is run again
         }
         throw Translated(code, 0);
     });
     const auto raise = [](unsigned code) { ::RaiseException(code, 0, 0, nullptr); };
-    EXPECT_EQ(ReadFrom(reinterpret_cast<const int*>(s_page)), 0);
+    for (int i = 0; i < 3; ++i) { // again and again
+        DWORD before = 0;
+        ::VirtualProtect(s_page, 4096, PAGE_NOACCESS, &before);
+        EXPECT_EQ(ReadDeeper(reinterpret_cast<const int*>(s_page), i), 0);
+    }
     EXPECT_THROW(ReadFrom(Nowhere), Translated) << "the next fault is another one";
     EXPECT_THROW(raise(0xE0000099), Translated);
 }

@@ -679,7 +679,7 @@ std::unique_ptr<CStream> CZipArchive::impl::OpenEntry(const CEntryTable::value_t
         ThrowInvalidEntry(entry.first, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::GetEntry"));
     }
     auto window = std::make_unique<CReadOnlySubStream>(m_file, size);
-    if (local.method == Stored || local.compressedSize == 0) {
+    if (local.method == Stored || size == 0) {
         return window;
     }
     return std::make_unique<CDeflateStream>(std::shared_ptr<CStream>(std::move(window)), CompressionMode::Decompress,

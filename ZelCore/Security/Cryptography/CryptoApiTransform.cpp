@@ -178,10 +178,10 @@ std::size_t CCryptoApiTransform::Decrypt(const unsigned char* input, std::size_t
     const std::size_t kept = held != 0 ? held : InputBlockSize();
     output.resize(held + count - kept);
     std::copy_n(input, count - kept, std::copy(m_held.begin(), m_held.end(), output.begin()));
-    std::vector<unsigned char> next(input + count - kept, input + count);
+    m_next.assign(input + count - kept, input + count);
     const std::size_t length =
         output.empty() ? 0 : DecryptInPlace(output, false, ZEL_SITE(method, held != 0 ? 228 : 208));
-    m_held.swap(next); // not before: what failed may be tried again
+    m_held.swap(m_next); // not before: what failed may be tried again
     return length;
 }
 

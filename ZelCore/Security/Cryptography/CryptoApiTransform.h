@@ -58,6 +58,7 @@ private:
     std::uint64_t m_blockSize; ///< in bits, as the algorithm was told
     std::size_t m_systemBlock; ///< in bytes, as it is
     std::vector<unsigned char> m_held;
+    std::vector<unsigned char> m_next; ///< what is held once a call has succeeded
 };
 
 /// Checks the parameters on behalf of an algorithm and makes its transform.

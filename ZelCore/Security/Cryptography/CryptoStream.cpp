@@ -259,26 +259,28 @@ void CCryptoStream::impl::TransformMore(const unsigned char* blocks, std::size_t
         HoldOutput(Transform(blocks, size, m_output));
         return;
     }
-    std::vector<unsigned char> more;
-    const std::size_t produced = Transform(blocks, size, more);
-    const std::size_t added = std::min(produced, more.size());
+    struct Wiped {
+        std::vector<unsigned char> bytes;
+        ~Wiped() {
+            Wipe(bytes);
+        }
+    } more, larger;
+    const std::size_t produced = Transform(blocks, size, more.bytes);
+    const std::size_t added = std::min(produced, more.bytes.size());
     const std::size_t total = m_outputHeld + added;
     try {
         if (total > m_output.capacity()) {
-            std::vector<unsigned char> larger;
-            larger.reserve(2 * total);
-            larger.assign(m_output.begin(), m_output.begin() + static_cast<std::ptrdiff_t>(m_outputHeld));
-            ReplaceOutput(larger);
+            larger.bytes.reserve(2 * total);
+            larger.bytes.assign(m_output.begin(), m_output.begin() + static_cast<std::ptrdiff_t>(m_outputHeld));
+            m_output.swap(larger.bytes);
         }
         m_output.resize(m_outputHeld);
-        m_output.insert(m_output.end(), more.begin(), more.begin() + static_cast<std::ptrdiff_t>(added));
+        m_output.insert(m_output.end(), more.bytes.begin(), more.bytes.begin() + static_cast<std::ptrdiff_t>(added));
         m_outputHeld = total;
     } catch (const std::bad_alloc&) {
         m_transformFailure = std::current_exception(); // never to go on behind a gap
-        Wipe(more);
         throw;
     }
-    Wipe(more);
 }
 
 void CCryptoStream::impl::Write(const unsigned char* buffer, std::size_t count) {

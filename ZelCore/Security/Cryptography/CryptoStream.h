@@ -37,7 +37,7 @@ public:
     /// Borrows both, which must outlive this stream. Neither constructor ever closes or flushes the other stream.
     ///
     /// \param stream    needs CanRead to read and CanWrite to write, otherwise CArgumentException for "stream"
-    /// \param transform at the beginning of its message; blocks of more than 2 GiB throw CArgumentOutOfRangeException
+    /// \param transform at the beginning of its message; blocks of 2 GiB throw CArgumentOutOfRangeException
     /// \param mode      the direction; any other value throws CArgumentOutOfRangeException for "mode"
     CCryptoStream(IO::CStream& stream, ICryptoTransform& transform, CryptoStreamMode mode);
 
@@ -84,9 +84,9 @@ public:
     /// Transforms whole blocks and writes them on; the rest of less than a block waits for more.
     ///
     /// When the other stream throws, all bytes have been taken all the same: those that it did not take are kept and
-    /// written first by the next Write or by Close. When the transform throws, so does every further Write.
-    /// Throws CInvalidOperationException on a closed or a reading stream, CArgumentNullException for "buffer" unless
-    /// the count is 0.
+    /// written first by the next Write of anything, or by Close. When the transform throws, so does every further
+    /// Write. Throws CInvalidOperationException on a closed or a reading stream, CArgumentNullException for "buffer"
+    /// unless the count is 0.
     void Write(const unsigned char* buffer, std::size_t count) override;
 
 private:

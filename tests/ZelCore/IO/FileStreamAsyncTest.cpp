@@ -64,8 +64,10 @@ TEST_F(AsyncFileStream, WritesAndReadsAtItsOwnPosition) {
     EXPECT_EQ(ReadAt(stream, 10), "89012");
     EXPECT_EQ(stream.Seek(10, SeekOrigin::End), 23) << "beyond the end for writing";
     EXPECT_EQ(stream.Seek(-20, static_cast<SeekOrigin>(9)), 3);
-    stream.SetLength(4);
+    stream.Seek(INT64_MAX - 1, SeekOrigin::Begin);
+    stream.SetLength(4); // the position is the stream's own
     EXPECT_EQ(stream.GetLength(), 4);
+    EXPECT_EQ(stream.GetPosition(), INT64_MAX - 1);
     CFileStream readOnly = Open(GENERIC_READ);
     EXPECT_EQ(readOnly.Seek(10, SeekOrigin::End), 4) << "cut back to the length";
     EXPECT_EQ(readOnly.Seek(INT64_MAX, SeekOrigin::Current), 4);

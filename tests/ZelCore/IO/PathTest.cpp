@@ -218,6 +218,15 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     ::SetCurrentDirectoryW(before);
     EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
     EXPECT_TRUE(CFile::Exists(At(L"keep\\file").c_str()));
+    CDirectory::Create((L"\\\\?\\" + tree + L"\\a.\\b ").c_str(), nullptr); // the shell leaves out blanks and dots
+    {
+        const ImportHook odd("GetFileAttributesW", [](const wchar_t* path) -> DWORD {
+            return path[2] == L'?' ? INVALID_FILE_ATTRIBUTES : ::GetFileAttributesW(path);
+        });
+        ExpectError(ERROR_BAD_PATHNAME, [&] { CDirectory::Delete(tree.c_str(), true, true); });
+    }
+    CDirectory::Delete(tree.c_str(), true, false);
+    EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
     const ImportHook hook("SHFileOperationW", [](SHFILEOPSTRUCTW* operation) -> int {
         operation->fAnyOperationsAborted = TRUE;
         return operation->pFrom[std::wcslen(operation->pFrom) + 1] == L'\0' && operation->fFlags == 0x614 ? 0 : 99;
