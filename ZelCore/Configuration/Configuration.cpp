@@ -113,6 +113,7 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     const wchar_t* const method = L"ZelCore::Configuration::ReadDocument";
     RefuseDocumentType(ZelXml::MayHaveDocumentType(bytes.data(), bytes.size()), ZEL_SITE(method));
     ZelXml::DocumentPointer document = ZelXml::CreateDocument(bytes.data(), bytes.size());
+    // Unreached: takes an encoding in which a document type looks different, and no known parser has one.
     RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), ZEL_SITE(method));
     return document;
 }
@@ -245,6 +246,7 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     if (error.code != 0 || loaded == VARIANT_FALSE) {
         ThrowConfiguration(error.reason, ZEL_SITE(method));
     }
+    // Unreached: as for files.
     RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), ZEL_SITE(method));
     return {document.Get(), std::wstring()};
 }

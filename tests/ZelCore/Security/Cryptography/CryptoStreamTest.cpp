@@ -29,7 +29,7 @@ struct Doubler final : ICryptoTransform {
         return m_many;
     }
     std::size_t InputBlockSize() const override {
-        return 3;
+        return m_block;
     }
     std::size_t OutputBlockSize() const override {
         return m_many ? 0 : 6;
@@ -55,6 +55,7 @@ struct Doubler final : ICryptoTransform {
         }
     }
     bool m_many;
+    std::size_t m_block = 3;
     int m_calls = 0;
     std::vector<unsigned char> m_waiting;
 };
@@ -103,8 +104,11 @@ TEST(CryptoStream, TakesTransformsOfOtherShapes) {
             }
         }
     }
-    CHashAlgorithm hash(CALG_SHA_256);
     TestStream target;
+    Doubler huge(false);
+    huge.m_block = SIZE_MAX;
+    ExpectRange(L"transform", [&] { CCryptoStream(target, huge, Write); });
+    CHashAlgorithm hash(CALG_SHA_256);
     CCryptoStream stream(target, hash, Write);
     stream.Write(Bytes("abc"), 3);
     stream.Close();
