@@ -1,6 +1,5 @@
+#include "PublicHeaders.h"
 #include "Support/ImportHook.h"
-
-#include "ZelCore/Exception.h"
 
 #include <gtest/gtest.h>
 
@@ -8,23 +7,10 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <optional>
 #include <typeinfo>
 
 namespace {
-
-/// What no test has caught, with its text: the exceptions of the library are not those of the standard.
-void Describe() {
-    try {
-        std::rethrow_exception(std::current_exception());
-    } catch (const ZelCore::CException& e) {
-        std::fwprintf(stderr, L"uncaught: %ls\n", e.GetExceptionMessage());
-    } catch (...) {
-        std::fprintf(stderr, "uncaught exception\n");
-    }
-    std::_Exit(4);
-}
 
 const char* g_sites = nullptr;
 
@@ -44,7 +30,6 @@ const char* g_sites = nullptr;
 } // namespace
 
 int main(int argc, char** argv) {
-    std::set_terminate(&Describe);
     ::testing::InitGoogleTest(&argc, argv);
     std::optional<ZelTest::ImportHook> sites;
     if ((g_sites = std::getenv("ZEL_THROW_SITES")) != nullptr) {

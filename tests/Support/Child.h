@@ -1,9 +1,10 @@
 #pragma once
 
-#include "ZelCore/AsyncCallback.h"
+#include "PublicHeaders.h" // the build makes it
 
 #include <gtest/gtest.h>
 
+#include <process.h>
 #include <windows.h>
 
 #include <atomic>
@@ -15,24 +16,18 @@
 
 namespace ZelTest {
 
+inline std::wstring GetOwnPath() {
+    std::wstring path(1000, L'\0');
+    path.resize(::GetModuleFileNameW(nullptr, path.data(), 1000));
+    return path;
+}
+
 /// Runs one disabled test of this program in a process of its own, with what is set up once per process still to be
 /// set up. Returns its exit status, 0 when it passed.
-inline DWORD RunInChild(const std::wstring& program, const std::wstring& test) {
-    std::wstring command =
-        L"\"" + program + L"\" --gtest_also_run_disabled_tests --gtest_brief=1 --gtest_filter=" + test;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION child{};
-    DWORD status = ~DWORD{0};
-    if (!::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &child)) {
-        ADD_FAILURE() << "cannot start the child: " << ::GetLastError();
-        return status;
-    }
-    ::WaitForSingleObject(child.hProcess, INFINITE);
-    ::GetExitCodeProcess(child.hProcess, &status);
-    ::CloseHandle(child.hThread);
-    ::CloseHandle(child.hProcess);
-    return status;
+inline std::intptr_t RunInChild(const std::wstring& test) {
+    const std::wstring filter = L"--gtest_filter=" + test;
+    return ::_wspawnl(_P_WAIT, GetOwnPath().c_str(), L"tests", L"--gtest_also_run_disabled_tests", L"--gtest_brief=1",
+                      filter.c_str(), nullptr);
 }
 
 /// Counts its calls, and does what it is told to.
@@ -59,12 +54,6 @@ template <class Action> void RunInThreads(int count, const Action& action) {
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([&action, i] { action(i); });
     }
-}
-
-inline std::wstring GetOwnPath() {
-    std::wstring path(1000, L'\0');
-    path.resize(::GetModuleFileNameW(nullptr, path.data(), 1000));
-    return path;
 }
 
 /// Whether the system is an emulation of Windows.

@@ -2,15 +2,6 @@
 
 #include "Support/Test.h"
 
-#include "ZelCore/Convert.h"
-#include "ZelCore/Security/Cryptography/Aes.h"
-#include "ZelCore/Security/Cryptography/CryptoStream.h"
-#include "ZelCore/Security/Cryptography/Des.h"
-#include "ZelCore/Security/Cryptography/HashAlgorithm.h"
-#include "ZelCore/Security/Cryptography/ProtectedMemory.h"
-#include "ZelCore/Security/Cryptography/RandomNumberGenerator.h"
-#include "ZelCore/Security/Cryptography/TripleDes.h"
-
 #include <wincrypt.h>
 
 using namespace ZelCore::Security::Cryptography;

@@ -1,11 +1,7 @@
 #pragma once
 
+#include "PublicHeaders.h"
 #include "Support/ImportHook.h"
-
-#include "ZelCore/ArgumentNullException.h"
-#include "ZelCore/ArgumentOutOfRangeException.h"
-#include "ZelCore/InvalidOperationException.h"
-#include "ZelWin32/Win32Exception.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "ZelCore/FormatException.h"
-#include "ZelCore/IO/Stream.h"
+#include "PublicHeaders.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Convert.h"
-
 #include <clocale>
 
 namespace {
@@ -81,13 +79,11 @@ TEST(Convert, HexadecimalBothWays) {
     }
     ExpectNull(L"value", [] { CConvert::FromHexString(nullptr); });
     ExpectNull(L"value", [] { CConvert::ToHexString(nullptr, 0); });
-}
-
-TEST(Convert, FindsTheEndOfATextAtEveryAlignment) {
+    // The end of a text is found at every alignment.
     for (std::size_t offset = 0; offset < 16; ++offset) {
         for (std::size_t length = 0; length < 40; length += 2) {
-            const std::wstring text = std::wstring(offset, L'!') + std::wstring(length, L'A');
-            ASSERT_EQ(CConvert::FromHexString(text.c_str() + offset).size(), length / 2);
+            const std::wstring shifted = std::wstring(offset, L'!') + std::wstring(length, L'A');
+            ASSERT_EQ(CConvert::FromHexString(shifted.c_str() + offset).size(), length / 2);
         }
     }
 }

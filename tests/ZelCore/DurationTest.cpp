@@ -1,7 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Duration.h"
-
 #include <cmath>
 #include <limits>
 #include <regex>

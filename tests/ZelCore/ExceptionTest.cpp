@@ -1,9 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/TimeoutException.h"
-#include "ZelNet/Sockets/SocketException.h"
-#include "ZelWin32/WNetException.h"
-
 #include <comdef.h>
 
 namespace {

@@ -1,9 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/ResourceManager.h"
-#include "ZelCore/Version.h"
-#include "ZelWin32/PEModule.h"
-
 TEST(Guid, TextAndBytes) {
     const wchar_t* const text = L"00112233-4455-6677-8899-aabbccddeeff";
     const CGuid guid = CGuid::Parse(text);

@@ -1,19 +1,6 @@
 // Every place that refuses something says so under its own name. What other tests refuse anyway is not repeated here.
 #include "Support/Crypto.h"
 
-#include "ZelCore/Configuration/Configuration.h"
-#include "ZelCore/Diagnostics/Configuration/ZelDiagnosticsSection.h"
-#include "ZelCore/Diagnostics/ConsoleTraceListener.h"
-#include "ZelCore/Diagnostics/EventProviderTraceListener.h"
-#include "ZelCore/Diagnostics/LogWriterTraceListener.h"
-#include "ZelCore/Diagnostics/SourceSwitchManager.h"
-#include "ZelCore/Duration.h"
-#include "ZelCore/Remoting/AccessToken.h"
-#include "ZelCore/ResourceManager.h"
-#include "ZelCore/Security/Cryptography/PrivateKeyInfo.h"
-#include "ZelWin32/OperatingSystem.h"
-#include "ZelWin32/PEModule.h"
-
 namespace {
 
 /// What is refused says so under this name, and names the parameter where an argument is at fault.
@@ -71,23 +58,6 @@ TEST(Refusals, OfArgumentsNameMethodAndParameter) {
     ExpectRefused(L"CSymmetricAlgorithm::SetKey", L"key",
                   [&] { static_cast<CSymmetricAlgorithm&>(aes).CSymmetricAlgorithm::SetKey({}); });
     ExpectRefused(L"CPEModule::Load", L"", [] { CPEModule::Load(L"no such module"); });
-}
-
-TEST_F(FolderTest, AnArchiveThatWasMovedFromRefusesEverything) {
-    CZipArchive archive(At(L"a.zip").c_str(), ZipArchiveMode::Create);
-    TestStream stream;
-    const unsigned char byte = 0;
-    archive.AddEntry(L"e", &byte, 1, false);
-    ExpectRefused(L"CZipArchive::UpdateEntry", L"data", [&] { archive.UpdateEntry(L"e", nullptr, 1); });
-    const CZipArchive other(std::move(archive));
-    ExpectRefused(L"ZelCore::IO::Compression::CZipArchive::GetEntry", L"", [&] { archive.GetEntry(L"e"); });
-    ExpectRefused(L"ZelCore::IO::Compression::CZipArchive::AddEntry", L"",
-                  [&] { archive.AddEntry(L"f", stream, true); });
-    ExpectRefused(L"ZelCore::IO::Compression::CZipArchive::AddEntry", L"",
-                  [&] { archive.AddEntry(L"f", &byte, 1, true); });
-    ExpectRefused(L"CZipArchive::UpdateEntry", L"", [&] { archive.UpdateEntry(L"e", stream); });
-    ExpectRefused(L"CZipArchive::UpdateEntry", L"", [&] { archive.UpdateEntry(L"e", &byte, 1); });
-    ExpectRefused(L"CZipArchive::DeleteEntry", L"", [&] { archive.DeleteEntry(L"e"); });
 }
 
 TEST(Refusals, OfTheSystemSurfaceWhereTheyHappen) {

@@ -1,7 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/String.h"
-
 TEST(String, FormatsLikeTheRuntime) {
     EXPECT_EQ(CString::Format(L"%s|%S|%d|%lu|%04hu|%+03d|%I64u|%c", L"wide", "narrow", -1, 4000000000ul, 7, 5,
                               0xFFFFFFFFFFFFFFFFull, L'x'),
@@ -17,11 +15,10 @@ TEST(String, FormatsLikeTheRuntime) {
 TEST(String, RefusesBadFormats) {
     const Failure bad{.param = L"format", .message = L"'': parameter name: 'format'"};
     ExpectArgument(bad, [] { CString::Format(L"%y"); }); // counted, but not printed
-    const wchar_t* const param = L"format";
-    ExpectNull(param, [] { CString::Format(nullptr); }, {.method = L"CString::Format"});
-    ExpectNull(param, [] { CString::FormatV(nullptr, {}); }, {.method = L"CString::FormatV"});
-    ExpectNull(param, [] { CString::FormatPositional(nullptr); }, {.method = L"CString::FormatPositional"});
-    ExpectNull(param, [] { CString::FormatPositionalV(nullptr, {}); }, {.method = L"CString::FormatPositionalV"});
+    ExpectNull(L"format", [] { CString::Format(nullptr); }, {.method = L"CString::Format"});
+    ExpectNull(L"format", [] { CString::FormatV(nullptr, {}); }, {.method = L"CString::FormatV"});
+    ExpectNull(L"format", [] { CString::FormatPositional(nullptr); }, {.method = L"CString::FormatPositional"});
+    ExpectNull(L"format", [] { CString::FormatPositionalV(nullptr, {}); }, {.method = L"CString::FormatPositionalV"});
     const ImportHook hook("_vscwprintf", [](const wchar_t*, char*) { return -1; });
     ExpectArgument(L"format", [] { CString::Format(L"x"); });
 }

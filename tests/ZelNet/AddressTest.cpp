@@ -1,9 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelNet/Dns.h"
-#include "ZelNet/Sockets/SocketException.h"
-#include "ZelNet/WsaStartupGuard.h"
-
 #include <numeric>
 #include <winsock2.h>
 #include <ws2tcpip.h>

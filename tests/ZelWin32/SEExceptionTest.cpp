@@ -112,7 +112,7 @@ TEST(SEException, TranslatorsMayFailOrMendTheFault) {
     EXPECT_THROW(raise(0xE0000099), Translated);
 }
 
-TEST(SEException, OtherThreadsAreNotConcerned) {
+TEST(SEException, LeavesAloneOtherThreadsAndWhatOthersHandle) {
     const Sentry sentry(nullptr);
     static thread_local bool t_skip = false;
     void* handler = ::AddVectoredExceptionHandler(0, [](EXCEPTION_POINTERS* pointers) -> LONG {
@@ -125,10 +125,6 @@ TEST(SEException, OtherThreadsAreNotConcerned) {
     }).join();
     ::RemoveVectoredExceptionHandler(handler);
     EXPECT_EQ(g_seen.ExceptionCode, 0xE0007777u);
-}
-
-TEST(SEException, LeavesAloneWhatOthersHandle) {
-    const Sentry sentry(nullptr);
     EXPECT_TRUE(::IsBadReadPtr(Nowhere, 4)) << "the system guards its own access";
     EXPECT_EQ(::lstrlenW(reinterpret_cast<const wchar_t*>(16)), 0);
     ::OutputDebugStringW(L"not a failure");

@@ -1,13 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/Diagnostics/ConsoleTraceListener.h"
-#include "ZelCore/Diagnostics/EventProviderTraceListener.h"
-#include "ZelCore/Diagnostics/LogWriterTraceListener.h"
-#include "ZelCore/Diagnostics/SourceSwitchManager.h"
-#include "ZelCore/Diagnostics/TraceFormatter.h"
-#include "ZelCore/Diagnostics/TraceListenerManager.h"
-#include "ZelCore/Diagnostics/TraceSourceManager.h"
-
 #include <set>
 #include <sstream>
 
@@ -164,17 +156,17 @@ TEST_F(Tracing, DISABLED_WritesAndDies) {
 
 TEST_F(Tracing, InProcessesOfTheirOwn) {
     for (const wchar_t* test : {L"DISABLED_FollowsTheConfiguration", L"DISABLED_ABrokenConfigurationIsReadAgain"}) {
-        EXPECT_EQ(RunInChild(GetOwnPath(), L"Tracing." + std::wstring(test)), 0u);
+        EXPECT_EQ(RunInChild(L"Tracing." + std::wstring(test)), 0);
     }
     // Two processes that roll one log, and end in the midst of it: every line is there, once.
     std::filesystem::create_directories(At(L"shared"));
     ::SetEnvironmentVariableW(L"ZEL_FILE", At(L"shared\\log.txt").c_str());
     ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"first");
     {
-        const std::jthread first([] { RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies"); });
+        const std::jthread first([] { RunInChild(L"Tracing.DISABLED_WritesAndDies"); });
         ::Sleep(100);
         ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"second");
-        RunInChild(GetOwnPath(), L"Tracing.DISABLED_WritesAndDies");
+        RunInChild(L"Tracing.DISABLED_WritesAndDies");
     }
     EmptyTemporaryFolder(); // what the processes left that were ended
     const auto counts = CountMessages(L"shared");

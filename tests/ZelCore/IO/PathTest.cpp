@@ -1,9 +1,5 @@
 #include "Support/Test.h"
 
-#include "ZelCore/IO/Directory.h"
-#include "ZelCore/IO/File.h"
-#include "ZelCore/IO/Path.h"
-
 namespace {
 
 class Paths : public FolderTest {};

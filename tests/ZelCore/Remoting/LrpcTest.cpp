@@ -259,8 +259,8 @@ TEST(Lrpc, DISABLED_EndsWithTheProcess) {
 }
 
 TEST(Lrpc, InProcessesOfTheirOwn) {
-    EXPECT_EQ(RunInChild(GetOwnPath(), L"Lrpc.DISABLED_ADuplicateIsRefusedAndStaysCounted"), 0u);
-    EXPECT_EQ(RunInChild(GetOwnPath(), L"Lrpc.DISABLED_EndsWithTheProcess"), 0u);
+    EXPECT_EQ(RunInChild(L"Lrpc.DISABLED_ADuplicateIsRefusedAndStaysCounted"), 0);
+    EXPECT_EQ(RunInChild(L"Lrpc.DISABLED_EndsWithTheProcess"), 0);
 }
 
 TEST(Lrpc, EightThreadsCallWhileAServerComesAndGoes) {

@@ -174,7 +174,7 @@ TEST_F(ZipArchive, WritesTheRecordsByteForByte) {
     }
 }
 
-TEST_F(ZipArchive, AnEmptyArchiveIsOneEndRecord) {
+TEST_F(ZipArchive, SavesAgainWhereTheModeSaysSo) {
     CZipArchive(Path().c_str(), Create);
     EXPECT_EQ(Get(L"test.zip"), std::string("PK\5\6", 4) + std::string(18, '\0'));
     EXPECT_TRUE(CZipArchive::IsArchive(Path().c_str()));
@@ -183,9 +183,6 @@ TEST_F(ZipArchive, AnEmptyArchiveIsOneEndRecord) {
         EXPECT_FALSE(CZipArchive::IsArchive(At(other).c_str())) << other;
     }
     ExpectNull(L"filePath", [] { CZipArchive::IsArchive(nullptr); });
-}
-
-TEST_F(ZipArchive, SavesAgainWhereTheModeSaysSo) {
     {
         CZipArchive archive(Path().c_str(), Create);
         archive.AddEntry(L"a", Bytes("hello"), 5, false);
@@ -321,6 +318,11 @@ TEST_F(ZipArchive, ChecksNamesInOrder) {
             ExpectInvalid(L"Cannot modify read-only archive", [&] { call(reading, L"a"); });
         }
     }
+    CZipArchive gone(At(L"gone.zip").c_str(), Create);
+    const CZipArchive target(std::move(gone));
+    for (const Call& call : calls) {
+        ExpectInvalid(L"The handle is invalid", [&] { call(gone, L"a"); });
+    }
     ExpectInvalid(L"Cannot modify read-only archive", [&] { reading.Flush(); });
     const wchar_t* messages[] = {L"Entry 'b' already exists", L"Cannot update non-existent entry 'c'",
                                  L"Cannot delete non-existent entry 'c'"};
@@ -328,6 +330,7 @@ TEST_F(ZipArchive, ChecksNamesInOrder) {
         ExpectArgument(L"entryName", [&] { calls[i](archive, i < 2 ? L"b" : L"c"); }, {.contains = messages[i / 2]});
     }
     ExpectNull(L"data", [&] { archive.AddEntry(L"n", nullptr, 1, true); });
+    ExpectNull(L"data", [&] { archive.UpdateEntry(L"B", nullptr, 1); });
     archive.AddEntry(L"n", nullptr, 0, true);
     for (const std::wstring& bad :
          {std::wstring(65'536, L'a'), std::wstring(30'000, L'\u6570'), std::wstring(L"\xD800")}) {

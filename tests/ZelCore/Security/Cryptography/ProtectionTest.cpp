@@ -1,7 +1,5 @@
 #include "Support/Crypto.h"
 
-#include "ZelCore/Security/Cryptography/ProtectedData.h"
-
 #include <malloc.h>
 
 namespace {

@@ -1,7 +1,5 @@
 #include "Support/Crypto.h"
 
-#include "ZelCore/Security/Cryptography/AssymetricCipherSupport.h"
-
 namespace {
 
 using enum SignatureHashAlgorithm;
