@@ -45,7 +45,8 @@ wine_server() {
     local process
     for process in /proc/[0-9]*; do
         case $(readlink "$process/exe" 2>/dev/null) in
-        */wineserver*) tr '\0' '\n' <"$process/environ" 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" &&
+        # Not through a pipe: one that breaks early counts as a failure.
+        */wineserver*) grep -qxzF "WINEPREFIX=$WINEPREFIX" "$process/environ" 2>/dev/null &&
             { printf '%s\n' "${process#/proc/}"; return; } ;;
         esac
     done
@@ -61,7 +62,13 @@ start_wine() {
         [ -n "$(wine_server)" ] || break
         sleep 1
     done
-    [ -z "$(wine_server)" ] || return 0 # somebody else's, and theirs to end
+    local server
+    server=$(wine_server)
+    if [ -n "$server" ] && [ ! -e "$WINEPREFIX/system.reg" ]; then # of a folder that was deleted
+        kill -KILL "$server"
+        server=
+    fi
+    [ -z "$server" ] || return 0 # somebody else's, and theirs to end
     mkdir -p "$WINEPREFIX"
     /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 || die "the Wine server does not start"
     own_wine_server=yes
