@@ -268,6 +268,7 @@ void CConfigurationElement::Deserialize(IXMLDOMElement* xmlIn) {
     // Some systems' getAttributeNode stops at the first attribute of the name, of whatever namespace.
     ComPointer<IXMLDOMNamedNodeMap> attributes;
     CheckCom(xmlIn->get_attributes(attributes.Receive()), ZEL_SITE(method));
+    // Unreached: an element always has a list, be it empty.
     CheckCom(attributes ? S_OK : E_FAIL, ZEL_SITE(method));
     for (CConfigurationPropertyBase* property : properties) {
         const ComText name(property->GetName(), ZEL_SITE(method));

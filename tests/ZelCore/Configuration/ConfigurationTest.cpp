@@ -280,7 +280,8 @@ static std::vector<void**> GetParserMethods() {
     CLSID id;
     IXMLDOMDocument* document = nullptr;
     IXMLDOMElement* element = nullptr;
-    IXMLDOMAttribute* attribute = nullptr;
+    IXMLDOMNamedNodeMap* attributes = nullptr;
+    IXMLDOMNode* attribute = nullptr;
     IXMLDOMParseError* error = nullptr;
     VARIANT_BOOL loaded = VARIANT_FALSE;
     const BSTR xml = ::SysAllocString(L"<r a='v'/>"), name = ::SysAllocString(L"a");
@@ -289,7 +290,8 @@ static std::vector<void**> GetParserMethods() {
     document->loadXML(xml, &loaded);
     document->get_documentElement(&element);
     document->get_parseError(&error);
-    element->getAttributeNode(name, &attribute);
+    element->get_attributes(&attributes);
+    attributes->getNamedItem(name, &attribute);
     ::SysFreeString(xml), ::SysFreeString(name);
     std::vector<void**> methods;
     const auto add = [&](IUnknown* object, std::size_t count) {
@@ -297,7 +299,7 @@ static std::vector<void**> GetParserMethods() {
         methods.insert(methods.end(), more.begin(), more.end());
         object->Release();
     };
-    add(error, 14), add(attribute, 46), add(element, 51), add(document, 82);
+    add(error, 14), add(attributes, 17), add(attribute, 46), add(element, 51), add(document, 82);
     return methods;
 }
 
