@@ -182,6 +182,7 @@ TEST(CryptoStream, DamagedCipherTextIsReportedOrHarmless) {
 
 TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
     CAes aes;
+    aes.SetKey(SecureBytes(32, 1)), aes.SetIV(SecureBytes(16, 2)); // see DamagedCipherText
     const std::string message = MakeText(70);
     const std::string cipher = Transform(*aes.CreateEncryptor(), message);
     const auto encryptor = aes.CreateEncryptor();
@@ -253,8 +254,7 @@ TEST(CryptoStream, HasAContract) {
         EXPECT_EQ(shared->data.size(), 0u);
     } // the destructor writes the last block, also after a refused argument
     EXPECT_EQ(shared->data.size(), 16u);
-    EXPECT_EQ(shared->flushes, 0);
-    EXPECT_FALSE(shared->closed);
+    EXPECT_FALSE(shared->closed || shared->flushes != 0);
     base.capabilities = StreamCapabilities::CanRead | StreamCapabilities::CanWrite;
     CCryptoStream writing(base, *encryptor, Write), reading(base, *encryptor, Read);
     unsigned char byte = 0;
