@@ -38,6 +38,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/ZelCoreConfigVers
 install(FILES ${PROJECT_BINARY_DIR}/package/ZelCoreConfig.cmake ${PROJECT_BINARY_DIR}/package/ZelCoreConfigVersion.cmake
   cmake/Idl.cmake cmake/RpcMemory.c cmake/MinGW-GCC.cmake cmake/MinGW-Clang.cmake cmake/MinGW-Cross.cmake
   DESTINATION ${package_folder} COMPONENT package)
+install(PROGRAMS cmake/wine DESTINATION ${package_folder} COMPONENT package)
 configure_file(cmake/package/zelcore.pc.in ${PROJECT_BINARY_DIR}/package/zelcore.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/zelcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT package)
 

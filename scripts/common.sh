@@ -4,6 +4,8 @@
 say() { printf '== %s\n' "$*"; }
 die() { printf 'failed: %s\n' "$*" >&2; exit 1; }
 
+wine=$PWD/cmake/wine
+
 is_windows() { [ -n "${MSYSTEM:-}" ]; }
 
 # install_packages NAME...: what is not there yet, by name.
@@ -73,10 +75,10 @@ start_wine() {
     /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 || die "the Wine server does not start"
     own_wine_server=yes
     trap stop_wine EXIT
-    wine wineboot -i </dev/null >/dev/null 2>&1 || die "Wine does not start"
+    "$wine" wineboot -i </dev/null >/dev/null 2>&1 || die "Wine does not start"
     # The first ordinary program starts the desktop's processes, which keep its pipes. So it has none.
-    wine wineboot </dev/null >/dev/null 2>&1 || die "Wine does not boot"
-    wine cmd /c exit </dev/null >/dev/null 2>&1 || die "Wine does not run programs"
+    "$wine" wineboot </dev/null >/dev/null 2>&1 || die "Wine does not boot"
+    "$wine" cmd /c exit </dev/null >/dev/null 2>&1 || die "Wine does not run programs"
 }
 
 # Ends our server and with it what runs in its prefix; others stay.
@@ -89,7 +91,7 @@ stop_wine() {
 
 # run_program FILE ARGUMENT...: runs one of our programs, under Wine where that is needed.
 run_program() {
-    if is_windows; then "$@"; else /usr/lib/wine/wine64 "$@"; fi
+    if is_windows; then "$@"; else "$wine" "$@"; fi
 }
 
 # build PRESET: configures once, then builds what has changed.

@@ -4,8 +4,6 @@
 
 #include <wincrypt.h>
 
-using namespace ZelCore::Security::Cryptography;
-
 namespace ZelTest {
 
 inline SecureBytes Hex(const wchar_t* digits) {

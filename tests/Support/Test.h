@@ -12,11 +12,4 @@
 #include <map>
 #include <memory>
 
-using namespace ZelCore;
-using namespace ZelCore::Configuration;
-using namespace ZelCore::Diagnostics;
-using namespace ZelCore::IO;
-using namespace ZelCore::IO::Compression;
-using namespace ZelCore::Remoting;
 using namespace ZelTest;
-using namespace ZelWin32;

@@ -22,6 +22,8 @@ import textwrap
 BLOCK = re.compile(r"(?:^<!-- ([^\n]*) -->\n)?^```(\w+)\n(.*?)^```$", re.M | re.S)
 HEADER_BLOCK = re.compile(r"^ *///\n((?:^ *///     [^\n]*\n(?:^ *///\n(?=^ */// {5}))*)+)", re.M)
 PROGRAM = re.compile(r"^int main\(", re.M)
+NAMESPACES = ("ZelCore", "ZelCore::Configuration", "ZelCore::Diagnostics", "ZelCore::IO", "ZelCore::IO::Compression",
+              "ZelCore::Remoting", "ZelCore::Security::Cryptography", "ZelWin32")
 PAGE = """// Made from {page} by tests/docs/examples.py.
 #include "PublicHeaders.h"
 #include "Counter.h"
@@ -33,15 +35,6 @@ PAGE = """// Made from {page} by tests/docs/examples.py.
 #include <filesystem>
 #include <fstream>
 #include <memory>
-
-using namespace ZelCore;
-using namespace ZelCore::Configuration;
-using namespace ZelCore::Diagnostics;
-using namespace ZelCore::IO;
-using namespace ZelCore::IO::Compression;
-using namespace ZelCore::Remoting;
-using namespace ZelCore::Security::Cryptography;
-using namespace ZelWin32;
 
 {functions}
 int main() {{
@@ -125,7 +118,10 @@ def programs(sources):
 def extract(sources, out):
     out.mkdir(parents=True, exist_ok=True)
     wanted = {out / f"{program[0]}.cpp": program[1] for _, program in programs(sources)}
-    wanted[out / "PublicHeaders.h"] = "".join(f'#include "{name}"\n' for name, _ in public_headers(sources))
+    # For the tests too: everything that a program may see, by its last name.
+    wanted[out / "PublicHeaders.h"] = "\n".join(
+        ["#pragma once", *(f'#include "{name}"' for name, _ in public_headers(sources)),
+         *(f"using namespace {name};" for name in NAMESPACES), ""])
     for path, text in wanted.items():  # what has not changed is not built again
         if not path.exists() or path.read_text(encoding="utf-8") != text:
             path.write_text(text, encoding="utf-8")
