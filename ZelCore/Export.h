@@ -3,10 +3,11 @@
 /// \file
 /// The mark of what the library gives away.
 
-/// Marks what the DLL exports; programs that use the library see it as an import.
 #ifndef _WIN64
 #error "ZelCore is for 64-bit Windows: compile with x86_64-w64-mingw32-g++-posix, or clang for that target"
 #endif
+
+/// Marks what the DLL exports; programs that use the library see it as an import.
 #ifdef ZELCORE_BUILDING
 #define ZELCORE_API __declspec(dllexport)
 #else

@@ -193,9 +193,8 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     // itself.
     CDirectory::Create(At(L"keep").c_str(), nullptr);
     Put(L"keep\\file", "x");
-    wchar_t before[MAX_PATH];
-    ::GetCurrentDirectoryW(MAX_PATH, before);
-    ::SetCurrentDirectoryW(At(L"keep").c_str());
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(At(L"keep"));
     std::wstring deep = tree;
     for (int i = 0; i < 30; ++i) {
         deep += L"\\abcdefghi0";
@@ -204,14 +203,11 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     for (const std::wstring& file : {deep + L"\\file", tree + L"\\file"}) {
         CFileStream(L"\\\\?\\" + file, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_READONLY);
     }
-    {
-        const FailingCalls calls(SystemCall("RemoveDirectoryW", 0, 5));
-        ExpectError(5, [&] { CDirectory::Delete(tree.c_str(), true, true); });
-    }
+    ExpectFailing({"RemoveDirectoryW", 0, 5}, [&] { CDirectory::Delete(tree.c_str(), true, true); });
     CDirectory::Delete(tree.c_str(), true, true);
     CDirectory::Delete(deep.c_str(), true, false);
     ExpectThrow<CWin32Exception>([&] { CDirectory::Delete(deep.c_str(), true, true); });
-    ::SetCurrentDirectoryW(before);
+    std::filesystem::current_path(before);
     EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
     EXPECT_TRUE(CFile::Exists(At(L"keep\\file").c_str()));
     CDirectory::Create((L"\\\\?\\" + tree + L"\\a.\\b ").c_str(), nullptr); // the shell leaves out blanks and dots
@@ -228,4 +224,16 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
         return operation->pFrom[std::wcslen(operation->pFrom) + 1] == L'\0' && operation->fFlags == 0x614 ? 0 : 99;
     });
     ExpectError(ERROR_CANCELLED, [&] { CDirectory::Delete(tree.c_str(), true, false); });
+    // Also a whole drive is searched for links ("@" here); those are deleted without the shell, and nothing below them.
+    std::wstring seen;
+    const ImportHook attributes("GetFileAttributesW",
+                                [](const wchar_t* path) -> DWORD { return std::wcschr(path, L'@') ? 0x410 : 0x10; });
+    const ImportHook find("FindFirstFileW", [&](const wchar_t* pattern, WIN32_FIND_DATAW*) -> HANDLE {
+        return seen += pattern, INVALID_HANDLE_VALUE;
+    });
+    const ImportHook remove("RemoveDirectoryW", [&](const wchar_t* path) -> BOOL { return seen += path, TRUE; });
+    ExpectError(ERROR_CANCELLED, [] { CDirectory::Delete(L"Q:\\", true, false); });
+    ExpectError(ERROR_CANCELLED, [] { CDirectory::Delete(L"\\\\s\\h\\a", true, false); });
+    CDirectory::Delete(L"Q:\\@", true, true);
+    EXPECT_EQ(seen, L"\\\\?\\Q:\\*\\\\?\\UNC\\s\\h\\a\\*\\\\?\\Q:\\@");
 }
