@@ -226,11 +226,10 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     ExpectError(ERROR_CANCELLED, [&] { CDirectory::Delete(tree.c_str(), true, false); });
     // Also a whole drive is searched for links ("@" here); those are deleted without the shell, and nothing below them.
     std::wstring seen;
-    const ImportHook attributes("GetFileAttributesW",
-                                [](const wchar_t* path) -> DWORD { return std::wcschr(path, L'@') ? 0x410 : 0x10; });
-    const ImportHook find("FindFirstFileW", [&](const wchar_t* pattern, WIN32_FIND_DATAW*) -> HANDLE {
-        return seen += pattern, INVALID_HANDLE_VALUE;
+    const ImportHook attributes("GetFileAttributesW", [](const wchar_t* path) -> DWORD {
+        return std::wcschr(path, L'@') ? 0x410 : std::wcslen(path) > 6 ? 0x10 : INVALID_FILE_ATTRIBUTES; // not "Q:"
     });
+    const ImportHook find("FindFirstFileW", [&](PCWSTR path, void*) { return seen += path, INVALID_HANDLE_VALUE; });
     const ImportHook remove("RemoveDirectoryW", [&](const wchar_t* path) -> BOOL { return seen += path, TRUE; });
     ExpectError(ERROR_CANCELLED, [] { CDirectory::Delete(L"Q:\\", true, false); });
     ExpectError(ERROR_CANCELLED, [] { CDirectory::Delete(L"\\\\s\\h\\a", true, false); });
