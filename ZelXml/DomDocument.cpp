@@ -1,6 +1,7 @@
 #include "ZelXml/DomDocument.h"
 
 #include "ZelCore/Arguments.h"
+#include "ZelCore/String.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelXml/XmlException.h"
 
@@ -9,6 +10,7 @@
 
 namespace ZelXml {
 
+using ZelCore::CString;
 using ZelWin32::CheckCom;
 using ZelWin32::ComPointer;
 using ZelWin32::ComText;
@@ -88,7 +90,7 @@ DocumentPointer CreateDocument() {
     return document;
 }
 
-DocumentPointer CreateDocument(const unsigned char* data, std::size_t size) {
+DocumentPointer CreateDocument(const unsigned char* data, std::size_t size, const std::wstring& path) {
     constexpr std::size_t largest = 0x40000000;
     // Unreached: takes a file of 1 GiB.
     ZelCore::CheckAtMost(size, largest, L"size", ZEL_SITE(Method));
@@ -107,7 +109,12 @@ DocumentPointer CreateDocument(const unsigned char* data, std::size_t size) {
         if (error.code == 0) { // refused before it was parsed
             CheckCom(FAILED(hr) ? hr : E_FAIL, ZEL_SITE(Method));
         }
-        throw CXmlException(static_cast<int>(error.code), error.reason.c_str(), ZEL_SITE(Method));
+        const std::wstring place =
+            error.line == 0 ? path : CString::Format(L"%s(%ld,%ld)", path.c_str(), error.line, error.column);
+        // Some parsers end their reasons with the end of a line, some have hardly one.
+        throw CXmlException(static_cast<int>(error.code),
+                            (L"Invalid XML in " + place + L": " + CString::TrimEnd(error.reason, L"\r\n")).c_str(),
+                            ZEL_SITE(Method));
     }
     return document;
 }
@@ -122,6 +129,8 @@ ParseError GetParseError(IXMLDOMDocument& document) {
         ComText reason;
         CheckCom(error->get_reason(reason.Receive()), ZEL_SITE(method));
         result.reason = reason.ToString();
+        CheckCom(error->get_line(&result.line), ZEL_SITE(method));
+        CheckCom(error->get_linepos(&result.column), ZEL_SITE(method));
     }
     return result;
 }

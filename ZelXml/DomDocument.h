@@ -7,6 +7,7 @@
 #include <msxml2.h>
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace ZelXml {
@@ -16,14 +17,15 @@ using DocumentPointer = ZelWin32::ComPointer<IXMLDOMDocument>;
 /// An empty document that asks no other file for anything and is searched by XPath. Throws CComException.
 DocumentPointer CreateDocument();
 
-/// The document of an XML file's bytes. Throws CXmlException for text that is no XML, CComException, and
-/// CArgumentOutOfRangeException for "size" beyond 1 GiB.
-DocumentPointer CreateDocument(const unsigned char* data, std::size_t size);
+/// The document of an XML file's bytes. Throws CXmlException, which names the file and the place, for text that is no
+/// XML, CComException, and CArgumentOutOfRangeException for "size" beyond 1 GiB.
+DocumentPointer CreateDocument(const unsigned char* data, std::size_t size, const std::wstring& path);
 
 /// What the parser had to say about its last text.
 struct ParseError {
     long code = 0; ///< 0 when there is none
     std::wstring reason;
+    long line = 0, column = 0; ///< from 1, 0 where the parser does not tell
 };
 ParseError GetParseError(IXMLDOMDocument& document);
 

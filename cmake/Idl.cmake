@@ -1,7 +1,10 @@
 # zel_add_idl(TARGET FILE.idl): a static library TARGET of the header, client stub and server stub of an interface, and
 # of the memory functions that stubs need. The client's functions get the prefix "Client", so that one program can hold
-# both sides. Needs widl: Debian's mingw-w64-tools, MSYS2's mingw-w64-x86_64-tools.
+# both sides. The project has to have the language C. Needs widl: Debian's mingw-w64-tools, MSYS2's mingw-w64-x86_64-tools.
 function(zel_add_idl target idl)
+  if(NOT CMAKE_C_COMPILER_LOADED)
+    message(FATAL_ERROR "zel_add_idl needs the language C: project(${PROJECT_NAME} C CXX)")
+  endif()
   find_program(ZEL_WIDL NAMES x86_64-w64-mingw32-widl widl NO_CMAKE_FIND_ROOT_PATH)
   if(NOT ZEL_WIDL)
     message(FATAL_ERROR "zel_add_idl needs widl: install mingw-w64-tools (Debian) or mingw-w64-x86_64-tools (MSYS2)")

@@ -88,9 +88,10 @@ std::wstring GetText(IXMLDOMNode* in) {
     return text.ToString();
 }
 
-void RefuseDocumentType(bool hasOne, const wchar_t* method, const wchar_t* file, int line) {
+/// \param where the file behind a colon, if there is one
+void RefuseDocumentType(bool hasOne, const std::wstring& where, const wchar_t* method, const wchar_t* file, int line) {
     if (hasOne) {
-        ThrowConfiguration(L"A configuration must not have a document type definition", method, file, line);
+        ThrowConfiguration(L"A configuration must not have a document type definition" + where, method, file, line);
     }
 }
 
@@ -111,10 +112,10 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     file.Unlock(0, length);
     file.Close();
     const wchar_t* const method = L"ZelCore::Configuration::ReadDocument";
-    RefuseDocumentType(ZelXml::MayHaveDocumentType(bytes.data(), bytes.size()), ZEL_SITE(method));
-    ZelXml::DocumentPointer document = ZelXml::CreateDocument(bytes.data(), bytes.size());
+    RefuseDocumentType(ZelXml::MayHaveDocumentType(bytes.data(), bytes.size()), L": " + path, ZEL_SITE(method));
+    ZelXml::DocumentPointer document = ZelXml::CreateDocument(bytes.data(), bytes.size(), path);
     // Unreached: takes an encoding in which a document type looks different, and no known parser has one.
-    RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), ZEL_SITE(method));
+    RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), L": " + path, ZEL_SITE(method));
     return document;
 }
 
@@ -237,7 +238,7 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     if (std::find(text, text + length, L'\0') != text + length) { // where the parser would stop
         ThrowConfiguration(L"A configuration must not have characters of the value 0", ZEL_SITE(method));
     }
-    RefuseDocumentType(ZelXml::MayHaveDocumentType({text, length}), ZEL_SITE(method));
+    RefuseDocumentType(ZelXml::MayHaveDocumentType({text, length}), L"", ZEL_SITE(method));
     const ComText copy(text, length, ZEL_SITE(method));
     const ZelXml::DocumentPointer document = ZelXml::CreateDocument();
     VARIANT_BOOL loaded = VARIANT_FALSE;
@@ -247,7 +248,7 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
         ThrowConfiguration(error.reason, ZEL_SITE(method));
     }
     // Unreached: as for files.
-    RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), ZEL_SITE(method));
+    RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), L"", ZEL_SITE(method));
     return {document.Get(), std::wstring()};
 }
 

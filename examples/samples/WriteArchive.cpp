@@ -4,12 +4,14 @@
 #include <ZelCore/Exception.h>
 #include <ZelCore/IO/Compression/ZipArchive.h>
 #include <ZelCore/IO/Compression/ZipArchiveEntry.h>
+#include <ZelCore/IO/File.h>
 #include <ZelCore/IO/FileStream.h>
 #include <ZelCore/IO/Path.h>
 
 #include <windows.h>
 
 #include <cstdio>
+#include <string>
 
 using namespace ZelCore::IO;
 using namespace ZelCore::IO::Compression;
@@ -20,14 +22,16 @@ int wmain(int argc, wchar_t** argv) {
         return 2;
     }
     try {
+        const std::wstring fresh = std::wstring(argv[1]) + L".new"; // takes its place when all of it is there
         {
-            CZipArchive archive(argv[1], ZipArchiveMode::Create);
+            CZipArchive archive(fresh.c_str(), ZipArchiveMode::Create);
             for (int i = 2; i < argc; ++i) {
                 CFileStream file(argv[i], GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                  FILE_FLAG_SEQUENTIAL_SCAN);
                 archive.AddEntry(CPath::GetFileName(argv[i]).c_str(), file, true);
             }
         } // the destructor writes the archive and throws what fails: so it ends inside the try block
+        CFile::Move(fresh.c_str(), argv[1], true, false);
         const CZipArchive archive(argv[1], ZipArchiveMode::Read);
         for (const std::wstring& name : archive.GetEntryNames()) {
             const unsigned size = archive.GetEntry(name.c_str())->GetUncompressedSize();

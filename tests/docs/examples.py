@@ -4,7 +4,7 @@ usage: examples.py extract SOURCES OUT              writes OUT/*.cpp, for the bu
        examples.py run SOURCES OUT BIN [EMULATOR]   runs BIN/*.exe and compares what they print
 
 In the pages, a block of ```cpp with a main function is a program. Other ones are bodies of functions, which run one after
-the other as one program of the page. A block of ```text behind them is what they print. A block below a comment
+the other as one program of the page, behind the block that begins with "#include". A block of ```text behind them is what they print. A block below a comment
 "from: FILE" is a piece of that file, which is built and run elsewhere; one of ```xml below a comment
 "program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program.
 
@@ -24,18 +24,16 @@ HEADER_BLOCK = re.compile(r"^ *///\n((?:^ *///     [^\n]*\n(?:^ *///\n(?=^ */// 
 PROGRAM = re.compile(r"^int main\(", re.M)
 NAMESPACES = ("ZelCore", "ZelCore::Configuration", "ZelCore::Diagnostics", "ZelCore::IO", "ZelCore::IO::Compression",
               "ZelCore::Remoting", "ZelCore::Security::Cryptography", "ZelWin32")
-PAGE = """// Made from {page} by tests/docs/examples.py.
-#include "PublicHeaders.h"
+HEADERS_NEED = """#include "PublicHeaders.h"
 #include "Counter.h"
 
 #include <windows.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-
+"""
+PAGE = """// Made from {page} by tests/docs/examples.py.
+{begin}
 {functions}
 int main() {{
     try {{
@@ -60,7 +58,7 @@ def examples(page, sources):
     """[name, source text, expected output or None, configuration or None, exit status] of every program of a page."""
     name = page.stem.lower().replace("-", "_")
     found, bodies, printed, config = [], [], "", None
-    last = None
+    begin = last = None
     for note, language, text in BLOCK.findall(page.read_text(encoding="utf-8")):
         if note.startswith("from: "):
             quoted = (sources / note[6:]).read_text(encoding="utf-8")
@@ -72,6 +70,8 @@ def examples(page, sources):
             last = [f"{name}_{len(found) + 1}", text, None, config, int(ends[1]) if ends else 0]
             found.append(last)
             config = None
+        elif language == "cpp" and text.startswith("#include") and not bodies:
+            begin = text
         elif language == "cpp":
             bodies.append(text)
             last = None
@@ -80,15 +80,15 @@ def examples(page, sources):
         elif language == "text":
             printed += text
     if bodies:
-        found.append([name, program_of_bodies(page.name, bodies), printed, None, 0])
+        found.append([name, program_of_bodies(page.name, begin, bodies), printed, None, 0])
     return found
 
 
-def program_of_bodies(origin, bodies, declarations=()):
+def program_of_bodies(origin, begin, bodies, declarations=()):
     functions = "".join(f"static void Example{i}() {{\n{textwrap.indent(body, '    ')}}}\n\n"
                         for i, body in enumerate(bodies, 1))
     calls = "\n".join(f"        Example{i}();" for i in range(1, len(bodies) + 1))
-    return PAGE.format(page=origin, functions="\n".join([*declarations, functions]), calls=calls)
+    return PAGE.format(page=origin, begin=begin, functions="\n".join([*declarations, functions]), calls=calls)
 
 
 def public_headers(sources):
@@ -106,7 +106,7 @@ def header_examples(sources):
         for block in HEADER_BLOCK.findall(text):
             example = re.sub(r"^ *///(?:     )?", "", block, flags=re.M)
             (declarations if re.match(r"(class|void) ", example) else bodies).append(example)
-    return ["headers", program_of_bodies("the public headers", bodies, declarations), None, None, 0]
+    return ["headers", program_of_bodies("the public headers", HEADERS_NEED, bodies, declarations), None, None, 0]
 
 
 def programs(sources):

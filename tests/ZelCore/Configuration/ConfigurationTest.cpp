@@ -252,7 +252,8 @@ TEST_F(Configurations, ASectionMayLieInAFileOfItsOwn) {
     EXPECT_TRUE(configuration.GetSection(Name, section));
     Put(L"sub\\own.config", "no XML");
     EXPECT_TRUE(configuration.GetSection(Name, section)) << "it took the section's place";
-    ExpectThrow<ZelXml::CXmlException>([&] { open("sub\\own.config", section); });
+    ExpectThrow<ZelXml::CXmlException>([&] { open("sub\\own.config", section); },
+                                       {.contains = (L"Invalid XML in " + At(L"sub\\own.config")).c_str()});
     ExpectMessage<CConfigurationException>((L"Configuration file \"" + At(L"missing") + L"\" cannot be found").c_str(),
                                            [&] { open("missing", section); });
     const auto full = [&](const char* content) {
