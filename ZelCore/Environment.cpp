@@ -4,10 +4,17 @@
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/TokenInformation.h"
 #include "ZelWin32/UniqueHandle.h"
+#include "ZelWin32/Win32Exception.h"
 
 namespace ZelCore {
 
 using ZelWin32::CheckWin32;
+
+namespace {
+
+constexpr DWORD LargestExpansion = 0x7FFF; // characters with the end; some systems cut there and say nothing
+
+} // namespace
 
 std::wstring CEnvironment::GetUserNameW() {
     constexpr DWORD longestName = 257; // UNLEN and the end
@@ -50,6 +57,9 @@ std::wstring CEnvironment::ExpandEnvironmentVariables(const wchar_t* text) {
     for (;;) { // a variable may grow between two calls
         const DWORD length = ::ExpandEnvironmentStringsW(text, expanded.data(), static_cast<DWORD>(expanded.size()));
         CheckWin32(length != 0, ZEL_SITE(method));
+        if (length >= LargestExpansion) {
+            throw ZelWin32::CWin32Exception(ERROR_BUFFER_OVERFLOW, nullptr, ZEL_SITE(method));
+        }
         if (length <= expanded.size()) {
             expanded.resize(length - 1);
             return expanded;

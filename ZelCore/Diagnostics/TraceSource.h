@@ -26,6 +26,10 @@ class CTraceSourceImpl;
 /// "program.exe.config" beside "program.exe". It is read with the first event of the process. A source that is not
 /// configured there, and whose ancestors ("App" for "App.Tcp") are not, is silent.
 ///
+/// A source joins the nearest of its ancestors that is in use, and shares its switch and listeners, whatever the file
+/// says of itself: when "App", or an "App.Db" that the file does not know, has traced, a later "App.Tcp" is "App". So
+/// either configure and trace only at one level of a family, or let the sources with elements of their own trace first.
+///
 /// The first event may throw what is wrong with the configuration; the next event then tries again. Otherwise events
 /// throw what a listener throws, after all listeners got the event. Events may be traced from any thread; listeners
 /// must not be added or removed meanwhile. An event that the switch rejects costs a few nanoseconds.
@@ -57,7 +61,7 @@ public:
                      va_list arguments) const;
     ///@}
 
-    /// The switch, shared with every source of the same configured name, as are the listeners. Valid while the source
+    /// The switch, shared with every source that has joined the same one, as are the listeners. Valid while the source
     /// lives. Throws as the first event does where it comes before that.
     ///@{
     const CSourceSwitch& GetSourceSwitch() const;

@@ -136,6 +136,9 @@ void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     if (!IsThere(entries[0]) && IsThere({list, ::GetFileAttributesW(list.c_str())})) { // of a form that nobody knows
         throw CWin32Exception(ERROR_BAD_PATHNAME, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
+    if (IsThere(entries[0]) && (entries[0].attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) { // the shell would delete it
+        throw CWin32Exception(ERROR_DIRECTORY, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
+    }
     if (std::any_of(entries.begin(), entries.end(), IsBeyondShell)) {
         DeleteEntries(entries, throwIfMissing);
         return;

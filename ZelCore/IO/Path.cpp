@@ -134,7 +134,8 @@ std::wstring CPath::NormalizeUncName(const wchar_t* path) {
         return name;
     }
     const std::size_t share = name.find_first_of(L"\\/", 2);
-    if (share == std::wstring::npos) {
+    const bool isDevice = share == 3 && (name[2] == L'?' || name[2] == L'.'); // "\\?\C:\x", of this computer
+    if (share == std::wstring::npos || isDevice) {
         return name;
     }
     const std::wstring_view rest = std::wstring_view(name).substr(share + 1);

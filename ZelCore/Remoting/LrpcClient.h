@@ -25,7 +25,7 @@ public:
     virtual ~CLrpcClient();
 
     /// Asks the server's side, and waits for its answer: false when it says that it no longer listens. Throws
-    /// CRpcException for other failures, mostly with 1722 where there is no server.
+    /// CRpcException for other failures. Where there is no server, some systems throw 1722, some say false.
     bool IsServerListening();
 
 protected:

@@ -126,6 +126,10 @@ TEST(Duration, BecomesASpanFromAStart) {
     EXPECT_EQ(days(L"P1Y", 2024, 2, 29), 365);
     EXPECT_EQ(days(L"P1Y1M1DT24H", 2023, 1, 31), 396 - 2 + 2);
     EXPECT_EQ(Parse(L"PT0.0004S").ToTimeSpan(), CTimeSpan::Zero);
+    for (int ms = 0; ms < 100'000; ++ms) {
+        ASSERT_EQ(CDuration(0, 0, 0, 0, 0, ms / 1000.0).ToTimeSpan().GetTicks(), ms * CTimeSpan::TicksPerMillisecond);
+    }
+    EXPECT_EQ(Parse(L"PT1.0019999S").ToTimeSpan().GetTicks(), 10'010'000);
     EXPECT_EQ(Parse(L"PT3000000.5S").ToTimeSpan().GetTicks(), 30'000'005'000'000);
     for (const wchar_t* row : {L"P10000Y | months", L"P9999Y | months", L"P2147483647D | days",
                                L"PT2147483647H | hours", L"PT1000000000000S | seconds"}) {

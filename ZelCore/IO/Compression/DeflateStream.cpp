@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <utility>
 #include <vector>
 #include <zlib.h>
@@ -80,8 +81,8 @@ private:
     CStream* m_stream;
     z_stream m_zlib{};
     std::vector<unsigned char> m_buffer;
-    bool m_failed = false; ///< zlib no longer knows what the other stream holds
-    bool m_ended = false;  ///< the compressed data is over
+    std::exception_ptr m_failure; ///< after which zlib no longer knows what the other stream holds
+    bool m_ended = false;         ///< the compressed data is over
 };
 
 void CDeflateStream::impl::Initialize(bool gzip) {
@@ -113,6 +114,9 @@ void CDeflateStream::impl::Initialize(bool gzip) {
 }
 
 void CDeflateStream::impl::Write(const unsigned char* data, std::size_t count) {
+    if (m_failure) { // never to go on behind a gap
+        std::rethrow_exception(m_failure);
+    }
     while (count != 0) {
         const std::size_t piece = std::min(count, LargestPiece);
         Deflate(data, piece, Z_NO_FLUSH);
@@ -124,18 +128,21 @@ void CDeflateStream::impl::Write(const unsigned char* data, std::size_t count) {
 void CDeflateStream::impl::Deflate(const unsigned char* data, std::size_t count, int flush) {
     m_zlib.next_in = const_cast<unsigned char*>(data); // zlib only reads it
     m_zlib.avail_in = static_cast<uInt>(count);
-    const bool failedBefore = std::exchange(m_failed, true);
-    do {
-        m_zlib.next_out = m_buffer.data();
-        m_zlib.avail_out = static_cast<uInt>(m_buffer.size());
-        const int result = ::deflate(&m_zlib, flush);
-        if (result < 0) {
-            // Unreached: zlib has no reason to fail on a stream that it has set up itself.
-            ThrowZlib(m_zlib, result, ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Deflate", 103));
-        }
-        m_stream->Write(m_buffer.data(), m_buffer.size() - m_zlib.avail_out);
-    } while (m_zlib.avail_out == 0);
-    m_failed = failedBefore;
+    try {
+        do {
+            m_zlib.next_out = m_buffer.data();
+            m_zlib.avail_out = static_cast<uInt>(m_buffer.size());
+            const int result = ::deflate(&m_zlib, flush);
+            if (result < 0) {
+                // Unreached: zlib has no reason to fail on a stream that it has set up itself.
+                ThrowZlib(m_zlib, result, ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Deflate", 103));
+            }
+            m_stream->Write(m_buffer.data(), m_buffer.size() - m_zlib.avail_out);
+        } while (m_zlib.avail_out == 0);
+    } catch (...) {
+        m_failure = std::current_exception();
+        throw;
+    }
 }
 
 std::size_t CDeflateStream::impl::Inflate(unsigned char* buffer, std::size_t count) {
@@ -182,7 +189,7 @@ void CDeflateStream::impl::Close() {
             self.Release();
         }
     } const releasing{*this};
-    if (m_mode == CompressionMode::Compress && !m_failed) {
+    if (m_mode == CompressionMode::Compress && !m_failure) {
         Deflate(nullptr, 0, Z_FINISH);
     }
 }

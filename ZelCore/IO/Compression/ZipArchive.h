@@ -41,7 +41,8 @@ enum class ZipArchiveMode : int {
 /// moved from. One thread at a time.
 class ZELCORE_API CZipArchive {
 public:
-    /// Opens an archive. The file stays open until the destructor; others may read it meanwhile, except in Create mode.
+    /// Opens an archive. The file stays open until the destructor; others may read it meanwhile, except in Create mode,
+    /// and in Update mode only if they share it for writing, which this class does not.
     ///
     /// Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for Update also when two
     /// entries share a name, or the directory is not of the size that its end record says or does not end where that

@@ -11,8 +11,8 @@ class CStream;
 namespace ZelCore::Security::Cryptography {
 
 /// A message digest (FIPS 180-4, RFC 1320, RFC 1321) by the system's CryptoAPI. Also a transform that passes its
-/// input through, so that a CCryptoStream can compute a digest of what flows through it. (A writing CCryptoStream adds
-/// the digest at the end of what it has written, when it is closed.)
+/// input through, so that a CCryptoStream can compute a digest of what flows through it. (A CCryptoStream
+/// adds the digest behind the data: writing, when it is closed, reading, at the end.)
 ///
 ///     CHashAlgorithm sha256(0x800C);       // CALG_SHA_256 of wincrypt.h
 ///     const unsigned char text[] = "abc";  // or a stream

@@ -119,6 +119,9 @@ TEST(Environment, KnowsUserAndVariables) {
     ::SetEnvironmentVariableW(L"ZEL_LARGE", large.c_str());
     EXPECT_EQ(CEnvironment::ExpandEnvironmentVariables(L"<%ZEL_LARGE%%ZEL_NONE%>"), L"<" + large + L"%ZEL_NONE%>");
     EXPECT_EQ(CEnvironment::ExpandEnvironmentVariables(L""), L"");
+    ExpectError(ERROR_BUFFER_OVERFLOW, [] { // some systems cut it
+        CEnvironment::ExpandEnvironmentVariables(std::wstring(100'000, L'x').c_str());
+    });
     ExpectFailing("ExpandEnvironmentStringsW", [] { CEnvironment::ExpandEnvironmentVariables(L"x"); });
     ExpectFailing("GetUserNameW", [] { CEnvironment::GetUserNameW(); });
 }

@@ -36,7 +36,8 @@ TEST_F(Paths, TextOperations) {
     for (const wchar_t* drive : {L"\\\\s\\C:\\x", L"\\\\s\\C%3A\\x", L"\\\\s\\C%3a\\x"}) {
         EXPECT_EQ(CPath::NormalizeUncName(drive), L"\\\\s\\C$\\x");
     }
-    for (const wchar_t* other : {L"\\\\s\\C:x", L"\\\\s\\share\\C:", L"C:\\x", L"\\\\s", L"", L"\\\\s\\C%3"}) {
+    for (const wchar_t* other :
+         {L"\\\\s\\C:x", L"\\\\s\\share\\C:", L"C:\\x", L"\\\\s", L"", L"\\\\s\\C%3", L"\\\\?\\C:\\x", L"\\\\.\\C:"}) {
         EXPECT_EQ(CPath::NormalizeUncName(other), other);
     }
     EXPECT_EQ(CPath::NormalizeUncName(L"\\\\s\\C:"), L"\\\\s\\C$");
@@ -172,6 +173,7 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     CDirectory::Create(At(L"tree\\a\\b").c_str(), nullptr);
     Put(L"tree\\a\\file", "x");
     const std::wstring tree = At(L"tree"), missing = At(L"missing");
+    ExpectError(ERROR_DIRECTORY, [&] { CDirectory::Delete(At(L"tree\\a\\file").c_str(), true, false); });
     ExpectError(ERROR_DIR_NOT_EMPTY, [&] { CDirectory::Delete(tree.c_str(), false, false); });
     for (const wchar_t* wild : {L"tr*", L"tre?"}) {
         ExpectArgument(L"directoryPath", [&] { CDirectory::Delete(At(wild).c_str(), true, false); });
