@@ -70,8 +70,9 @@ public:
     ///
     /// All other characters stand for themselves. Z makes the value Utc, an offset makes it Local at the same instant,
     /// otherwise it is Unspecified; u, R and r read Utc. What the pattern leaves out is the first of January of year 1,
-    /// midnight. Names are compared without regard to case. For instants that others write, convert with Utc: local
-    /// time is converted by the offset of today, and is an hour off for dates on the other side of summer time.
+    /// midnight. Names are compared without regard to case. Local fields are those of
+    /// today's offset, an hour off for dates on the other side of summer time; ToUniversalTime gives the right instant
+    /// back.
     ///
     /// Throws CArgumentNullException for "value" or "format", CArgumentException for "format" (empty, a single letter
     /// that is unknown, an open quotation, "\" or "%" at the end, more than seven f or F or five y) and for "year",

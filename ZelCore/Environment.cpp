@@ -58,7 +58,7 @@ std::wstring CEnvironment::ExpandEnvironmentVariables(const wchar_t* text) {
         const DWORD length = ::ExpandEnvironmentStringsW(text, expanded.data(), static_cast<DWORD>(expanded.size()));
         CheckWin32(length != 0, ZEL_SITE(method));
         if (length >= LargestExpansion) {
-            throw ZelWin32::CWin32Exception(ERROR_BUFFER_OVERFLOW, nullptr, ZEL_SITE(method));
+            throw ZelWin32::CWin32Exception(ERROR_BUFFER_OVERFLOW, L"The expanded text is too long", ZEL_SITE(method));
         }
         if (length <= expanded.size()) {
             expanded.resize(length - 1);

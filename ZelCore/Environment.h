@@ -24,7 +24,8 @@ public:
     static std::wstring GetMachineName(int format);
 
     /// The text with "%NAME%" replaced by the environment's variables; unknown names stay. Null throws
-    /// CArgumentNullException for "text", a result of 32,766 characters or more CWin32Exception.
+    /// CArgumentNullException for "text", a result of 32,766 characters or more CWin32Exception
+    /// with 111 (ERROR_BUFFER_OVERFLOW).
     static std::wstring ExpandEnvironmentVariables(const wchar_t* text);
 };
 

@@ -111,7 +111,7 @@ DocumentPointer CreateDocument(const unsigned char* data, std::size_t size, cons
         }
         const std::wstring place =
             error.line == 0 ? path : CString::Format(L"%s(%ld,%ld)", path.c_str(), error.line, error.column);
-        // Some parsers end their reasons with the end of a line, some have hardly one.
+        // Some parsers end their reasons with the end of a line; those of others are one word.
         throw CXmlException(static_cast<int>(error.code),
                             (L"Invalid XML in " + place + L": " + CString::TrimEnd(error.reason, L"\r\n")).c_str(),
                             ZEL_SITE(Method));

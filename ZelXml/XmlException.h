@@ -9,7 +9,7 @@ namespace ZelXml {
 class ZELCORE_API CXmlException : public ZelCore::CException {
 public:
     /// \param error   an HRESULT or the parser's code
-    /// \param message why; of a file that could not be read its path, line and column, as far as the parser tells them,
+    /// \param message why; of a file that is no XML its path, line and column, as far as the parser tells them,
     ///                and the parser's words
     /// \param method,file,line  the throw site, see ZEL_SITE
     CXmlException(int error, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line);

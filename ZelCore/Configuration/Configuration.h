@@ -35,7 +35,7 @@ public:
 
     /// Reads a section, from the file that its "configSource" attribute names if there is one: its path counts from
     /// the folder of this file. The root element of that file takes the section's place, so give it the same name; a
-    /// "configSource" of its own is followed by the next reading.
+    /// "configSource" of its own is followed only when the section is read again.
     ///
     /// \param name groups and section, separated by "/"; empty throws CArgumentException for "name"
     /// \return false, with the section untouched, when it is not declared with the section's type or not there

@@ -15,7 +15,7 @@ public:
     CConfigurationManager() = delete;
 
     /// Opens a file in UTF-8, UTF-16 or an encoding that its declaration names and the system's parser has. A file that
-    /// does not exist (a folder is none) is no error: its configuration has no sections.
+    /// does not exist, or is a folder, is no error: its configuration has no sections.
     ///
     /// \param path empty for the running program's own: its file name with ".config" behind it
     ///

@@ -26,9 +26,10 @@ class CTraceSourceImpl;
 /// "program.exe.config" beside "program.exe". It is read with the first event of the process. A source that is not
 /// configured there, and whose ancestors ("App" for "App.Tcp") are not, is silent.
 ///
-/// A source joins the nearest of its ancestors that is in use, and shares its switch and listeners, whatever the file
-/// says of itself: when "App", or an "App.Db" that the file does not know, has traced, a later "App.Tcp" is "App". So
-/// either configure and trace only at one level of a family, or let the sources with elements of their own trace first.
+/// A source joins the nearest of its ancestors that has been used before in the process, and shares its switch and
+/// listeners, whatever the file says of itself: after "App", or after an "App.Db" when the file knows neither of the
+/// two, a later "App.Tcp" is "App". So either configure and trace only at one level of a family, or let the sources
+/// with elements of their own trace first.
 ///
 /// The first event may throw what is wrong with the configuration; the next event then tries again. Otherwise events
 /// throw what a listener throws, after all listeners got the event. Events may be traced from any thread; listeners

@@ -62,8 +62,8 @@ struct TreeEntry {
     DWORD attributes;
 };
 
-/// A file, or a folder with all that it holds, each folder before what is in it. Links are not followed. What cannot be
-/// listed is for the deletion to complain about.
+/// A folder with all that it holds, each folder before what is in it; or what else has the name, if anything. Links are
+/// not followed. What cannot be listed is for the deletion to complain about.
 std::vector<TreeEntry> ListTree(const std::wstring& root) {
     std::vector<TreeEntry> entries{{root, ::GetFileAttributesW(root.c_str())}};
     for (std::size_t i = 0; i < entries.size(); ++i) {

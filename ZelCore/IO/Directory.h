@@ -28,7 +28,7 @@ public:
     static void Create(const wchar_t* directoryPath, _SECURITY_ATTRIBUTES* securityAttributes);
 
     /// Deletes a directory for good: an empty one, or with `recursive` with all that it holds. A missing directory
-    /// is an error only with `throwIfMissing`, a file always (267).
+    /// is an error only with `throwIfMissing`, a file always (267, ERROR_DIRECTORY).
     ///
     /// A recursive deletion that fails leaves what it has not deleted yet; its code may be one of the shell's own.
     /// Links to other folders go, what they lead to stays. It refuses paths with wildcards, "*" and "?", with

@@ -24,8 +24,8 @@ public:
     /// Frees the binding. Calls that use it must be over.
     virtual ~CLrpcClient();
 
-    /// Asks the server's side, and waits for its answer: false when it says that it no longer listens. Throws
-    /// CRpcException for other failures. Where there is no server, some systems throw 1722, some say false.
+    /// Asks the server's side, and waits for its answer: false when it no longer listens, on some
+    /// systems also where there is none. Throws CRpcException for other failures: 1722 where there is no server.
     bool IsServerListening();
 
 protected:

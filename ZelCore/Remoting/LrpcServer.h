@@ -29,7 +29,7 @@ namespace ZelCore::Remoting {
 /// A process may have several servers, each with its endpoint; they may share an interface, which keeps the first
 /// one's entry-point vector. The runtime takes calls of every interface at every endpoint of the process, and the
 /// server of the endpoint is asked: where servers of one process have different rules, the functions have to look who
-/// it is, by GetServerInstanceFromBinding.
+/// it is, by GetServerInstanceFromBinding, which a derived class can make public.
 ///
 /// Listen and Shutdown may be called from any thread, but not from within a call or AuthorizeClient, for which Shutdown
 /// waits. What servers do is traced by the source "ZelCore.Remoting".

@@ -22,7 +22,8 @@ int wmain(int argc, wchar_t** argv) {
         return 2;
     }
     try {
-        const std::wstring fresh = std::wstring(argv[1]) + L".new"; // takes its place when all of it is there
+        // Takes its place when all of it is there; after a failure it stays.
+        const std::wstring fresh = std::wstring(argv[1]) + L".new";
         {
             CZipArchive archive(fresh.c_str(), ZipArchiveMode::Create);
             for (int i = 2; i < argc; ++i) {

@@ -3,9 +3,9 @@
 usage: examples.py extract SOURCES OUT              writes OUT/*.cpp, for the build
        examples.py run SOURCES OUT BIN [EMULATOR]   runs BIN/*.exe and compares what they print
 
-In the pages, a block of ```cpp with a main function is a program. Other ones are bodies of functions, which run one after
-the other as one program of the page, behind the block that begins with "#include". A block of ```text behind them is what they print. A block below a comment
-"from: FILE" is a piece of that file, which is built and run elsewhere; one of ```xml below a comment
+In the pages, a block of ```cpp with a main function is a program. Other ones are bodies of functions, which run one
+after the other as one program of the page, behind the block that begins with "#include". A block of ```text behind them
+is what they print. A block below a comment "from: FILE" is a piece of that file, which is built and run elsewhere; one of ```xml below a comment
 "program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program.
 
 In the public headers, lines indented by four columns in comments are examples: bodies of functions too, or whole classes
@@ -70,7 +70,8 @@ def examples(page, sources):
             last = [f"{name}_{len(found) + 1}", text, None, config, int(ends[1]) if ends else 0]
             found.append(last)
             config = None
-        elif language == "cpp" and text.startswith("#include") and not bodies:
+        elif language == "cpp" and text.startswith("#include"):
+            assert begin is None and not bodies, f"{page.name}: a second beginning"
             begin = text
         elif language == "cpp":
             bodies.append(text)
@@ -79,6 +80,7 @@ def examples(page, sources):
             last[2] = text
         elif language == "text":
             printed += text
+    assert bool(begin) == bool(bodies), f"{page.name}: a block of #include and examples belong together"
     if bodies:
         found.append([name, program_of_bodies(page.name, begin, bodies), printed, None, 0])
     return found

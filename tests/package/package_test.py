@@ -42,7 +42,8 @@ class PackageTest(unittest.TestCase):
 
     def build(self, source, *arguments):
         build = self.folder / ("build of " + source.name)
-        run("cmake", "-G", "Ninja", "-S", source, "-B", build, f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}",
+        toolchain = self.prefix / "lib/cmake/ZelCore" / pathlib.Path(TOOLCHAIN).name
+        run("cmake", "-G", "Ninja", "-S", source, "-B", build, f"-DCMAKE_TOOLCHAIN_FILE={toolchain}",
             f"-DCMAKE_PREFIX_PATH={self.prefix}", "-DCMAKE_BUILD_TYPE=Release", *arguments)
         run("cmake", "--build", build)
         return build
@@ -54,6 +55,7 @@ class PackageTest(unittest.TestCase):
                    for path in (SOURCES / part).rglob("*.h") if not is_private(path)}
         self.assertEqual({f"include/{name}" for name in headers}, {n for n in files if n.startswith("include/")})
         for name in ("lib/libZelCore.dll.a", "lib/pkgconfig/zelcore.pc", "lib/cmake/ZelCore/ZelCoreConfig.cmake",
+                     "lib/cmake/ZelCore/MinGW-Cross.cmake", "lib/cmake/ZelCore/wine",
                      "share/doc/ZelCore/README.md", "share/doc/ZelCore/docs/getting-started.md",
                      "share/licenses/ZelCore/zlib.txt", "share/licenses/ZelCore/gcc-runtime.txt"):
             self.assertIn(name, files)
@@ -75,7 +77,8 @@ class PackageTest(unittest.TestCase):
     def run_alone(self, program, printed, folder):
         """Runs a program in a folder that holds nothing but its DLLs beside it."""
         self.assertEqual(sorted(DLLS), sorted(path.name for path in folder.glob("*.dll")))
-        said = run(*EMULATOR, program, cwd=folder)
+        emulator = ["sh", self.prefix / "lib/cmake/ZelCore/wine"] if EMULATOR else []
+        said = run(*emulator, program, cwd=folder)
         said, printed = ([re.split(r" at \S+:\d+: ", line)[0] for line in text.splitlines()]  # without throw sites
                          for text in (said, printed))
         self.assertEqual(printed, said)

@@ -23,7 +23,7 @@ enum class CompressionMode : int {
 ///     gzip.Close();                        // writes the end of the data and reports what fails
 ///
 /// Always close a compressing stream: the destructor closes it too, but an exception has no way out of there and
-/// ends the process. After a failed Write, further ones throw the same, and Close and the destructor
+/// ends the process. After a failed Write, further ones of any data throw the same, and Close and the destructor
 /// only release the stream.
 ///
 /// Failures of zlib throw CIOException with zlib's code (-3 for damaged data, -5 for data that ends early); what

@@ -28,7 +28,8 @@ enum class ZipArchiveMode : int {
 /// Changes collect in a staging folder below the temporary path; the destructor writes the whole file anew from
 /// there. Flush does so earlier; the destructor then does it again. There is no way to give changes up: an exception
 /// that ends the block leaves an archive of what was done so far. A failure during the rewrite, or the end of the
-/// process then, leaves the file partly written. So write under another name and rename.
+/// process then, leaves the file partly written. So write under another name, or change a copy, and
+/// rename. In Update mode a failure before the rewrite leaves the file as it was.
 ///
 /// The destructor throws what the rewrite fails with, unless another exception is on its way: let the object end
 /// inside the try block. In every case it closes the file and removes the staging folder.

@@ -72,8 +72,8 @@ public:
     std::int64_t GetPosition() const override;
 
     /// Fills the buffer unless the data ends before; 0 after the end. When the other stream throws, what was ready is
-    /// kept for the next Read, which goes on there; when the transform throws, so does every further Read, once what
-    /// was ready before has been read.
+    /// kept for the next Read, which goes on there; when the transform throws, so does every further Read of
+    /// more than was ready before.
     ///
     /// Throws CInvalidOperationException on a closed or a writing stream, CArgumentNullException for "buffer" unless
     /// the count is 0.

@@ -227,7 +227,8 @@ TEST_F(Configurations, HostileDocumentsAreRefused) {
         const std::string text = prefix + Document("<shop.settings/>");
         const std::u16string wide(text.begin(), text.end());
         for (const std::string& bytes : {text, "\xEF\xBB\xBF" + text, Utf16(wide, false), Utf16(wide, true)}) {
-            ExpectThrow<CConfigurationException>([&] { OpenFile(bytes, section); }, {.contains = L"document type"});
+            ExpectThrow<CConfigurationException>([&] { OpenFile(bytes, section); },
+                                                 {.contains = (L"type definition: " + At(L"app.config")).c_str()});
         }
         ExpectThrow<CConfigurationException>([&] { OpenText(text); }, {.contains = L"document type"});
     }

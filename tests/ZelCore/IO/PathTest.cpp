@@ -174,6 +174,8 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     Put(L"tree\\a\\file", "x");
     const std::wstring tree = At(L"tree"), missing = At(L"missing");
     ExpectError(ERROR_DIRECTORY, [&] { CDirectory::Delete(At(L"tree\\a\\file").c_str(), true, false); });
+    ExpectError(ERROR_DIRECTORY, [&] { CDirectory::Delete(At(L"tree\\a\\file").c_str(), false, false); });
+    EXPECT_TRUE(CFile::Exists(At(L"tree\\a\\file").c_str()));
     ExpectError(ERROR_DIR_NOT_EMPTY, [&] { CDirectory::Delete(tree.c_str(), false, false); });
     for (const wchar_t* wild : {L"tr*", L"tre?"}) {
         ExpectArgument(L"directoryPath", [&] { CDirectory::Delete(At(wild).c_str(), true, false); });
