@@ -49,7 +49,7 @@ wine_server() {
         case $(readlink "$process/exe" 2>/dev/null) in
         # Not through a pipe: one that breaks early counts as a failure.
         */wineserver*) grep -qxzF "WINEPREFIX=$WINEPREFIX" "$process/environ" 2>/dev/null &&
-            { printf '%s\n' "${process#/proc/}"; return; } ;;
+            { printf '%s\n' "${process#/proc/}"; return 0; } ;; # plain, it fails in a trap after a failure
         esac
     done
     return 0
