@@ -68,7 +68,7 @@ TEST(Convert, HexadecimalBothWays) {
         all[i] = static_cast<unsigned char>(i);
     }
     const std::wstring text = CConvert::ToHexString(all.data(), all.size());
-    EXPECT_EQ(text.substr(0, 8) + text.substr(504), L"00010203FCFDFEFF");
+    EXPECT_EQ(text.substr(0, 8) + L"|" + text.substr(504), L"00010203|FCFDFEFF");
     EXPECT_EQ(CConvert::FromHexString(text.c_str()), all);
     EXPECT_EQ(CConvert::FromHexString(L"0a0B"), (Blob{10, 11}));
     EXPECT_EQ(CConvert::FromHexString(L""), Blob());

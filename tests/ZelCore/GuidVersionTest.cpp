@@ -47,7 +47,7 @@ TEST(Version, TextBothWays) {
         EXPECT_EQ(version.GetRevision(), revision);
         const int fields = revision >= 0 ? 4 : build >= 0 ? 3 : 2;
         EXPECT_EQ(version.ToString(fields), text);
-        EXPECT_EQ(version.ToString(0) + version.ToString(1), L"1");
+        EXPECT_EQ(version.ToString(0) + L"|" + version.ToString(1), L"|1");
         for (const int bad : {-1, fields + 1, 5}) {
             ExpectArgument(L"fieldCount", [&] { version.ToString(bad); });
         }

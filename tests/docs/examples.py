@@ -5,8 +5,8 @@ usage: examples.py extract SOURCES OUT              writes OUT/*.cpp, for the bu
 
 In the pages, a block of ```cpp with a main function is a program. Other ones are bodies of functions, which run one
 after the other as one program of the page, behind the block that begins with "#include". A block of ```text behind them
-is what they print. A block below a comment "from: FILE" is a piece of that file, which is built and run elsewhere; one of ```xml below a comment
-"program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program.
+is what they print. A block below a comment "from: FILE" is a piece of that file, which is built and run elsewhere; one
+of ```xml below a comment "program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program.
 
 In the public headers, lines indented by four columns in comments are examples: bodies of functions too, or whole classes
 and functions. Those of all headers are one program.

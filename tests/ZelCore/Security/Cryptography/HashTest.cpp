@@ -34,7 +34,7 @@ TEST(Hash, GivesTheAnswersOfTheStandards) {
 TEST(Hash, KnowsItsState) {
     CHashAlgorithm hash(CALG_SHA1);
     EXPECT_TRUE(hash.CanReuseTransform() && hash.CanTransformMultipleBlocks());
-    EXPECT_EQ(hash.InputBlockSize() + hash.OutputBlockSize(), 2u);
+    EXPECT_TRUE(hash.InputBlockSize() == 1 && hash.OutputBlockSize() == 1);
     TestStream empty;
     ExpectInvalid(L"The digest is not finalized", [&] { hash.GetDigest(); },
                   {.method = L"CHashAlgorithm::impl::GetDigest", .line = 61});
