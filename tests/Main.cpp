@@ -1,4 +1,5 @@
 #include "PublicHeaders.h"
+#include "Support/Child.h"
 #include "Support/ImportHook.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <string_view>
 #include <typeinfo>
 
 namespace {
@@ -35,5 +37,9 @@ int main(int argc, char** argv) {
     if ((g_sites = std::getenv("ZEL_THROW_SITES")) != nullptr) {
         sites.emplace("__cxa_throw", reinterpret_cast<void*>(&NoteAndThrow));
     }
-    return RUN_ALL_TESTS();
+    const int failed = RUN_ALL_TESTS();
+    if (argc > 1 && std::string_view(argv[1]) == "--child") {
+        return failed == 0 && ::testing::UnitTest::GetInstance()->successful_test_count() == 1 ? ZelTest::ChildPassed : 1;
+    }
+    return failed;
 }

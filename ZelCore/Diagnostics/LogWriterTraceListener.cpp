@@ -33,7 +33,7 @@ std::wstring GetToken(const std::wstring& token, const wchar_t* fileName) {
             CString::Format(L"Invalid token '%s' in file name '%s'.", token.c_str(), fileName).c_str(),
             ZEL_SITE(Constructor));
     }
-    const std::wstring& directory =
+    const std::wstring directory =
         Configuration::CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(L"").GetLogDirectoryExpanded();
     if (directory.empty()) {
         throw CConfigurationException(L"The configuration has no \"logDirectory\" for the log file",

@@ -119,7 +119,7 @@ class PackageTest(unittest.TestCase):
         source.mkdir()
         (source / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.25)\nproject(Foreign CXX)\n"
                                                "find_package(ZelCore CONFIG REQUIRED)\n")
-        said = run("cmake", "-S", source, "-B", source / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}", status=1)
+        said = run("cmake", "-G", "Ninja", "-S", source, "-B", source / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}", status=1)
         self.assertRegex(said, r"MinGW-w64\s+GCC")
 
     def test_the_samples_do_what_they_say(self):
