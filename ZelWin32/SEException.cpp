@@ -2,6 +2,7 @@
 
 #include "ZelCore/Remoting/RpcException.h"
 #include "ZelWin32/LastError.h"
+#include "ZelWin32/PEModule.h"
 #include "ZelWin32/StructuredExceptions.h"
 #include "ZelWin32/Windows.h"
 
@@ -43,16 +44,25 @@ CSEException::CSETranslatorSentry::~CSETranslatorSentry() {
     delete m_impl;
 }
 
-void CSEException::CSETranslatorSentry::SETranslator(unsigned int code, _EXCEPTION_POINTERS*) {
+void CSEException::CSETranslatorSentry::SETranslator(unsigned int code, _EXCEPTION_POINTERS* pointers) {
     if (IsRpcStatus(code)) {
         throw ZelCore::Remoting::CRpcException(
             static_cast<long>(code), ZEL_SITE(L"ZelWin32::CSEException::CSETranslatorSentry::SETranslator", 37));
     }
-    throw CSEException(code, ZEL_SITE(L"ZelWin32::CSEException::CSETranslatorSentry::SETranslator", 41));
+    throw CSEException(code, pointers->ExceptionRecord->ExceptionAddress,
+                       ZEL_SITE(L"ZelWin32::CSEException::CSETranslatorSentry::SETranslator", 41));
 }
 
-CSEException::CSEException(unsigned long code, const wchar_t* method, const wchar_t* file, int line)
-    : CWin32Exception(code, nullptr, method, file, line) {}
+CSEException::CSEException(unsigned long code, const void* address, const wchar_t* method, const wchar_t* file,
+                           int line)
+    : CWin32Exception(code, nullptr, method, file, line), m_address(address) {
+    // A null address would stand for the program itself.
+    if (void* const module = address != nullptr ? CPEModule::GetModuleHandleOf(address) : nullptr) {
+        const std::wstring path = CPEModule::GetModuleFileNameW(module);
+        m_module = path.substr(path.find_last_of(L'\\') + 1);
+        m_offset = static_cast<std::size_t>(static_cast<const char*>(address) - static_cast<const char*>(module));
+    }
+}
 
 CSEException::CSEException(const CSEException&) = default;
 
@@ -64,6 +74,18 @@ CSEException* CSEException::Clone() const {
 
 void CSEException::Throw() const {
     throw CSEException(*this);
+}
+
+const void* CSEException::GetAddress() const noexcept {
+    return m_address;
+}
+
+const wchar_t* CSEException::GetModule() const noexcept {
+    return m_module.c_str();
+}
+
+std::size_t CSEException::GetOffset() const noexcept {
+    return m_offset;
 }
 
 } // namespace ZelWin32

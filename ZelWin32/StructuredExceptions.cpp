@@ -1,24 +1,20 @@
 #include "ZelWin32/StructuredExceptions.h"
 
-#include "ZelWin32/PEModule.h"
+#include "ZelWin32/PinnedModule.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <utility>
 
 extern "C" {
 
-EXCEPTION_DISPOSITION __gxx_personality_seh0(PEXCEPTION_RECORD, void*, PCONTEXT, PDISPATCHER_CONTEXT);
-EXCEPTION_DISPOSITION __gcc_personality_seh0(PEXCEPTION_RECORD, void*, PCONTEXT, PDISPATCHER_CONTEXT);
-
 void ZelRaiseTranslated();
-void ZelTranslateCurrent();
+[[noreturn]] void ZelThrowTranslated(ZelWin32::SETranslationScope* scope);
 }
 
-// The thread continues here after a fault, as if the faulting instruction had called it. A fault leaves the
-// stack aligned in any way, so the frame is addressed through rbp and the stack aligned by hand.
+// The thread continues here after a fault, as if the faulting instruction had called it with the scope in rcx. A fault
+// leaves the stack aligned in any way, so the frame is addressed through rbp and the stack aligned by hand.
 __asm__(".text\n"
         ".globl ZelRaiseTranslated\n"
         ".def ZelRaiseTranslated; .scl 2; .type 32; .endef\n"
@@ -31,7 +27,7 @@ __asm__(".text\n"
         "    .seh_endprologue\n"
         "    subq $32, %rsp\n"
         "    andq $-16, %rsp\n"
-        "    call ZelTranslateCurrent\n"
+        "    call ZelThrowTranslated\n"
         "    ud2\n"
         ".seh_endproc\n");
 
@@ -55,178 +51,261 @@ bool IsForeign(DWORD code) noexcept {
     return isForDebugger || std::find(std::begin(foreign), std::end(foreign), code) != std::end(foreign);
 }
 
-const void* GetHandlerChain() noexcept {
-    const void* chain = nullptr; // the first field of the thread's environment block
-    __asm__ volatile("movq %%gs:0, %0" : "=r"(chain));
-    return chain;
+const NT_TIB& GetThreadBlock() noexcept {
+    const NT_TIB* block = nullptr; // NtCurrentTeb makes the compiler warn of its own code
+    __asm__("movq %%gs:0x30, %0" : "=r"(block));
+    return *block;
 }
 
-/// Every module reaches the personality routines of the shared runtime through a jump of its own.
-std::uintptr_t FollowImportJump(std::uintptr_t address) noexcept {
-    const auto code = reinterpret_cast<const unsigned char*>(address);
-    if (code[0] == 0xFF && code[1] == 0x25) {
-        std::int32_t displacement = 0;
-        std::memcpy(&displacement, code + 2, sizeof(displacement));
-        std::memcpy(&address, code + 6 + displacement, sizeof(address));
+bool IsOnStack(DWORD64 address) noexcept {
+    const NT_TIB& block = GetThreadBlock();
+    return address >= reinterpret_cast<DWORD64>(block.StackLimit) &&
+           address <= reinterpret_cast<DWORD64>(block.StackBase) - sizeof(DWORD64);
+}
+
+/// What asking the handlers between a fault and the sentry came to.
+enum class Answer {
+    None,        ///< nobody handles it
+    Continue,    ///< a handler mended the fault: the thread goes on with the context
+    Unreachable, ///< the frames do not lead to the sentry; nor would a C++ exception get there
+};
+
+/// The search that the system would do, as far as the sentry: the same handlers, in the same order, with the same
+/// arguments. A handler that handles the exception unwinds the stack and does not return.
+class HandlerSearch {
+public:
+    HandlerSearch(EXCEPTION_POINTERS& pointers, const SETranslationScope& scope) noexcept
+        : m_record(*pointers.ExceptionRecord), m_fault(*pointers.ContextRecord), m_scope(scope),
+          m_walk(*pointers.ContextRecord), m_entry(GetThreadBlock().ExceptionList) {
+        m_walk.ContextFlags &= ~DWORD{0x40}; // the extended state lies after the original, and is not copied
     }
-    return address;
-}
 
-/// Frames of this compiler only release what they own and pass the exception on.
-bool IsOwnPersonality(const void* handler) noexcept {
-    const std::uintptr_t target = FollowImportJump(reinterpret_cast<std::uintptr_t>(handler));
-    return target == FollowImportJump(reinterpret_cast<std::uintptr_t>(&__gxx_personality_seh0)) ||
-           target == FollowImportJump(reinterpret_cast<std::uintptr_t>(&__gcc_personality_seh0));
-}
-
-/// Whether a frame between the fault and the sentry has a structured handler that must see the fault first.
-bool HasGuardedFrame(const CONTEXT& fault, const SETranslationScope& scope) noexcept {
-    CONTEXT context = fault;
-    while (context.Rip != 0 && context.Rsp < reinterpret_cast<DWORD64>(scope.stackTop)) {
-        DWORD64 base = 0;
-        const auto function = ::RtlLookupFunctionEntry(context.Rip, &base, nullptr);
-        if (function == nullptr) { // a leaf: nothing but its return address on the stack
-            context.Rip = *reinterpret_cast<const DWORD64*>(context.Rsp);
-            context.Rsp += sizeof(DWORD64);
-            continue;
+    Answer Run() {
+        while (m_walk.Rsp < reinterpret_cast<DWORD64>(m_scope.stackTop)) {
+            if (!IsOnStack(m_walk.Rsp)) {
+                return Answer::Unreachable;
+            }
+            const DWORD64 before = m_walk.Rsp;
+            Unwind();
+            const Answer answer = m_dispatch.LanguageHandler != nullptr ? AskFrame() : AskEntries();
+            if (answer != Answer::None) {
+                return answer;
+            }
+            if (m_walk.Rsp <= before) { // frames lie in order, or somebody has damaged the stack
+                return Answer::Unreachable;
+            }
         }
-        void* data = nullptr;
-        DWORD64 frame = 0;
-        const auto handler =
-            ::RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, context.Rip, function, &context, &data, &frame, nullptr);
-        if (handler != nullptr && !IsOwnPersonality(reinterpret_cast<const void*>(handler))) {
-            return true;
+        return Answer::None;
+    }
+
+private:
+    void Unwind() noexcept {
+        m_dispatch = {};
+        m_dispatch.ControlPc = m_walk.Rip;
+        m_dispatch.ContextRecord = &m_walk;
+        m_dispatch.HistoryTable = &m_history;
+        m_dispatch.FunctionEntry = ::RtlLookupFunctionEntry(m_walk.Rip, &m_dispatch.ImageBase, nullptr);
+        if (m_dispatch.FunctionEntry == nullptr) { // a leaf, or a call through a bad pointer: only a return address
+            m_walk.Rip = *reinterpret_cast<const DWORD64*>(m_walk.Rsp);
+            m_walk.Rsp += sizeof(DWORD64);
+            return;
+        }
+        m_dispatch.LanguageHandler =
+            ::RtlVirtualUnwind(UNW_FLAG_EHANDLER, m_dispatch.ImageBase, m_walk.Rip, m_dispatch.FunctionEntry, &m_walk,
+                               &m_dispatch.HandlerData, &m_dispatch.EstablisherFrame, nullptr);
+    }
+
+    Answer AskFrame() {
+        for (;;) {
+            switch (Judge(m_dispatch.LanguageHandler(&m_record, reinterpret_cast<void*>(m_dispatch.EstablisherFrame),
+                                                     &m_fault, &m_dispatch))) {
+            case ExceptionContinueSearch:
+                return Answer::None;
+            case ExceptionContinueExecution:
+                return Answer::Continue;
+            case ExceptionCollidedUnwind: // the fault happened while another exception unwound this frame: go on there
+                ::RtlVirtualUnwind(UNW_FLAG_NHANDLER, m_dispatch.ImageBase, m_dispatch.ControlPc,
+                                   m_dispatch.FunctionEntry, &m_walk, &m_dispatch.HandlerData,
+                                   &m_dispatch.EstablisherFrame, nullptr);
+                m_dispatch.ContextRecord = &m_walk;
+                continue;
+            default:
+                return Answer::Unreachable;
+            }
         }
     }
-    return false;
+
+    /// Wine keeps its guards in the list of handlers that 32-bit programs have; elsewhere it is empty.
+    Answer AskEntries() {
+        while (m_entry != m_scope.handlerChain && IsOnStack(reinterpret_cast<DWORD64>(m_entry)) &&
+               reinterpret_cast<DWORD64>(m_entry) < m_walk.Rsp) {
+            m_dispatch.EstablisherFrame = reinterpret_cast<DWORD64>(m_entry);
+            const auto handler = reinterpret_cast<PEXCEPTION_ROUTINE>(m_entry->Handler);
+            switch (Judge(handler(&m_record, m_entry, &m_fault, &m_dispatch))) {
+            case ExceptionContinueSearch:
+                m_entry = m_entry->Next;
+                break;
+            case ExceptionContinueExecution:
+                return Answer::Continue;
+            default:
+                return Answer::Unreachable;
+            }
+        }
+        return Answer::None;
+    }
+
+    EXCEPTION_DISPOSITION Judge(EXCEPTION_DISPOSITION disposition) noexcept {
+        if (disposition == ExceptionNestedException) {
+            m_record.ExceptionFlags |= 0x10; // EXCEPTION_NESTED_CALL
+            return ExceptionContinueSearch;
+        }
+        return disposition;
+    }
+
+    EXCEPTION_RECORD& m_record;
+    CONTEXT& m_fault;
+    const SETranslationScope& m_scope;
+    CONTEXT m_walk;
+    EXCEPTION_REGISTRATION_RECORD* m_entry;
+    UNWIND_HISTORY_TABLE m_history{};
+    DISPATCHER_CONTEXT m_dispatch{};
+};
+
+DWORD g_slot = FLS_OUT_OF_INDEXES;
+
+/// The innermost scope that the fault lies in. Left out are scopes whose translator runs, and such as were left
+/// without their destructor, by longjmp for example.
+SETranslationScope* FindScope(DWORD64 stackPointer) noexcept {
+    const auto isBelow = [&](const void* address) { return stackPointer < reinterpret_cast<DWORD64>(address); };
+    auto scope = static_cast<SETranslationScope*>(::FlsGetValue(g_slot));
+    while (scope != nullptr && (isBelow(scope->running) || !isBelow(scope->stackTop))) {
+        scope = scope->previous;
+    }
+    return scope;
 }
 
-/// Under Wine the system's own guards are entries of the thread's handler list, elsewhere frames with a handler.
-bool IsGuarded(const CONTEXT& fault, const SETranslationScope& scope) noexcept {
-    return GetHandlerChain() != scope.handlerChain || HasGuardedFrame(fault, scope);
-}
-
-DWORD g_slot = TLS_OUT_OF_INDEXES;
-PVOID g_handler = nullptr;
-
-void Redirect(CONTEXT& context) noexcept {
-    // The unwinder looks up one byte before a return address: the faulting instruction itself.
-    context.Rsp -= sizeof(DWORD64);
-    *reinterpret_cast<DWORD64*>(context.Rsp) = context.Rip + 1;
-    context.Rip = reinterpret_cast<DWORD64>(&ZelRaiseTranslated);
-    constexpr DWORD directionAlignmentAndTrap = 0x400 | 0x40000 | 0x100;
-    context.EFlags &= ~directionAlignmentAndTrap;
-}
-
-/// A code raised by a call of RaiseException cannot be raised again by running the instruction once more.
+/// A code raised by a call is not raised again by running an instruction once more.
 bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
-    const void* module = CPEModule::GetModuleHandleOf(record.ExceptionAddress);
-    return module != nullptr && (module == ::GetModuleHandleW(L"kernelbase") ||
-                                 module == ::GetModuleHandleW(L"kernel32") || module == ::GetModuleHandleW(L"ntdll"));
+    const auto function = [](DWORD64 address) -> const void* {
+        DWORD64 base = 0;
+        return ::RtlLookupFunctionEntry(address, &base, nullptr);
+    };
+    const void* const own = function(reinterpret_cast<DWORD64>(record.ExceptionAddress));
+    const auto isOf = [&](const wchar_t* module, const char* name) {
+        const HMODULE handle = ::GetModuleHandleW(module);
+        const FARPROC raise = handle != nullptr ? ::GetProcAddress(handle, name) : nullptr;
+        return raise != nullptr && own != nullptr && own == function(reinterpret_cast<DWORD64>(raise));
+    };
+    constexpr DWORD severity = 0xF0000000; // the processor's faults are the system's errors and warnings
+    const bool isOfProcessor =
+        (record.ExceptionCode & severity) == 0xC0000000 || (record.ExceptionCode & severity) == 0x80000000;
+    return !isOfProcessor || isOf(L"kernelbase", "RaiseException") || isOf(L"ntdll", "RtlRaiseException");
 }
 
-/// Whether the exception is the one that was let go: raised again by the same kind of call, or by the same instruction
-/// with the same registers, which is what running it once more gives.
-bool IsResumed(const EXCEPTION_POINTERS& pointers, const SETranslationScope& scope) noexcept {
+/// Whether the exception is the one that was let go: the same instruction with the same registers.
+bool IsDeclined(const EXCEPTION_POINTERS& pointers, const SETranslationScope& scope) noexcept {
     const EXCEPTION_RECORD &now = *pointers.ExceptionRecord, &then = scope.record;
     const DWORD64 *const first = &pointers.ContextRecord->Rax, *const last = &pointers.ContextRecord->Rip;
     return now.ExceptionCode == then.ExceptionCode && now.NumberParameters == then.NumberParameters &&
            std::equal(now.ExceptionInformation, now.ExceptionInformation + now.NumberParameters,
                       then.ExceptionInformation) &&
-           (WasRaisedByCall(then) || std::equal(first, last + 1, &scope.context.Rax));
+           std::equal(first, last + 1, &scope.context.Rax);
 }
 
-LONG Dispatch(EXCEPTION_POINTERS& pointers) noexcept {
-    const auto scope = static_cast<SETranslationScope*>(::TlsGetValue(g_slot));
-    const DWORD code = pointers.ExceptionRecord->ExceptionCode;
-    if (scope == nullptr || IsForeign(code)) {
+void Redirect(CONTEXT& context, SETranslationScope& scope) noexcept {
+    // The unwinder looks up one byte before a return address: the faulting instruction itself.
+    context.Rsp -= sizeof(DWORD64);
+    *reinterpret_cast<DWORD64*>(context.Rsp) = context.Rip + 1;
+    context.Rip = reinterpret_cast<DWORD64>(&ZelRaiseTranslated);
+    context.Rcx = reinterpret_cast<DWORD64>(&scope);
+    constexpr DWORD directionAlignmentAndTrap = 0x400 | 0x40000 | 0x100;
+    context.EFlags &= ~directionAlignmentAndTrap;
+}
+
+/// Runs the translator on the stack of the fault, with the system's own records. What it throws is kept, and thrown
+/// where the fault happened; when it returns, it has mended the fault or declined it.
+LONG Translate(EXCEPTION_POINTERS& pointers, SETranslationScope& scope) {
+    const int mark = 0;
+    scope.running = &mark;
+    try {
+        scope.translator(pointers.ExceptionRecord->ExceptionCode, &pointers);
+    } catch (...) {
+        scope.thrown = std::current_exception();
+    }
+    scope.running = nullptr;
+    if (scope.thrown != nullptr) {
+        Redirect(*pointers.ContextRecord, scope);
+        return EXCEPTION_CONTINUE_EXECUTION;
+    }
+    if (WasRaisedByCall(*pointers.ExceptionRecord)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    if (std::exchange(scope->searching, false) && IsResumed(pointers, *scope)) {
-        return EXCEPTION_CONTINUE_SEARCH;
-    }
-    // The RPC runtime raises its codes inside a frame that it guards itself.
-    if (!IsRpcStatus(code) && IsGuarded(*pointers.ContextRecord, *scope)) {
-        return EXCEPTION_CONTINUE_SEARCH;
-    }
-    scope->record = *pointers.ExceptionRecord;
-    scope->context = *pointers.ContextRecord;
-    // What is copied ends with the fixed part of the context; the extended state lies behind the original.
-    constexpr DWORD extendedState = 0x40;
-    scope->context.ContextFlags &= ~extendedState;
-    Redirect(*pointers.ContextRecord);
+    // The instruction runs once more, with all registers as they were. Whether the fault is mended shows then.
+    scope.record = *pointers.ExceptionRecord;
+    scope.context = *pointers.ContextRecord;
+    scope.declined = true;
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) noexcept {
+LONG Dispatch(EXCEPTION_POINTERS& pointers) {
+    if (IsForeign(pointers.ExceptionRecord->ExceptionCode)) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    SETranslationScope* const scope = FindScope(pointers.ContextRecord->Rsp);
+    if (scope == nullptr || (std::exchange(scope->declined, false) && IsDeclined(pointers, *scope))) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    switch (HandlerSearch(pointers, *scope).Run()) {
+    case Answer::None:
+        return Translate(pointers, *scope);
+    case Answer::Continue: // where that is not allowed, the system says so when it comes to the same handler
+        return (pointers.ExceptionRecord->ExceptionFlags & EXCEPTION_NONCONTINUABLE) != 0
+                   ? EXCEPTION_CONTINUE_SEARCH
+                   : EXCEPTION_CONTINUE_EXECUTION;
+    default:
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+}
+
+LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
     const DWORD lastError = ::GetLastError();
     const LONG result = Dispatch(*pointers);
     ::SetLastError(lastError);
     return result;
 }
 
-/// The handler and its slot exist from the first sentry until the library is unloaded.
-struct Registration {
-    bool done = false;
-
-    Registration() noexcept {
-        g_slot = ::TlsAlloc();
-        if (g_slot != TLS_OUT_OF_INDEXES) {
-            g_handler = ::AddVectoredExceptionHandler(1, &OnException);
-            done = g_handler != nullptr;
-        }
+/// From the first sentry until the process ends: another thread may be inside the handler at any time.
+bool Register() noexcept {
+    if (!PinOwnModule()) {
+        return false;
     }
-    ~Registration() {
-        if (g_handler != nullptr) {
-            ::RemoveVectoredExceptionHandler(g_handler);
-        }
-        if (g_slot != TLS_OUT_OF_INDEXES) {
-            ::TlsFree(g_slot);
-        }
-    }
-};
-
-/// Lets the search for a handler go on as if nobody had looked.
-void Resume(SETranslationScope& scope, const EXCEPTION_RECORD& record, CONTEXT& context) {
-    scope.record = record; // what comes next, unless the translator has mended the fault
-    scope.context = context;
-    scope.searching = true;
-    if (WasRaisedByCall(record)) {
-        ::RaiseException(record.ExceptionCode, record.ExceptionFlags & EXCEPTION_NONCONTINUABLE,
-                         record.NumberParameters, record.ExceptionInformation);
-    }
-    ::RtlRestoreContext(&context, nullptr);
+    g_slot = ::FlsAlloc(nullptr);
+    // The last one: handlers that were there first, which commit memory on demand for example, are asked first.
+    return g_slot != FLS_OUT_OF_INDEXES && ::AddVectoredExceptionHandler(0, &OnException) != nullptr;
 }
 
 } // namespace
 
 bool EnterSETranslation(SETranslationScope& scope, void(__cdecl* translator)(unsigned int, EXCEPTION_POINTERS*),
                         const void* stackTop) noexcept {
-    static const Registration registration;
-    if (!registration.done) {
+    static const bool registered = Register();
+    if (!registered) {
         ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return false;
     }
     scope.translator = translator;
-    scope.previous = static_cast<SETranslationScope*>(::TlsGetValue(g_slot));
+    scope.previous = static_cast<SETranslationScope*>(::FlsGetValue(g_slot));
     scope.stackTop = stackTop;
-    scope.handlerChain = GetHandlerChain();
-    return ::TlsSetValue(g_slot, &scope) != FALSE;
+    scope.handlerChain = GetThreadBlock().ExceptionList;
+    return ::FlsSetValue(g_slot, &scope) != FALSE;
 }
 
 void LeaveSETranslation(SETranslationScope& scope) noexcept {
-    ::TlsSetValue(g_slot, scope.previous);
+    ::FlsSetValue(g_slot, scope.previous);
 }
 
 } // namespace ZelWin32
 
-void ZelTranslateCurrent() {
-    using namespace ZelWin32;
-    auto& scope = *static_cast<SETranslationScope*>(::TlsGetValue(g_slot));
-    // Copies: another exception inside the translator takes the place of this one in the scope.
-    EXCEPTION_RECORD record = scope.record;
-    CONTEXT context = scope.context;
-    EXCEPTION_POINTERS pointers = {&record, &context};
-    scope.translator(record.ExceptionCode, &pointers);
-    Resume(scope, record, context);
+void ZelThrowTranslated(ZelWin32::SETranslationScope* scope) {
+    std::rethrow_exception(std::exchange(scope->thrown, nullptr));
 }

@@ -3,6 +3,7 @@
 #include "ZelCore/Threading/IOCOmpletionCallback.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/LastError.h"
+#include "ZelWin32/PinnedModule.h"
 #include "ZelWin32/Windows.h"
 
 namespace ZelCore::Threading {
@@ -27,6 +28,11 @@ void CALLBACK OnCompletion(DWORD error, DWORD bytesTransferred, OVERLAPPED* over
 } // namespace
 
 void CThreadPool::BindHandle(void* handle) {
+    static const bool pinned = ZelWin32::PinOwnModule(); // the pool's threads run OnCompletion whenever they get to it
+    if (!pinned) {
+        // Unreached: the library's own address is always that of a loaded module.
+        ZelWin32::ThrowLastError(ZEL_SITE(L"ZelCore::Threading::CThreadPool::BindHandle"));
+    }
     ::SetLastError(ERROR_SUCCESS);
     if (!::BindIoCompletionCallback(handle, &OnCompletion, 0)) {
         ZelWin32::ThrowLastError(ZEL_SITE(L"ZelCore::Threading::CThreadPool::BindHandle"), ERROR_INVALID_PARAMETER);
