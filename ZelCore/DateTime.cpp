@@ -4,7 +4,9 @@
 #include "ZelCore/Arguments.h"
 #include "ZelCore/Calendar.h"
 #include "ZelCore/DateTimeParser.h"
+#include "ZelCore/FormatException.h"
 #include "ZelCore/NotImplementedException.h"
+#include "ZelCore/String.h"
 #include "ZelCore/TextWriter.h"
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/LastError.h"
@@ -200,6 +202,27 @@ int GetLocalOffset(const CDateTime& value) {
     const CDateTime local(localTime, DateTimeKind::Local);
     return static_cast<int>((local.GetTicks() - CDateTime(universalTime, DateTimeKind::Utc).GetTicks()) /
                             TicksPerMinute);
+}
+
+void ThrowBadDateTimeFormat() {
+    // Site: thrown on behalf of the method.
+    throw CArgumentException(L"format", nullptr, ZEL_SITE(L"ZelCore::CDateTime::ParseExact"));
+}
+
+CDateTime CDateTime::ParseExact(const wchar_t* value, const wchar_t* format, unsigned long locale) {
+    const wchar_t* const method = L"ZelCore::CDateTime::ParseExact";
+    CheckNotNull(value, L"value", ZEL_SITE(method));
+    CheckNotNull(format, L"format", ZEL_SITE(method));
+    if (*format == L'\0') {
+        ThrowBadDateTimeFormat();
+    }
+    const auto result = ParseDateTime(value, format, locale);
+    if (!result) {
+        throw CFormatException(
+            CString::Format(L"The text '%s' is no date-time of the format '%s'", value, format).c_str(),
+            ZEL_SITE(method));
+    }
+    return *result;
 }
 
 constinit const CDateTime CDateTime::MinValue(0, DateTimeKind::Unspecified);

@@ -1,9 +1,6 @@
 #include "ZelCore/DateTimeParser.h"
 
-#include "ZelCore/Arguments.h"
-#include "ZelCore/FormatException.h"
-#include "ZelCore/String.h"
-#include "ZelCore/ThrowSite.h"
+#include "ZelCore/Exception.h"
 #include "ZelWin32/Windows.h"
 
 #include <optional>
@@ -21,11 +18,6 @@ const wchar_t* const RoundTripPattern = L"yyyy-MM-ddTHH:mm:ss.fffffff";
 
 bool IsDigit(wchar_t c) {
     return c >= L'0' && c <= L'9';
-}
-
-[[noreturn]] void ThrowBadFormat() {
-    // Site: thrown on behalf of the method.
-    throw CArgumentException(L"format", nullptr, ZEL_SITE(L"ZelCore::CDateTime::ParseExact"));
 }
 
 std::wstring GetLocaleText(LCID locale, LCTYPE type) {
@@ -275,7 +267,7 @@ bool Parser::Match(std::wstring_view pattern) {
             const std::size_t begin = i++;
             for (;; ++i) {
                 if (i == pattern.size()) {
-                    ThrowBadFormat();
+                    ThrowBadDateTimeFormat();
                 }
                 if (pattern[i] == c && (i + 1 == pattern.size() || pattern[i + 1] != c)) {
                     break;
@@ -289,13 +281,13 @@ bool Parser::Match(std::wstring_view pattern) {
             ++i;
         } else if (c == L'\\') {
             if (i + 1 == pattern.size()) {
-                ThrowBadFormat();
+                ThrowBadDateTimeFormat();
             }
             matches = matches && MatchLiteral(pattern[i + 1]);
             i += 2;
         } else if (c == L'%') {
             if (i + 1 == pattern.size() || pattern[i + 1] == L'%') {
-                ThrowBadFormat();
+                ThrowBadDateTimeFormat();
             }
             ++i;
         } else if (letters.find(c) != std::wstring_view::npos) {
@@ -303,7 +295,7 @@ bool Parser::Match(std::wstring_view pattern) {
             const auto count = static_cast<int>(end - i);
             constexpr int yearDigits = 5;
             if (((c == L'f' || c == L'F') && count > FractionDigits) || (c == L'y' && count > yearDigits)) {
-                ThrowBadFormat();
+                ThrowBadDateTimeFormat();
             }
             matches = matches && MatchRun(c, count);
             i = end;
@@ -359,14 +351,15 @@ std::optional<CDateTime> Parser::GetResult() const {
     if (!m_offset) {
         return CDateTime(ticks, DateTimeKind::Unspecified);
     }
-    const CDateTime universal(ticks - *m_offset * CTimeSpan::TicksPerMinute, DateTimeKind::Utc);
-    if (universal < CDateTime::MinValue || universal > CDateTime::MaxValue) {
-        return {};
-    }
-    // What was written as local time keeps its fields, also where the zone's offset has changed between then and now.
+    // What was written as local time keeps its fields, also where the zone's offset has changed between then and now,
+    // and where universal time lies outside of the calendar.
     const CDateTime local(ticks, DateTimeKind::Local);
     if (GetLocalOffset(local) == *m_offset) {
         return local;
+    }
+    const CDateTime universal(ticks - *m_offset * CTimeSpan::TicksPerMinute, DateTimeKind::Utc);
+    if (universal < CDateTime::MinValue || universal > CDateTime::MaxValue) {
+        return {};
     }
     const CDateTime converted = universal.ToLocalTime();
     if (converted < CDateTime::MinValue || converted > CDateTime::MaxValue) {
@@ -429,27 +422,14 @@ std::optional<CDateTime> ParseByLetter(std::wstring_view text, wchar_t letter, L
     case L'u':
         return TryPattern(text, UniversalPattern, Invariant, true);
     default:
-        ThrowBadFormat();
+        ThrowBadDateTimeFormat();
     }
 }
 
 } // namespace
 
-CDateTime CDateTime::ParseExact(const wchar_t* value, const wchar_t* format, unsigned long locale) {
-    const wchar_t* const method = L"ZelCore::CDateTime::ParseExact";
-    CheckNotNull(value, L"value", ZEL_SITE(method));
-    CheckNotNull(format, L"format", ZEL_SITE(method));
-    if (*format == L'\0') {
-        ThrowBadFormat();
-    }
-    const auto result =
-        format[1] == L'\0' ? ParseByLetter(value, *format, locale) : TryPattern(value, format, locale, false);
-    if (!result) {
-        throw CFormatException(
-            CString::Format(L"The text '%s' is no date-time of the format '%s'", value, format).c_str(),
-            ZEL_SITE(method));
-    }
-    return *result;
+std::optional<CDateTime> ParseDateTime(std::wstring_view text, std::wstring_view format, unsigned long locale) {
+    return format.size() == 1 ? ParseByLetter(text, format.front(), locale) : TryPattern(text, format, locale, false);
 }
 
 bool CDateTime::TryParse(const std::wstring& value, CDateTime& result) noexcept {

@@ -205,8 +205,7 @@ CTimeSpan CDuration::ToTimeSpan(const CDateTime& start) const {
     add(L"hours", m_hours, CTimeSpan::TicksPerHour, std::to_wstring(m_hours));
     add(L"minutes", m_minutes, CTimeSpan::TicksPerMinute, std::to_wstring(m_minutes));
     constexpr double countable = 9.2e18; // below 64 bits, which doubles only come near to
-    constexpr double roundingUp = 1 + 2 * std::numeric_limits<double>::epsilon(); // 1.001 is a little less than it says
-    const double milliseconds = m_seconds * 1000 * roundingUp;
+    const double milliseconds = m_seconds * 1000;
     if (!(milliseconds < countable)) {
         throw CArgumentOutOfRangeException(L"seconds", FormatSeconds(m_seconds).c_str(), nullptr, ZEL_SITE(method));
     }

@@ -44,9 +44,11 @@ public:
     }
     ///@}
 
-    /// The length of the duration from now (UTC), or from a start: years and months by the calendar, the rest added;
-    /// below a millisecond it is cut off. Throws CArgumentOutOfRangeException: for "months" where years and months lead
-    /// beyond the years of CDateTime, for a smaller component, or "ticks", beyond 64 bits of ticks.
+    /// The length of the duration from now (UTC), or from a start: years and months by the calendar, the rest added.
+    /// Seconds count as whole milliseconds: a thousand times their number, truncated. Numbers that binary fractions
+    /// only come near to may thus lose one: 1.001 seconds count 1000 milliseconds. Throws CArgumentOutOfRangeException:
+    /// for "months" where years and months lead beyond the years of CDateTime, for a smaller component, or "ticks",
+    /// beyond 64 bits of ticks.
     ///@{
     CTimeSpan ToTimeSpan() const;
     CTimeSpan ToTimeSpan(const CDateTime& start) const;

@@ -20,8 +20,6 @@ namespace ZelCore {
 /// Threads: an object is read by one thread at a time; the texts are composed on first request.
 class ZELCORE_API CException {
 public:
-    /// Copies code and texts. Of an object of a derived class it copies the base alone: Clone copies it whole.
-    CException(const CException&);
     CException& operator=(const CException&) = delete;
     /// Pointers to the texts end with the object.
     virtual ~CException();
@@ -55,6 +53,10 @@ public:
     int GetSourceLine() const noexcept;
 
 protected:
+    /// Copies code and texts; for derived classes, since a copy of the base alone would lose the rest. Clone copies an
+    /// object whole.
+    CException(const CException&);
+
     /// \param error   the numeric code of the failure: an HRESULT or the system's code
     /// \param message what failed
     /// \param method, file, line  the throw site, see ZEL_SITE; of the file only the last component is kept

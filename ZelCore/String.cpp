@@ -45,11 +45,62 @@ std::wstring FormatVInternal(const wchar_t* format, va_list arguments, Count cou
     return text;
 }
 
+using InvalidParameterHandler = void(__cdecl*)(const wchar_t*, const wchar_t*, const wchar_t*, unsigned,
+                                               std::uintptr_t);
+
+void __cdecl IgnoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, std::uintptr_t) {}
+
+constexpr unsigned long long LegacyWideSpecifiers = 4, ThreeDigitExponents = 0x10;
+
+#ifdef _UCRT
+
+/// Without a handler this runtime ends the process when a format is malformed.
+struct ToleratesInvalidParameters {
+    InvalidParameterHandler previous = ::_set_thread_local_invalid_parameter_handler(&IgnoreInvalidParameter);
+    ~ToleratesInvalidParameters() {
+        ::_set_thread_local_invalid_parameter_handler(previous);
+    }
+};
+
+/// The same text as from the older runtime, which writes exponents of three digits.
+int CountText(const wchar_t* format, va_list arguments) {
+    const ToleratesInvalidParameters tolerant;
+    constexpr unsigned long long countsBeyondTheEnd = 2;
+    return ::__stdio_common_vswprintf(LegacyWideSpecifiers | ThreeDigitExponents | countsBeyondTheEnd, nullptr, 0,
+                                      format, nullptr, arguments);
+}
+int FillText(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list arguments) {
+    const ToleratesInvalidParameters tolerant;
+    return ::__stdio_common_vsnwprintf_s(LegacyWideSpecifiers | ThreeDigitExponents, buffer, size, size - 1, format,
+                                         nullptr, arguments);
+}
+
+#else
+
+int CountText(const wchar_t* format, va_list arguments) {
+    return ::_vscwprintf(format, arguments);
+}
+int FillText(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list arguments) {
+    return ::_vsnwprintf_s(buffer, size, size - 1, format, arguments);
+}
+
+#endif
+
+/// The system's own copy: a name alone would also be looked for in the program's folder.
+HMODULE LoadSystemLibrary(const wchar_t* name) {
+    wchar_t path[MAX_PATH];
+    const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
+    if (length == 0 || length >= MAX_PATH) {
+        return nullptr;
+    }
+    return ::LoadLibraryExW((path + (L'\\' + std::wstring(name))).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+}
+
 /// The runtime's printf with numbered arguments. No import library of this compiler carries it.
 class PositionalPrintf {
 public:
     PositionalPrintf() {
-        const HMODULE runtime = ::LoadLibraryW(L"ucrtbase.dll");
+        const HMODULE runtime = LoadSystemLibrary(L"ucrtbase.dll");
         // Unreached: every supported system has this runtime.
         CheckWin32(runtime != nullptr, ZEL_SITE(L"`anonymous-namespace'::PositionalPrintf::PositionalPrintf"));
         m_print =
@@ -62,10 +113,10 @@ public:
 
     int operator()(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list arguments) const {
         // Without a handler that runtime ends the process when a format is malformed.
-        const Handler previous = m_setHandler != nullptr ? m_setHandler(&IgnoreInvalidParameter) : nullptr;
-        constexpr unsigned long long legacyWideSpecifiers = 4, threeDigitExponents = 0x10;
+        const InvalidParameterHandler previous =
+            m_setHandler != nullptr ? m_setHandler(&IgnoreInvalidParameter) : nullptr;
         const int result =
-            m_print(legacyWideSpecifiers | threeDigitExponents, buffer, size, format, nullptr, arguments);
+            m_print(LegacyWideSpecifiers | ThreeDigitExponents, buffer, size, format, nullptr, arguments);
         if (m_setHandler != nullptr) {
             m_setHandler(previous);
         }
@@ -74,11 +125,7 @@ public:
 
 private:
     using Print = int(__cdecl*)(unsigned long long, wchar_t*, std::size_t, const wchar_t*, void*, va_list);
-    using Handler = void(__cdecl*)(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, std::uintptr_t);
-    using SetHandler = Handler(__cdecl*)(Handler);
-
-    static void __cdecl IgnoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned,
-                                               std::uintptr_t) {}
+    using SetHandler = InvalidParameterHandler(__cdecl*)(InvalidParameterHandler);
 
     Print m_print = nullptr;
     SetHandler m_setHandler = nullptr;
@@ -108,11 +155,7 @@ std::wstring CString::Format(const wchar_t* format, ...) {
 
 std::wstring CString::FormatV(const wchar_t* format, va_list arguments) {
     CheckNotNull(format, L"format", ZEL_SITE(L"ZelCore::CString::FormatV"));
-    return FormatVInternal(
-        format, arguments, [](const wchar_t* f, va_list a) { return ::_vscwprintf(f, a); },
-        [](wchar_t* buffer, std::size_t size, const wchar_t* f, va_list a) {
-            return ::_vsnwprintf_s(buffer, size, size - 1, f, a);
-        });
+    return FormatVInternal(format, arguments, &CountText, &FillText);
 }
 
 std::wstring CString::FormatPositional(const wchar_t* format, ...) {
@@ -138,7 +181,7 @@ int CString::Compare(const wchar_t* a, const wchar_t* b, StringComparison compar
         const wchar_t left = ignoreCase ? FoldCase(*a) : *a;
         const wchar_t right = ignoreCase ? FoldCase(*b) : *b;
         if (left != right) {
-            return left < right ? -1 : 1;
+            return ignoreCase ? left - right : left < right ? -1 : 1;
         }
         if (left == L'\0') {
             return 0;

@@ -39,7 +39,8 @@ public:
     ///@}
 
     /// Negative, zero or positive as `a` sorts before, with or after `b`. OrdinalIgnoreCase folds the letters
-    /// A to Z to lower case and no others, whatever the locale of the program.
+    /// A to Z to lower case and no others, whatever the locale of the program, and returns the difference of the first
+    /// two characters that differ; any other comparison returns -1 or 1.
     static int Compare(const wchar_t* a, const wchar_t* b, StringComparison comparison);
 
     /// A copy without the characters of `chars` at both ends, or at the start or the end alone. Empty `chars` remove
@@ -64,7 +65,7 @@ public:
     ///
     /// A value that starts with a zero gives the empty string. Characters that the code page lacks, and
     /// surrogates without their partner, become its replacement character. Throws CWin32Exception for an
-    /// unknown code page, or for a length of 0.
+    /// unknown code page, and error 87 for a length of 0. The first character is read also when the length is 0.
     static std::string ToMultiByte(const wchar_t* value, int length, unsigned codePage);
 
     /// Converts from a code page to UTF-16; the same rules as ToMultiByte, with the length in bytes. Bytes that mean

@@ -33,14 +33,14 @@ public:
     ///
     /// A function unwinds from a fault in its own instructions only if it was compiled with -fnon-call-exceptions;
     /// codes raised by functions that it calls need nothing. A fault inside a function that the compiler holds for one
-    /// that cannot throw, such as strlen, memcpy or anything noexcept, ends the process with std::terminate: its callers
-    /// have no unwinding for that call.
+    /// that cannot throw, such as strlen, memcpy or anything noexcept, ends the process with std::terminate: its
+    /// callers have no unwinding for that call.
     ///
     /// The first sentry of a process keeps the library loaded until the process ends.
     ///
     /// Threads: create it on the thread whose exceptions it is to translate, on the stack, and destroy it there
-    /// in reverse order of creation. Fibers: a sentry belongs to the fiber that created it. Code built for the C runtime's
-    /// own translator, which belongs to the thread, has the one that was installed last.
+    /// in reverse order of creation. Fibers: a sentry belongs to the fiber that created it. Code built for the C
+    /// runtime's own translator, which belongs to the thread, has the one that was installed last.
     class ZELCORE_API CSETranslatorSentry {
     public:
         /// Throws a C++ exception for a structured one, which then leaves from the place of the fault. If it returns,

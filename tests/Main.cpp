@@ -39,7 +39,8 @@ int main(int argc, char** argv) {
     }
     const int failed = RUN_ALL_TESTS();
     if (argc > 1 && std::string_view(argv[1]) == "--child") {
-        return failed == 0 && ::testing::UnitTest::GetInstance()->successful_test_count() == 1 ? ZelTest::ChildPassed : 1;
+        return failed == 0 && ::testing::UnitTest::GetInstance()->successful_test_count() == 1 ? ZelTest::ChildPassed
+                                                                                               : 1;
     }
     return failed;
 }

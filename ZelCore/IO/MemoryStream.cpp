@@ -6,11 +6,23 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace ZelCore::IO {
 
 CMemoryStream::CMemoryStream() noexcept
     : m_capabilities(StreamCapabilities::CanRead | StreamCapabilities::CanSeek), m_position(0) {}
+
+CMemoryStream::CMemoryStream(CMemoryStream&& other) noexcept
+    : m_capabilities(std::exchange(other.m_capabilities, StreamCapabilities::None)), m_position(other.m_position) {}
+
+CMemoryStream& CMemoryStream::operator=(CMemoryStream&& other) noexcept {
+    if (this != &other) {
+        m_capabilities = std::exchange(other.m_capabilities, StreamCapabilities::None);
+        m_position = other.m_position;
+    }
+    return *this;
+}
 
 CMemoryStream::~CMemoryStream() = default;
 

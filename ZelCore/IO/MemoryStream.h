@@ -37,6 +37,11 @@ public:
 protected:
     /// Open, at position 0.
     CMemoryStream() noexcept;
+    /// Take over the position; the source is left closed.
+    ///@{
+    CMemoryStream(CMemoryStream&& other) noexcept;
+    CMemoryStream& operator=(CMemoryStream&& other) noexcept;
+    ///@}
 
     /// The first byte of the data, of which GetLength tells the size; not asked for data of size 0.
     virtual const unsigned char* GetData() const = 0;

@@ -12,6 +12,10 @@ CReadOnlyRefMemoryStream::CReadOnlyRefMemoryStream(const unsigned char* buffer, 
     }
 }
 
+CReadOnlyRefMemoryStream::CReadOnlyRefMemoryStream(CReadOnlyRefMemoryStream&&) noexcept = default;
+
+CReadOnlyRefMemoryStream& CReadOnlyRefMemoryStream::operator=(CReadOnlyRefMemoryStream&&) noexcept = default;
+
 CReadOnlyRefMemoryStream::~CReadOnlyRefMemoryStream() = default;
 
 std::int64_t CReadOnlyRefMemoryStream::GetLength() const {

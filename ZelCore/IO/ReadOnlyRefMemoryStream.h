@@ -10,6 +10,11 @@ public:
     /// \param buffer     borrowed; null only for a size of 0, otherwise CArgumentException for "bufferSize"
     /// \param bufferSize in bytes; 0 makes an empty stream
     CReadOnlyRefMemoryStream(const unsigned char* buffer, std::size_t bufferSize);
+    /// Take over buffer and position; the source is left closed.
+    ///@{
+    CReadOnlyRefMemoryStream(CReadOnlyRefMemoryStream&& other) noexcept;
+    CReadOnlyRefMemoryStream& operator=(CReadOnlyRefMemoryStream&& other) noexcept;
+    ///@}
     ~CReadOnlyRefMemoryStream() override;
 
     /// The size of the buffer, also after Close.

@@ -187,25 +187,30 @@ TEST(DateTime, ReadsPatterns) {
         EXPECT_EQ(Show(CDateTime::ParseExact(text.c_str(), format.c_str(), English)), value);
     }
     for (const wchar_t* row :
-         {L"Friday 09 february 1999x | dddd dd MMMM yyyy'x'", // no Friday
-          L"12345 | yyyyy",                                   // beyond the calendar
-          L"2024 Z +02:00 | yyyy K zzz", L"2024-02-09 2023 | yyyy-MM-dd yyyy", L"24:00 | HH:mm", L"13 PM | hh tt",
-          L"15 AM | HH tt", L" 12 | HH", L"12  | HH", L"1 | HH", L"x | z", L"+15 | zz"}) {
-        const auto [text, format] = Cells(row);
-        try {
-            CDateTime::ParseExact(text.c_str(), format.c_str(), Invariant);
-            ADD_FAILURE() << "nothing was thrown for " << text;
-        } catch (const CFormatException&) {
-        } catch (const CArgumentException&) {
-        }
+         {L"Friday 09 february 1999x | dddd dd MMMM yyyy'x' | - | was a Tuesday",
+          L"12345 | yyyyy | year | beyond the calendar",
+          L"2024 Z +02:00 | yyyy K zzz | - | universal and two hours ahead",
+          L"2024-02-09 2023 | yyyy-MM-dd yyyy | - | two years", L"24:00 | HH:mm | - | no hour of a day",
+          L"13 PM | hh tt | - | no hour of twelve", L"15 AM | HH tt | - | in the afternoon",
+          L" 12 | HH | - | a blank before", L"12  | HH | - | a blank after", L"1 | HH | - | one digit",
+          L"x | %z | - | no sign", L"2024-02-09 +15 | yyyy-MM-dd zz | - | no zone is further ahead than 14 hours",
+          L"2024-02-09 -15:00 | yyyy-MM-dd zzz | - | nor behind", L"2024-02-09 +05:60 | yyyy-MM-dd zzz | - | minutes",
+          L"2024-13-01 | yyyy-MM-dd | month | no month"}) {
+        const auto [text, format, param, why] = Cells<4>(row);
+        SCOPED_TRACE(why);
+        const auto parse = [&] { CDateTime::ParseExact(text.c_str(), format.c_str(), Invariant); };
+        param == L"-" ? ExpectThrow<CFormatException>(parse, {.file = L"DateTime.cpp"})
+                      : ExpectArgument(param.c_str(), parse);
     }
+    EXPECT_EQ(CDateTime::ParseExact(L"2024-02-09 +14", L"yyyy-MM-dd zz", Invariant).ToUniversalTime(),
+              At(2024, 2, 8, 10));
     const CDateTime offset = CDateTime::ParseExact(L"2024-02-09 15 +05:30", L"yyyy-MM-dd HH zzz", Invariant);
     EXPECT_EQ(offset.GetKind(), Kind::Local);
     EXPECT_EQ(offset.ToUniversalTime(), At(2024, 2, 9, 9, 30));
     ExpectThrow<CFormatException>([] { CDateTime::ParseExact(L"x", L"o", Invariant); }, {.contains = L"'x'"});
     ExpectArgument(L"day", [] { CDateTime::ParseExact(L"2023-02-30", L"yyyy-MM-dd", Invariant); });
     for (const wchar_t* bad : {L"", L"x", L"M", L"'open", L"yyyy\\", L"%%", L"ffffffff", L"yyyyyy"}) {
-        ExpectArgument(L"format", [&] { CDateTime::ParseExact(L"1", bad, Invariant); });
+        ExpectArgument(L"format", [&] { CDateTime::ParseExact(L"1", bad, Invariant); }, {.file = L"DateTime.cpp"});
     }
     ExpectNull(L"value", [] { CDateTime::ParseExact(nullptr, L"o", 127); });
     ExpectNull(L"format", [] { CDateTime::ParseExact(L"", nullptr, 127); });
@@ -244,6 +249,16 @@ TEST(DateTime, ReadsWhatItWrites) {
         for (int year = 1; year <= 9999; year += 7) {
             expectBack(At(year, 1 + year % 12, 28, 12, 0, 0, 0, kind), L"o");
             expectBack(At(year, 1 + year % 12, 28, 12, 0, 0, 0, kind), L"R");
+        }
+    }
+    for (const LONG bias : {-14 * 60, -60, 0, 210, 12 * 60}) { // at both ends of the calendar, in every zone
+        const ImportHook zone("GetTimeZoneInformation", [&](TIME_ZONE_INFORMATION* info) -> DWORD {
+            *info = {};
+            info->Bias = bias;
+            return TIME_ZONE_ID_UNKNOWN;
+        });
+        for (const CDateTime& end : {CDateTime::MinValue, CDateTime::MaxValue}) {
+            expectBack(CDateTime(end.GetTicks(), Kind::Local), L"o");
         }
     }
     EXPECT_TRUE(CDateTime::TryParse(L"2024-02-29", result) && CDateTime::TryParse(L"2024-02-29 12:30Z", result));

@@ -56,6 +56,8 @@ TEST(Exception, EveryMemberHasItsCodeItsTextAndItsTypeAfterAClone) {
     EXPECT_GE(rpc.GetErrorMessage()[std::wcslen(rpc.GetErrorMessage()) - 1], L' ') << "a line break is left";
 }
 
+static_assert(!std::is_copy_constructible_v<CException>, "a copy of the base alone would lose the rest");
+
 TEST(Exception, NullTextsCountAsEmpty) {
     const CArgumentException none(nullptr, nullptr, nullptr, nullptr, 0);
     ExpectLooksLike(none, {.param = L"", .message = L"", .method = L"", .line = 0, .file = L""});

@@ -19,15 +19,29 @@ TEST(String, RefusesBadFormats) {
     ExpectNull(L"format", [] { CString::FormatV(nullptr, {}); }, {.method = L"CString::FormatV"});
     ExpectNull(L"format", [] { CString::FormatPositional(nullptr); }, {.method = L"CString::FormatPositional"});
     ExpectNull(L"format", [] { CString::FormatPositionalV(nullptr, {}); }, {.method = L"CString::FormatPositionalV"});
+    EXPECT_TRUE(RunInChild(L"String.DISABLED_TheRuntimeIsTheSystems"));
     const ImportHook hook("_vscwprintf", [](const wchar_t*, char*) { return -1; });
     ExpectArgument(L"format", [] { CString::Format(L"x"); });
+}
+
+/// A file of that name in the program's folder must not be taken for it.
+TEST(String, DISABLED_TheRuntimeIsTheSystems) {
+    std::wstring loaded;
+    const ImportHook hook("LoadLibraryExW", [&](const wchar_t* name, HANDLE file, DWORD flags) {
+        return ::LoadLibraryExW((loaded = name).c_str(), file, flags);
+    });
+    EXPECT_EQ(CString::FormatPositional(L"%2$d%1$d", 1, 2), L"21");
+    wchar_t folder[MAX_PATH] = L"";
+    ::GetSystemDirectoryW(folder, MAX_PATH);
+    EXPECT_EQ(loaded, std::wstring(folder) + L"\\ucrtbase.dll");
 }
 
 TEST(String, ComparesByCodeUnitOrWithoutCase) {
     constexpr auto ignoreCase = StringComparison::OrdinalIgnoreCase;
     constexpr auto ordinal = static_cast<StringComparison>(0);
     EXPECT_EQ(CString::Compare(L"Zel", L"zEL", ignoreCase), 0);
-    EXPECT_LT(CString::Compare(L"_", L"A", ignoreCase), 0) << "letters fold to lower case";
+    EXPECT_EQ(CString::Compare(L"_", L"A", ignoreCase), L'_' - L'a') << "letters fold to lower case";
+    EXPECT_EQ(CString::Compare(L"ax\uFFFF", L"AX", ignoreCase), 0xFFFF);
     EXPECT_NE(CString::Compare(L"\u00E9", L"\u00C9", ignoreCase), 0);
     EXPECT_EQ(CString::Compare(L"a", L"B", ordinal), 1);
     EXPECT_EQ(CString::Compare(L"ab", L"abc", ordinal), -1);

@@ -449,7 +449,7 @@ TEST(SEException, LeavesOtherThreadsAlone) {
 
 TEST(SEException, TheSearchGoesOnWhenTheTranslatorReturns) {
     g_declined = 0;
-    // Stands for the handler that the search finds: it mends the fault or lets execution go on.
+    { const Sentry first(nullptr); } // of the process: handlers that come later stand for what the search finds
     void* handler = ::AddVectoredExceptionHandler(0, [](EXCEPTION_POINTERS* pointers) -> LONG {
         g_seen = *pointers->ExceptionRecord;
         Mend(g_seen, *pointers->ContextRecord);

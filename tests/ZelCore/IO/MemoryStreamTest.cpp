@@ -81,6 +81,20 @@ TEST(MemoryStream, ReadsAndSeeks) {
     EXPECT_EQ(ReadSome(shrinking, 10), "");
 }
 
+TEST(MemoryStream, AMoveLeavesTheSourceClosed) {
+    CReadOnlyRefMemoryStream source(Data, 4);
+    source.Seek(1, SeekOrigin::Begin);
+    CReadOnlyRefMemoryStream target(std::move(source));
+    EXPECT_EQ(ReadSome(target, 2), "\x14\x1E");
+    ExpectInvalid(L"The handle is invalid", [&] { source.GetPosition(); });
+    source = std::move(target);
+    EXPECT_EQ(ReadSome(source, 2), "\x28");
+    EXPECT_EQ(target.GetCapabilities(), StreamCapabilities::None);
+    auto& self = source;
+    source = std::move(self);
+    EXPECT_EQ(source.GetPosition(), 4);
+}
+
 TEST(MemoryStream, EmptyAndClosed) {
     CReadOnlyRefMemoryStream stream(nullptr, 0);
     unsigned char byte = 0;
