@@ -1,6 +1,7 @@
 #include "ZelCore/IO/Directory.h"
 
 #include "ZelCore/IO/FileAttributes.h"
+#include "ZelCore/IO/LongPath.h"
 #include "ZelCore/IO/Path.h"
 #include "ZelCore/String.h"
 #include "ZelWin32/UniqueHandle.h"
@@ -22,7 +23,6 @@ struct PathRoot {
 };
 
 constexpr std::size_t LargestForShell = 240; // characters: MAX_PATH, with room for what it puts behind them
-constexpr std::wstring_view LongPrefix = L"\\\\?\\";
 
 /// The system's tests know one separator only, and take the prefix of long paths for a UNC name.
 std::wstring ToUncTestForm(const wchar_t* path) {
@@ -60,15 +60,34 @@ struct FindTraits : ZelWin32::FileTraits {
 struct TreeEntry {
     std::wstring path;
     DWORD attributes;
+    bool isLink = false; ///< stands for something elsewhere; other reparse points are files and folders of this place
 };
+
+bool IsLink(DWORD attributes, DWORD reparseTag) {
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsReparseTagNameSurrogate(reparseTag);
+}
+
+/// What has a name, or an entry that is not there.
+TreeEntry FindEntry(const std::wstring& path) {
+    TreeEntry entry{path, ::GetFileAttributesW(path.c_str())};
+    if (entry.attributes != INVALID_FILE_ATTRIBUTES && (entry.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+        WIN32_FIND_DATAW found{};
+        const ZelWin32::UniqueHandle<FindTraits> search(::FindFirstFileW(path.c_str(), &found));
+        entry.isLink = search && IsLink(entry.attributes, found.dwReserved0);
+    }
+    return entry;
+}
+
+bool IsThere(const TreeEntry& entry) {
+    return entry.attributes != INVALID_FILE_ATTRIBUTES;
+}
 
 /// A folder with all that it holds, each folder before what is in it; or what else has the name, if anything. Links are
 /// not followed. What cannot be listed is for the deletion to complain about.
 std::vector<TreeEntry> ListTree(const std::wstring& root) {
-    std::vector<TreeEntry> entries{{root, ::GetFileAttributesW(root.c_str())}};
+    std::vector<TreeEntry> entries{FindEntry(root)};
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        constexpr DWORD folder = FILE_ATTRIBUTE_DIRECTORY;
-        if ((entries[i].attributes & (folder | FILE_ATTRIBUTE_REPARSE_POINT)) != folder) { // or not there at all
+        if (!IsThere(entries[i]) || (entries[i].attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 || entries[i].isLink) {
             continue;
         }
         const std::wstring prefix = CPath::AddBackslash(entries[i].path.c_str());
@@ -76,7 +95,8 @@ std::vector<TreeEntry> ListTree(const std::wstring& root) {
         const ZelWin32::UniqueHandle<FindTraits> search(::FindFirstFileW((prefix + L"*").c_str(), &found));
         for (bool more = static_cast<bool>(search); more; more = ::FindNextFileW(search.Get(), &found) != FALSE) {
             if (const std::wstring name = found.cFileName; name != L"." && name != L"..") {
-                entries.push_back({prefix + name, found.dwFileAttributes});
+                entries.push_back(
+                    {prefix + name, found.dwFileAttributes, IsLink(found.dwFileAttributes, found.dwReserved0)});
             }
         }
     }
@@ -87,7 +107,8 @@ std::vector<TreeEntry> ListTree(const std::wstring& root) {
 void DeleteEntries(const std::vector<TreeEntry>& entries, bool throwIfMissing) {
     // Site: does the work of the method.
     for (std::size_t i = entries.size(); i-- > 0;) {
-        const auto& [path, attributes] = entries[i];
+        const std::wstring& path = entries[i].path;
+        const DWORD attributes = entries[i].attributes;
         if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
             ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
         }
@@ -98,30 +119,12 @@ void DeleteEntries(const std::vector<TreeEntry>& entries, bool throwIfMissing) {
     }
 }
 
-/// The form in which paths may be long and mean what they say.
-std::wstring ToLongForm(const std::wstring& full) {
-    std::wstring form = full;
-    if (form.starts_with(L"\\\\.\\")) {
-        form[2] = L'?';
-    } else if (form.starts_with(L"\\\\") && !IsLong(form)) {
-        form.replace(0, 1, L"\\\\?\\UNC");
-    } else if (!IsLong(form)) {
-        form.insert(0, LongPrefix);
-    }
-    form = CString::TrimEnd(form, L"\\");
-    return form.ends_with(L':') ? form + L"\\" : form; // the root of a drive
-}
-
-bool IsThere(const TreeEntry& entry) {
-    return entry.attributes != INVALID_FILE_ATTRIBUTES;
-}
-
 /// What the shell must not see. It joins names in buffers of MAX_PATH characters, and what is too long becomes
 /// something else, the current directory for instance; it leaves out blanks and dots at the end of names; and some
-/// follow links.
+/// shells follow links.
 bool IsBeyondShell(const TreeEntry& entry) {
     return entry.path.size() > LargestForShell || entry.path.ends_with(L'.') || entry.path.ends_with(L' ') ||
-           (IsThere(entry) && (entry.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0);
+           entry.isLink;
 }
 
 void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
@@ -132,14 +135,16 @@ void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     }
     // Relative names depend on the current directory, which any thread may change.
     std::wstring list = CPath::GetFullPath(directoryPath);
-    const std::vector<TreeEntry> entries = ListTree(ToLongForm(list));
-    if (!IsThere(entries[0]) && IsThere({list, ::GetFileAttributesW(list.c_str())})) { // of a form that nobody knows
+    const std::wstring longForm = ToLongForm(list);
+    const std::vector<TreeEntry> entries = ListTree(longForm);
+    if (!IsThere(entries[0]) && IsThere(FindEntry(list))) { // of a form that nobody knows
         throw CWin32Exception(ERROR_BAD_PATHNAME, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
     if (IsThere(entries[0]) && (entries[0].attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) { // the shell would delete it
         throw CWin32Exception(ERROR_DIRECTORY, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
-    if (std::any_of(entries.begin(), entries.end(), IsBeyondShell)) {
+    // The shell knows no paths with a prefix, and may say that it has deleted them.
+    if (isLong || std::any_of(entries.begin(), entries.end(), IsBeyondShell)) {
         DeleteEntries(entries, throwIfMissing);
         return;
     }
@@ -156,9 +161,25 @@ void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     if (result == 0 && operation.fAnyOperationsAborted) {
         throw CWin32Exception(ERROR_CANCELLED, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
+    if (IsThere(FindEntry(longForm))) { // whatever the shell took it for
+        DeleteEntries(ListTree(longForm), throwIfMissing);
+    }
 }
 
 } // namespace
+
+std::wstring ToLongForm(const std::wstring& full) {
+    std::wstring form = full;
+    if (form.starts_with(L"\\\\.\\")) {
+        form[2] = L'?';
+    } else if (form.starts_with(L"\\\\") && !IsLong(form)) {
+        form.replace(0, 1, L"\\\\?\\UNC");
+    } else if (!IsLong(form)) {
+        form.insert(0, LongPrefix);
+    }
+    form = CString::TrimEnd(form, L"\\");
+    return form.ends_with(L':') ? form + L"\\" : form; // the root of a drive
+}
 
 bool CDirectory::Exists(const wchar_t* directoryPath) {
     CheckNotNull(directoryPath, L"directoryPath", ZEL_SITE(L"ZelCore::IO::CDirectory::Exists"));

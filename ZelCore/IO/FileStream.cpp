@@ -121,6 +121,7 @@ public:
 
     OVERLAPPED* Start(const RefPtr<CFileStreamAsyncResult>& result, std::int64_t position) noexcept {
         static_cast<OVERLAPPED&>(*this) = OVERLAPPED{};
+        Internal = static_cast<ULONG_PTR>(STATUS_PENDING); // until the system writes the outcome
         Offset = LowPart(position);
         OffsetHigh = HighPart(position);
         m_result = result;
@@ -140,8 +141,8 @@ public:
         return Leave(m_state.load() >> StateBits, Retired);
     }
 
-    /// Retires an operation that the system refused to start. It may still be reported as completed: some
-    /// systems do so for a full disk. So the system's reference is given up only after a while.
+    /// Retires an operation that the system refused to start. It is still reported where the system has written its
+    /// outcome: some do so for a full disk. The system's reference is then given up only after a while, else at once.
     /// False when the report has come already, and the operation counts as started.
     bool Abandon(std::uint64_t operation) noexcept;
 
@@ -243,6 +244,10 @@ bool CFileStream::CFileIOCOmpletionCallback::Abandon(std::uint64_t operation) no
     }
     m_result = {};
     m_outstanding->NotStarted();
+    if (Internal == static_cast<ULONG_PTR>(STATUS_PENDING)) {
+        Release();
+        return true;
+    }
     m_abandonedAt = ::GetTickCount64();
     CFileIOCOmpletionCallback* expired = nullptr;
     CFileIOCOmpletionCallback** expiredEnd = &expired;

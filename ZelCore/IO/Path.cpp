@@ -3,6 +3,7 @@
 #include "ZelCore/Arguments.h"
 #include "ZelCore/String.h"
 #include "ZelWin32/LastError.h"
+#include "ZelWin32/Win32Exception.h"
 #include "ZelWin32/Windows.h"
 
 #include <algorithm>
@@ -23,9 +24,11 @@ bool IsRooted(const wchar_t* path) {
     return IsSeparator(path[0]) || (path[0] != L'\0' && path[1] == L':');
 }
 
-/// Calls a function that fills a buffer and returns the length, or the size that it needs. 0 is a failure.
-template <class Fill> std::wstring FillPath(Fill fill, const wchar_t* method, const wchar_t* file, int line) {
-    std::wstring buffer(MAX_PATH, L'\0');
+/// Calls a function that fills a buffer and returns the length, or the size that it needs, until the buffer is large
+/// enough: what it tells may change from one call to the next, with the current directory for example. 0 is a failure.
+template <class Fill>
+std::wstring FillPath(Fill fill, std::size_t firstSize, const wchar_t* method, const wchar_t* file, int line) {
+    std::wstring buffer(firstSize, L'\0');
     for (;;) {
         ::SetLastError(ERROR_SUCCESS);
         const DWORD length = fill(buffer.data(), static_cast<DWORD>(buffer.size()));
@@ -84,16 +87,8 @@ std::wstring CPath::GetDirectoryName(const wchar_t* path) {
 
 std::wstring CPath::GetFullPath(const wchar_t* path) {
     CheckNotNull(path, L"path", ZEL_SITE(L"ZelCore::IO::CPath::GetFullPath"));
-    ::SetLastError(ERROR_SUCCESS);
-    const DWORD size = ::GetFullPathNameW(path, 0, nullptr, nullptr);
-    if (size == 0) {
-        ThrowLastError(ZEL_SITE(L"ZelCore::IO::CPath::GetFullPath"), ERROR_INVALID_NAME);
-    }
-    std::wstring full(size, L'\0');
-    const DWORD length = ::GetFullPathNameW(path, size, full.data(), nullptr);
-    CheckWin32(length != 0 && length < size, ZEL_SITE(L"ZelCore::IO::CPath::GetFullPath"));
-    full.resize(length);
-    return full;
+    return FillPath([path](wchar_t* buffer, DWORD size) { return ::GetFullPathNameW(path, size, buffer, nullptr); }, 0,
+                    ZEL_SITE(L"ZelCore::IO::CPath::GetFullPath"));
 }
 
 std::wstring CPath::GetTempPathW() {
@@ -115,6 +110,11 @@ std::wstring CPath::GetTempFileNameW(const std::wstring& directory, const wchar_
                                  FormatOutOfRange(GetMessageText(Message::SourceSwitchNotFound), prefix).c_str(),
                                  ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
     }
+    constexpr std::size_t longestName = 14;          // separator, prefix, four digits, ".tmp" and the terminating zero
+    if (directory.size() > MAX_PATH - longestName) { // not every system looks before it writes
+        throw ZelWin32::CWin32Exception(ERROR_BUFFER_OVERFLOW, nullptr,
+                                        ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
+    }
     wchar_t buffer[MAX_PATH] = {};
     CheckWin32(static_cast<int>(::GetTempFileNameW(directory.c_str(), prefix, 0, buffer)),
                ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
@@ -123,7 +123,7 @@ std::wstring CPath::GetTempFileNameW(const std::wstring& directory, const wchar_
 
 std::wstring CPath::NormalizePath(const wchar_t* path) {
     CheckNotNull(path, L"path", ZEL_SITE(L"ZelCore::IO::CPath::NormalizePath"));
-    return FillPath([path](wchar_t* buffer, DWORD size) { return ::GetLongPathNameW(path, buffer, size); },
+    return FillPath([path](wchar_t* buffer, DWORD size) { return ::GetLongPathNameW(path, buffer, size); }, MAX_PATH,
                     ZEL_SITE(L"ZelCore::IO::CPath::NormalizePath"));
 }
 

@@ -34,7 +34,7 @@ public:
 
     /// Creates an empty file with a new name in a folder and returns its path.
     ///
-    /// \param directory at most 246 characters, as the system demands
+    /// \param directory at most 246 characters, as the system demands; a longer one throws CWin32Exception, error 111
     /// \param prefix at most 3 characters, the first ones of the name; a longer one throws CArgumentException
     ///
     /// Fails with error 80 when all 65,535 names of the folder and prefix are taken.

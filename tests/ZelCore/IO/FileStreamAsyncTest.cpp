@@ -181,6 +181,7 @@ TEST_F(AsyncFileStream, TheCallbackMayDestroyTheStreamWithANewOperationUnderWay)
         };
         stream->BeginWrite(Bytes(data), data.size(), &first, nullptr);
         first.Wait();
+        ASSERT_EQ(Get(L"file").substr(0, data.size()), data) << "what the first operation wrote";
     }
 }
 
@@ -283,6 +284,22 @@ TEST_F(AsyncFileStream, AnImmediateFailureLeavesTheStreamIdle) {
             CFileStream device(full, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED);
             ExpectError(ERROR_DISK_FULL, [&] { WriteAt(device, "x"); });
         }
+    }
+    { // what the system refuses without an outcome is never reported, and keeps nothing
+        const ImportHook read("ReadFile", [](HANDLE, void*, DWORD, DWORD*, OVERLAPPED*) -> BOOL {
+            ::SetLastError(ERROR_HANDLE_EOF);
+            return FALSE;
+        });
+        const auto refuse = [&] { EXPECT_THROW(stream.BeginRead(&byte, 1, nullptr, nullptr), CWin32Exception); };
+        refuse();
+        Balance blocks;
+        blocks.Count<static_cast<void* (*)(std::size_t)>(&::operator new)>("_Znwy", 1);
+        blocks.Count<static_cast<void (*)(void*, std::size_t)>(&::operator delete)>("_ZdlPvy", -1);
+        for (int i = 0; i < 100; ++i) {
+            refuse();
+        }
+        EXPECT_EQ(blocks.Get(), 0);
+        EXPECT_GE(blocks.GetMade(), 200);
     }
     FailingAllocations allocations; // fail only before an operation starts
     const auto use = [&] {

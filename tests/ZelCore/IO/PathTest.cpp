@@ -61,6 +61,13 @@ TEST_F(Paths, AsksTheSystem) {
         [&] { CPath::GetTempFileNameW(At(L""), L"four"); });
     ExpectFailing({"GetTempPathW", 0, 0}, [] { CPath::GetTempPathW(); }, {.code = ERROR_INSUFFICIENT_BUFFER});
     ExpectFailing("GetFullPathNameW", [&] { CPath::GetFullPath(L"x"); });
+    ExpectError(ERROR_BUFFER_OVERFLOW, [] { CPath::GetTempFileNameW(std::wstring(247, L'a'), L"zip"); });
+    int calls = 0; // another thread changes the current folder after the first one
+    const ImportHook grows("GetFullPathNameW", [&](const wchar_t* path, DWORD size, wchar_t* buffer, wchar_t** name) {
+        return ++calls == 1 ? 3 : ::GetFullPathNameW(path, size, buffer, name);
+    });
+    EXPECT_EQ(CPath::GetFullPath(L"C:\\folder"), L"C:\\folder");
+    EXPECT_EQ(calls, 3);
     const ImportHook hook("GetTempPathW", [](DWORD, wchar_t*) -> DWORD { return 300; });
     ExpectError(ERROR_INSUFFICIENT_BUFFER, [] { CPath::GetTempPathW(); });
 }
@@ -228,15 +235,35 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
         return operation->pFrom[std::wcslen(operation->pFrom) + 1] == L'\0' && operation->fFlags == 0x614 ? 0 : 99;
     });
     ExpectError(ERROR_CANCELLED, [&] { CDirectory::Delete(tree.c_str(), true, false); });
+    for (const int says : {0, 2, 124}) { // whatever the shell says, nothing is there in the end
+        const ImportHook idle("SHFileOperationW", [says](SHFILEOPSTRUCTW*) { return says; });
+        CDirectory::Create((tree + L"\\below").c_str(), nullptr);
+        CDirectory::Delete(tree.c_str(), true, false);
+        EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
+    }
+    { // no link, but a file that a service keeps elsewhere: what is below is deleted as well
+        CDirectory::Create((tree + L"\\below").c_str(), nullptr);
+        const ImportHook placeholder("GetFileAttributesW", [&](const wchar_t* path) -> DWORD {
+            return ::GetFileAttributesW(path) | (path == L"\\\\?\\" + tree ? FILE_ATTRIBUTE_REPARSE_POINT : 0);
+        });
+        CDirectory::Delete((L"\\\\?\\" + tree).c_str(), true, true); // not by the shell, which is hooked
+    }
+    EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
     // Also a whole drive is searched for links ("@" here); those are deleted without the shell, and nothing below them.
     std::wstring seen;
     const ImportHook attributes("GetFileAttributesW", [](const wchar_t* path) -> DWORD {
         return std::wcschr(path, L'@') ? 0x410 : std::wcslen(path) > 6 ? 0x10 : INVALID_FILE_ATTRIBUTES; // not "Q:"
     });
-    const ImportHook find("FindFirstFileW", [&](PCWSTR path, void*) { return seen += path, INVALID_HANDLE_VALUE; });
+    const ImportHook find("FindFirstFileW", [&](const wchar_t* path, WIN32_FIND_DATAW* data) {
+        seen += path;
+        const bool isLink = path[std::wcslen(path) - 1] == L'@';
+        const HANDLE search = isLink ? ::FindFirstFileW(At(L"*").c_str(), data) : INVALID_HANDLE_VALUE;
+        data->dwReserved0 = IO_REPARSE_TAG_SYMLINK;
+        return search;
+    });
     const ImportHook remove("RemoveDirectoryW", [&](const wchar_t* path) -> BOOL { return seen += path, TRUE; });
     ExpectError(ERROR_CANCELLED, [] { CDirectory::Delete(L"Q:\\", true, false); });
     ExpectError(ERROR_CANCELLED, [] { CDirectory::Delete(L"\\\\s\\h\\a", true, false); });
     CDirectory::Delete(L"Q:\\@", true, true);
-    EXPECT_EQ(seen, L"\\\\?\\Q:\\*\\\\?\\UNC\\s\\h\\a\\*\\\\?\\Q:\\@");
+    EXPECT_EQ(seen, L"\\\\?\\Q:\\*\\\\?\\UNC\\s\\h\\a\\*\\\\?\\Q:\\@\\\\?\\Q:\\@");
 }

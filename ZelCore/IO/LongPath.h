@@ -1,0 +1,15 @@
+#pragma once
+
+// Private to the library: paths that the system takes as they are, of any length.
+
+#include <string>
+#include <string_view>
+
+namespace ZelCore::IO {
+
+inline constexpr std::wstring_view LongPrefix = L"\\\\?\\";
+
+/// The form in which a full path may be longer than 260 characters, and names may end in a dot or a blank.
+std::wstring ToLongForm(const std::wstring& full);
+
+} // namespace ZelCore::IO
