@@ -1,16 +1,19 @@
 #include "ZelCore/IO/Compression/ZipArchive.h"
 
 #include "ZelCore/Arguments.h"
+#include "ZelCore/Diagnostics/TraceSource.h"
 #include "ZelCore/Guid.h"
 #include "ZelCore/IO/Compression/DeflateStream.h"
 #include "ZelCore/IO/Directory.h"
 #include "ZelCore/IO/File.h"
 #include "ZelCore/IO/FileStream.h"
+#include "ZelCore/IO/LongPath.h"
 #include "ZelCore/IO/Path.h"
 #include "ZelCore/InvalidOperationException.h"
 #include "ZelCore/NotSupportedException.h"
 #include "ZelCore/String.h"
 #include "ZelWin32/LastError.h"
+#include "ZelWin32/Win32Exception.h"
 #include "ZelWin32/Windows.h"
 
 #include <algorithm>
@@ -32,7 +35,6 @@ constexpr std::uint64_t Largest32 = 0xFFFFFFFF;
 constexpr std::size_t Largest16 = 0xFFFF;
 constexpr std::uint16_t Stored = 0;
 constexpr std::uint16_t Deflated = 8;
-constexpr std::uint32_t Zip64EndSignature = 0x06064B50;
 constexpr std::uint16_t IsEncrypted = 1u << 0;
 constexpr std::uint16_t HasDataDescriptor = 1u << 3;
 
@@ -247,6 +249,11 @@ std::uint32_t GetDataSize(const CLocalFileHeader& local, const CCentralDirectory
     return local.compressedSize == Largest32 ? central.compressedSize : local.compressedSize;
 }
 
+/// A streaming archiver leaves it to what follows the data.
+bool HasSizeAfterData(const CLocalFileHeader& local) {
+    return (local.flags & HasDataDescriptor) != 0 && local.compressedSize == 0;
+}
+
 struct CEndOfCentralDirectoryRecord {
     static constexpr std::uint32_t Signature = 0x06054B50;
     static constexpr std::size_t Size = 22;
@@ -369,14 +376,18 @@ public:
         }
     }
 
+    /// In the form that knows no limit of a path's length: whatever folder for temporary files the system takes, the
+    /// hundredth file finds room as well as the first.
     void Create() {
-        m_path = CPath::Combine(CPath::GetTempPathW().c_str(), CGuid::NewGuid().ToString(L"D").c_str());
+        const std::wstring temporary = CPath::GetFullPath(CPath::GetTempPathW().c_str());
+        m_path = ToLongForm(CPath::Combine(temporary.c_str(), CGuid::NewGuid().ToString(L"D").c_str()));
         CDirectory::Create(m_path.c_str(), nullptr);
     }
 
-    /// Creates an empty file. Looking for a free name takes the longer the more files a folder has, so they are
-    /// spread over subfolders.
-    std::wstring CreateFile() {
+    /// Creates an empty file, open for writing. File systems look for a name the longer the more files a folder has, so
+    /// they are spread over subfolders. The file is opened once: a scanner that looks at new files when they are
+    /// closed would be in the way of a second time.
+    CFileStream CreateFile() {
         // Site: staging is a part of AddEntry that callers do not see.
         if (m_fileCount % FilesPerFolder == 0) {
             m_subfolder = GetSubfolder(m_fileCount / FilesPerFolder);
@@ -385,13 +396,14 @@ public:
                 ZelWin32::ThrowLastError(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
             }
         }
-        std::wstring path = CPath::GetTempFileNameW(m_subfolder, L"zip");
+        const std::wstring path = CPath::Combine(m_subfolder.c_str(), std::to_wstring(m_fileCount).c_str());
+        CFileStream file(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_TEMPORARY);
         ++m_fileCount;
-        return path;
+        return file;
     }
 
 private:
-    static constexpr std::size_t FilesPerFolder = 16;
+    static constexpr std::size_t FilesPerFolder = 256;
 
     std::wstring GetSubfolder(std::size_t index) const {
         return CPath::Combine(m_path.c_str(), std::to_wstring(index).c_str());
@@ -400,7 +412,6 @@ private:
     /// What stays in the temporary folder is no failure of the archive.
     bool TryDelete() const noexcept {
         try {
-            // The shell takes its time for every single folder: leave it only those that still hold something.
             for (std::size_t i = 0; i * FilesPerFolder < m_fileCount; ++i) {
                 ::RemoveDirectoryW(GetSubfolder(i).c_str());
             }
@@ -416,27 +427,45 @@ private:
     std::size_t m_fileCount = 0;
 };
 
-/// Deletes a file that turns out not to be needed.
+/// Deletes a staging file that turns out not to be needed.
 class CFileGuard {
 public:
-    explicit CFileGuard(const std::wstring& path) : m_path(&path) {}
+    explicit CFileGuard(CFileStream& file) : m_file(&file) {}
     CFileGuard(const CFileGuard&) = delete;
     CFileGuard& operator=(const CFileGuard&) = delete;
     ~CFileGuard() {
-        try {
-            if (m_path != nullptr) {
-                CFile::Delete(m_path->c_str(), false);
-            }
-        } catch (...) { // it goes with the staging folder
+        if (m_file != nullptr) {
+            m_file->Close();
+            ::DeleteFileW(m_file->GetName()); // else it goes with the staging folder
         }
     }
-    void Keep() {
-        m_path = nullptr;
+    /// Closes the file and returns its path.
+    std::wstring Keep() {
+        std::wstring path = m_file->GetName();
+        std::exchange(m_file, nullptr)->Close();
+        return path;
     }
 
 private:
-    const std::wstring* m_path;
+    CFileStream* m_file;
 };
+
+/// A scanner may hold a new file for a moment.
+CFileStream OpenStagingFile(const std::wstring& path) {
+    constexpr int mostTries = 20;
+    constexpr DWORD pause = 25; // milliseconds
+    for (int tries = 1;; ++tries) {
+        try {
+            return {path,    GENERIC_READ,  FILE_SHARE_READ | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL};
+        } catch (const ZelWin32::CWin32Exception& e) {
+            if (e.GetError() != ERROR_SHARING_VIOLATION || tries == mostTries) {
+                throw;
+            }
+        }
+        ::Sleep(pause);
+    }
+}
 
 struct CNameLess {
     using is_transparent = void;
@@ -508,6 +537,17 @@ void AddToChecksum(std::uint32_t& checksum, const unsigned char* data, std::uint
     }
 }
 
+void TraceUnsaved(const wchar_t* archive, const wchar_t* reason) noexcept {
+    using Diagnostics::CTraceSource;
+    try {
+        static const CTraceSource& trace = *new CTraceSource(L"ZelCore.IO.Compression");
+        trace.TraceEventFormat(L"ZelCore::IO::Compression::CZipArchive::~CZipArchive", L"ZipArchive.cpp", __LINE__,
+                               Diagnostics::TraceEventType::Error, L"The archive '%s' is not saved: %s", archive,
+                               reason);
+    } catch (...) { // there is nobody left to tell
+    }
+}
+
 } // namespace
 
 class CZipArchive::impl {
@@ -526,9 +566,7 @@ public:
     /// The shell deletes a folder of many files ten times slower than the files are deleted one by one.
     ~impl() {
         for (const auto& [name, record] : m_table) {
-            if (!record.stagingPath.empty()) {
-                ::DeleteFileW(record.stagingPath.c_str());
-            }
+            DeleteStaged(record);
         }
     }
 
@@ -546,20 +584,30 @@ public:
     template <class WriteData> void Add(const wchar_t* entryName, bool compress, WriteData writeData);
     template <class WriteData> void Update(CEntryTable::iterator old, const wchar_t* entryName, WriteData writeData);
     void Delete(CEntryTable::iterator entry) {
+        DeleteStaged(entry->second);
         m_table.erase(entry);
     }
     void Save();
     void Finish();
 
 private:
+    /// Frees the room. What somebody still reads goes with the staging folder.
+    static void DeleteStaged(const CEntryRecord& record) noexcept {
+        if (!record.stagingPath.empty()) {
+            ::DeleteFileW(record.stagingPath.c_str());
+        }
+    }
     void ReadDirectory();
-    bool IsWholeDirectory(std::uint64_t size);
+    bool WouldLoseEntries(std::uint64_t directorySize);
     std::unique_ptr<CStream> OpenStaged(const CEntryRecord& entry) const;
     template <class WriteData> CEntryRecord Stage(const wchar_t* entryName, bool compress, WriteData writeData);
     void SeekToLocalHeader(const CEntryTable::value_type& entry, const wchar_t* method, const wchar_t* file, int line);
     void EnsureEntriesLoaded();
     void StageRaw(CEntryTable::value_type& entry);
-    void CheckLimits(std::uint64_t position) const;
+    std::uint64_t CheckLimits(std::uint64_t position) const;
+    void TakeRoom(std::int64_t length);
+    void SetLengthSilently(std::int64_t length) noexcept;
+    void Rewrite();
     void WriteEntries();
     void WriteDirectory();
 
@@ -588,26 +636,30 @@ void CZipArchive::impl::ReadDirectory() {
             ThrowInvalidArchive(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::CZipArchive"));
         }
     }
-    if (m_mode != ZipArchiveMode::Read && !IsWholeDirectory(directorySize)) {
+    if (m_mode != ZipArchiveMode::Read && WouldLoseEntries(directorySize)) {
         ThrowInvalidArchive(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::CZipArchive"));
     }
 }
 
-/// More records than the end record counts, as in archives of more than 65,535 entries, would not be saved. Neither
-/// would anything of an archive whose last end record is that of another one: in its comment, in its data where its own
-/// end is cut off.
-bool CZipArchive::impl::IsWholeDirectory(std::uint64_t size) {
-    const std::int64_t end = static_cast<std::int64_t>(m_end.directoryOffset + size);
-    if (size != m_end.directorySize || end == m_end.position) {
-        return size == m_end.directorySize;
+/// Whether the rewrite would drop an entry: of an archive of more than 65,535 entries, whose directory goes on after
+/// the last one that is counted, or when the end record that was found belongs to another archive, one in the comment
+/// or in the data. Then there are headers between the directory and the end record; other bytes may lie there.
+bool CZipArchive::impl::WouldLoseEntries(std::uint64_t directorySize) {
+    const std::int64_t end = static_cast<std::int64_t>(m_end.directoryOffset + directorySize);
+    if (end > m_end.position) {
+        return true;
     }
-    std::array<unsigned char, 4> bytes;
-    std::uint32_t signature = 0;
     m_file.Seek(end, SeekOrigin::Begin);
-    if (m_file.GreedyRead(bytes.data(), bytes.size()) == bytes.size()) {
-        CFieldReader(bytes.data()) >> signature;
+    CReadAhead source(m_file);
+    std::uint32_t value = 0;
+    std::array<unsigned char, 1> byte;
+    for (std::int64_t i = end; i < m_end.position && source.GreedyRead(byte.data(), 1) == 1; ++i) {
+        value = value >> 8 | static_cast<std::uint32_t>(byte[0]) << 24;
+        if (value == CCentralDirectoryFileHeader::Signature || value == CLocalFileHeader::Signature) {
+            return true;
+        }
     }
-    return signature == Zip64EndSignature && end < m_end.position; // says the same again
+    return false;
 }
 
 void CZipArchive::impl::CheckName(const wchar_t* entryName, const wchar_t* method, const wchar_t* file,
@@ -649,8 +701,7 @@ void CZipArchive::impl::CheckNew(const wchar_t* entryName, const wchar_t* method
 }
 
 std::unique_ptr<CStream> CZipArchive::impl::OpenStaged(const CEntryRecord& entry) const {
-    auto file = std::make_unique<CFileStream>(entry.stagingPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                              FILE_ATTRIBUTE_NORMAL);
+    auto file = std::make_unique<CFileStream>(OpenStagingFile(entry.stagingPath));
     if (entry.header.method == Stored || entry.header.compressedSize == 0) {
         return file;
     }
@@ -710,9 +761,8 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
     header.nameLength = static_cast<std::uint16_t>(utf8.size());
     header.variable.assign(utf8.begin(), utf8.end());
 
-    record.stagingPath = m_staging.CreateFile();
-    CFileGuard guard(record.stagingPath);
-    CFileStream file(record.stagingPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    CFileStream file = m_staging.CreateFile();
+    CFileGuard guard(file);
     if (compress) {
         CDeflateStream deflate(file, CompressionMode::Compress, false);
         try {
@@ -734,8 +784,7 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
                       ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
     }
     header.compressedSize = static_cast<std::uint32_t>(length);
-    file.Close();
-    guard.Keep();
+    record.stagingPath = guard.Keep();
     return record;
 }
 
@@ -753,7 +802,9 @@ void CZipArchive::impl::Update(CEntryTable::iterator old, const wchar_t* entryNa
         single.emplace(entryName, Stage(entryName, old->second.header.method == Deflated, writeData));
         return single.extract(single.begin());
     }();
-    m_table.erase(replacement.key());       // not `old`: the source may use the archive
+    if (const auto current = m_table.find(replacement.key()); current != m_table.end()) {
+        Delete(current); // not `old`: the source may use the archive
+    }
     m_table.insert(std::move(replacement)); // a ready-made node: nothing that could fail
 }
 
@@ -772,27 +823,24 @@ void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
     SeekToLocalHeader(entry, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
     CLocalFileHeader local;
     local.Read(m_file, entry.first);
-    std::wstring path = m_staging.CreateFile();
-    CFileGuard guard(path);
-    CFileStream file(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
-    CReadOnlySubStream window(m_file, GetDataSize(local, header));
+    const std::uint32_t size = HasSizeAfterData(local) ? header.compressedSize : GetDataSize(local, header);
+    CFileStream file = m_staging.CreateFile();
+    CFileGuard guard(file);
+    CReadOnlySubStream window(m_file, size);
     CopyStream(window, file, [](const unsigned char*, std::size_t) {});
-    // An entry whose header leaves the size to what follows its data, or whose data is cut, would be lost here; so
-    // would one that only its own header describes rightly.
-    if (window.GetLength() != header.compressedSize || local.method != header.method ||
-        file.GetLength() != header.compressedSize) {
+    // Data that are cut, or that only the entry's own header describes rightly, would be lost here.
+    if (size != header.compressedSize || local.method != header.method || file.GetLength() != header.compressedSize) {
         ThrowInvalidEntry(entry.first, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
     }
-    file.Close();
+    entry.second.stagingPath = guard.Keep();
     if ((header.flags & IsEncrypted) == 0) { // an encrypted entry's password check goes by the flag
         header.flags &= static_cast<std::uint16_t>(~HasDataDescriptor); // the rewritten header has the sizes itself
     }
-    entry.second.stagingPath = std::move(path);
-    guard.Keep();
 }
 
-/// Finds out before anything is destroyed whether the archive can be written from the given position on.
-void CZipArchive::impl::CheckLimits(std::uint64_t position) const {
+/// Finds out before anything is destroyed whether the archive can be written from the given position on, and where it
+/// will end.
+std::uint64_t CZipArchive::impl::CheckLimits(std::uint64_t position) const {
     // Site: checks for Flush before anything is written.
     std::uint64_t directorySize = 0;
     for (const auto& [name, record] : m_table) {
@@ -808,28 +856,71 @@ void CZipArchive::impl::CheckLimits(std::uint64_t position) const {
         throw CInvalidOperationException(L"Cannot save the ZIP archive: its directory lies beyond 4294967295 bytes",
                                          ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::Flush"));
     }
+    return position + directorySize + CEndOfCentralDirectoryRecord::Size + m_end.comment.size();
+}
+
+/// Makes the file as long as it will become, so that a full disk is noticed while the old archive is still whole. The
+/// length alone takes no room on every file system: the bytes are written.
+void CZipArchive::impl::TakeRoom(std::int64_t length) {
+    const std::int64_t before = m_file.GetLength();
+    if (length <= before) {
+        return;
+    }
+    try {
+        m_file.SetLength(length);
+        m_file.Seek(before, SeekOrigin::Begin);
+        const Bytes zeros(ReadAheadSize);
+        for (std::int64_t at = before; at < length; at += static_cast<std::int64_t>(zeros.size())) {
+            m_file.Write(zeros.data(), static_cast<std::size_t>(std::min<std::int64_t>(
+                                           length - at, static_cast<std::int64_t>(zeros.size()))));
+        }
+    } catch (...) {
+        SetLengthSilently(before);
+        throw;
+    }
+}
+
+/// For a file that cannot become what it should anyway.
+void CZipArchive::impl::SetLengthSilently(std::int64_t length) noexcept {
+    try {
+        m_file.SetLength(length);
+    } catch (...) { // the failure that led here counts
+    }
 }
 
 void CZipArchive::impl::Save() {
     if (m_mode == ZipArchiveMode::Create) {
         CheckLimits(static_cast<std::uint64_t>(m_file.GetPosition()));
+        WriteEntries();
+        WriteDirectory();
     } else {
         CheckLimits(0); // before the staging, which takes as much room as the entries say
         EnsureEntriesLoaded();
-        m_file.Seek(0, SeekOrigin::Begin); // SetLength keeps the position
-        m_file.SetLength(0);
+        TakeRoom(static_cast<std::int64_t>(CheckLimits(0)));
+        Rewrite();
     }
-    WriteEntries();
-    WriteDirectory();
     m_file.Flush();
+}
+
+/// Writes over the old archive. One that is written in part ends where the writing ended: with its old directory behind
+/// it, it would look whole.
+void CZipArchive::impl::Rewrite() {
+    m_file.Seek(0, SeekOrigin::Begin);
+    try {
+        WriteEntries();
+        WriteDirectory();
+        m_file.SetLength(m_file.GetPosition());
+    } catch (...) {
+        SetLengthSilently(m_file.GetPosition());
+        throw;
+    }
 }
 
 void CZipArchive::impl::WriteEntries() {
     for (auto& [name, record] : m_table) {
         record.header.localHeaderOffset = static_cast<std::uint32_t>(m_file.GetPosition());
         CLocalFileHeader(record.header).Write(m_file);
-        CFileStream staged(record.stagingPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                           FILE_ATTRIBUTE_NORMAL);
+        CFileStream staged = OpenStagingFile(record.stagingPath);
         std::uint64_t size = 0;
         CopyStream(staged, m_file, [&size](const unsigned char*, std::size_t piece) { size += piece; });
         if (size != record.header.compressedSize) { // somebody else touched the staging file
@@ -849,17 +940,25 @@ void CZipArchive::impl::WriteDirectory() {
     m_end.Write(m_file);
 }
 
-/// What the destructor does first. With another exception on its way a failing save has nobody to tell.
+/// What the destructor does first. With another exception on its way a failing save has nobody to tell but the trace;
+/// foreign code may have left the count of such exceptions raised for good.
 void CZipArchive::impl::Finish() {
     if (m_mode == ZipArchiveMode::Read) {
         return;
     }
+    const bool isUnwinding = std::uncaught_exceptions() > m_exceptionsBefore;
     try {
         Save();
-    } catch (...) {
-        if (std::uncaught_exceptions() <= m_exceptionsBefore) {
+    } catch (const CException& e) {
+        if (!isUnwinding) {
             throw;
         }
+        TraceUnsaved(m_file.GetName(), e.GetExceptionMessage());
+    } catch (const std::exception&) {
+        if (!isUnwinding) {
+            throw;
+        }
+        TraceUnsaved(m_file.GetName(), L"out of memory");
     }
 }
 

@@ -25,14 +25,19 @@ enum class ZipArchiveMode : int {
 ///         archive.AddEntry(L"logs/today.txt", text, sizeof text, true); // or a stream
 ///     }                                    // the destructor writes the archive, and throws what fails
 ///
-/// Changes collect in a staging folder below the temporary path; the destructor writes the whole file anew from
-/// there. Flush does so earlier; the destructor then does it again. There is no way to give changes up: an exception
-/// that ends the block leaves an archive of what was done so far. A failure during the rewrite, or the end of the
-/// process then, leaves the file partly written. So write under another name, or change a copy, and
-/// rename. In Update mode a failure before the rewrite leaves the file as it was.
+/// Changes are staged in a folder below the temporary path. The destructor writes the whole file anew from there. Flush
+/// does so earlier; the destructor then does it again. Changes cannot be given up: an exception that ends the block
+/// leaves an archive of what was done so far.
 ///
-/// The destructor throws what the rewrite fails with, unless another exception is on its way: let the object end
-/// inside the try block. In every case it closes the file and removes the staging folder.
+/// In Update mode the room that the new archive needs is taken before anything is overwritten: a full disk, like every
+/// other failure before the rewrite, leaves the file as it was. A failure during the rewrite leaves the file truncated,
+/// and so may the end of the process. To be safe from that, write under another name, or change a copy, and rename.
+///
+/// The destructor throws what the rewrite fails with: let the object end inside the try block. While another exception
+/// is on its way it does not throw; the failure is then an event of type Error of the trace source
+/// "ZelCore.IO.Compression" that names the archive. In every case it closes the file and removes the staging folder.
+/// Owners whose destructors are noexcept, such as std::unique_ptr, std::optional and std::vector, end the process with
+/// std::terminate when the rewrite fails: call Flush before they end.
 ///
 /// Names are wide strings, written as UTF-8 and read as UTF-8 whatever the archive says; the letters A to Z match
 /// in either case. Names come as the archive has them: check them before you use them as paths. A null name throws
@@ -45,10 +50,10 @@ public:
     /// Opens an archive. The file stays open until the destructor; others may read it meanwhile, except in Create mode,
     /// and in Update mode only if they share it for writing, which this class does not.
     ///
-    /// Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for Update also when two
-    /// entries share a name, or the directory is not of the size that its end record says or does not end where that
-    /// begins, since the rewrite would lose entries. (Read finds the first.) What opening the file and creating the
-    /// staging folder fail with passes through.
+    /// Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for Update also when the rewrite
+    /// would lose entries: when two share a name (Read finds the first), when the directory goes on after the last
+    /// entry that is counted, or when it reaches into the end record. What opening the file and creating the staging
+    /// folder fail with passes through.
     CZipArchive(const wchar_t* path, ZipArchiveMode mode);
 
     /// The source is left closed. Assignment first ends the target as its destructor does, and may throw as that

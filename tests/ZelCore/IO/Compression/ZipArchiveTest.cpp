@@ -114,9 +114,11 @@ protected:
     std::string text;
     HandleBalance handles;
     bool rewriting = false;
-    const ImportHook rewrite{"SetEndOfFile", [this](HANDLE file) -> BOOL { // first: what fails is no rewriting
-                                 rewriting = true;
-                                 return ::SetEndOfFile(file);
+    // Below what fails: a header that is not written is no rewriting.
+    const ImportHook rewrite{"WriteFile",
+                             [this](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* o) -> BOOL {
+                                 rewriting = rewriting || (size > 4 && std::memcmp(data, "PK\3\4", 4) == 0);
+                                 return ::WriteFile(file, data, size, written, o);
                              }};
 };
 
@@ -236,6 +238,63 @@ TEST_F(ZipArchive, KeepsWhatItDoesNotUnderstand) {
     EXPECT_EQ(ReadArchive(), (Contents{{L"", ""}}));
 }
 
+TEST_F(ZipArchive, KeepsWhatOthersLeftToTheDirectory) {
+    const std::string whole = RawArchive().Build();
+    RawArchive streamed; // with the sizes after the data
+    streamed.localSize = 0;
+    streamed.data = "helloPK\7\b\1\2\3\4\5";
+    for (const std::uint16_t encrypted : {std::uint16_t{0}, std::uint16_t{1}}) {
+        streamed.flags = static_cast<std::uint16_t>(1 << 3 | encrypted);
+        Put(L"test.zip", streamed.Build());
+        EXPECT_EQ(ReadArchive(), (Contents{{L"a", ""}}));
+        CZipArchive(Path().c_str(), Update);
+        RawArchive plain;
+        plain.flags = encrypted != 0 ? streamed.flags : std::uint16_t{0}; // the check of a password goes by the flag
+        EXPECT_EQ(Get(L"test.zip"), plain.Build());
+    }
+    const std::size_t end = whole.rfind("PK\5\6");
+    std::string wrongSize = whole;
+    wrongSize[end + 12] = 99;
+    for (const std::string& bytes : {wrongSize, whole.substr(0, end) + "signed by nobody" + whole.substr(end)}) {
+        Put(L"test.zip", bytes);
+        CZipArchive(Path().c_str(), Update);
+        EXPECT_EQ(Get(L"test.zip"), whole);
+    }
+    // The directory lies in the comment, where the rewrite would not find it.
+    std::string behind = whole.substr(0, end) + whole.substr(end, 22) + whole.substr(whole.find("PK\1\2"), end);
+    behind.replace(end + 16, 4, RawArchive::Number(end + 22, 4));
+    ExpectNoArchive(behind, Update);
+}
+
+TEST_F(ZipArchive, StagesInEveryFolderThatTheSystemTakes) {
+    const std::wstring folder = At(L"tmp\\") + std::wstring(245 - At(L"tmp\\").size(), L'x');
+    std::filesystem::create_directory(L"\\\\?\\" + folder);
+    ::SetEnvironmentVariableW(L"TMP", folder.c_str());
+    {
+        CZipArchive archive(Path().c_str(), Create);
+        for (int i = 0; i < 300; ++i) {
+            archive.AddEntry(std::to_wstring(i).c_str(), Bytes("hello"), 5, false);
+        }
+        EXPECT_EQ(ReadEntry(archive, L"299"), "hello");
+    }
+    EXPECT_EQ(ReadArchive().size(), 300u);
+    EXPECT_TRUE(std::filesystem::remove(L"\\\\?\\" + folder)) << "it is empty";
+}
+
+TEST_F(ZipArchive, WhatIsReplacedIsFreed) {
+    CZipArchive archive(Path().c_str(), Create);
+    archive.AddEntry(L"a", Bytes("hello"), 5, false);
+    const std::unique_ptr<CZipArchiveEntry> reading = archive.GetEntry(L"a");
+    for (int i = 0; i < 100; ++i) {
+        archive.UpdateEntry(L"A", Bytes("again"), 5);
+    }
+    EXPECT_EQ(ReadAll(reading->GetStream()), "hello");
+    archive.AddEntry(L"b", Bytes("hello"), 5, false);
+    archive.DeleteEntry(L"b");
+    const std::filesystem::recursive_directory_iterator files(At(L"tmp"));
+    EXPECT_LE(std::count_if(begin(files), end(files), [](const auto& file) { return file.is_regular_file(); }), 2);
+}
+
 TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
     RawArchive twice;
     twice.copies = 2;
@@ -248,6 +307,11 @@ TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
     cut.localSize = cut.centralSize = 100'000;
     other.method = 8;              // its own header knows better
     large.localSize = 0xFFFF'FFFF; // with the size in an extra field
+    RawArchive tooLarge;
+    tooLarge.localSize = tooLarge.centralSize = 0xFFFF'FFF0;
+    Put(L"test.zip", tooLarge.Build()); // refused before the staging takes as much room as the entry says
+    ExpectInvalid(L"Cannot save the ZIP archive: its directory lies beyond 4294967295 bytes",
+                  [&] { CZipArchive(Path().c_str(), Update); });
     for (const RawArchive& raw : {streamed, cut, other}) {
         const std::string bytes = Put(L"test.zip", raw.Build());
         ExpectInvalid(L"Invalid ZIP entry 'a'", [&] { CZipArchive(Path().c_str(), Update); },
@@ -446,6 +510,18 @@ TEST_F(ZipArchiveFailure, AFailingSourceLeavesTheArchiveAsItWas) {
 }
 
 TEST_F(ZipArchiveFailure, TheDestructorReportsAFailingSaveUnlessAnotherExceptionIsOnItsWay) {
+    struct Listener final : CTraceListener {
+        std::wstring seen;
+        Listener() : CTraceListener(L"listener") {}
+        void TraceEvent(const TraceEventContext&, const wchar_t*, TraceEventType, unsigned,
+                        const wchar_t* message) override {
+            seen += message;
+        }
+    };
+    CTraceSource trace(L"ZelCore.IO.Compression");
+    const auto listener = std::make_shared<Listener>();
+    trace.GetSourceSwitch().SetLevel(SourceLevels::Error);
+    trace.AddTraceListener(listener);
     FailingCalls calls(SystemCall("FlushFileBuffers", 0, 29));
     ExpectError(29, [&] { CZipArchive(Path().c_str(), Update); });
     EXPECT_TRUE(IsTemporaryFolderEmpty());
@@ -455,14 +531,71 @@ TEST_F(ZipArchiveFailure, TheDestructorReportsAFailingSaveUnlessAnotherException
         throw CFormatException(L"the first failure", L"", nullptr, 0);
     });
     EXPECT_TRUE(calls.HasFailed());
+    EXPECT_NE(listener->seen.find(L"The archive '" + Path() + L"' is not saved"), std::wstring::npos);
+    EXPECT_NE(listener->seen.find(L"Error 29"), std::wstring::npos) << listener->seen;
+    trace.RemoveAllListeners();
     calls.FailOn(1);
     CZipArchive target(Path().c_str(), Update);
     CZipArchive source(At(L"other.zip").c_str(), Create);
     ExpectError(29, [&] { target = std::move(source); });
     EXPECT_TRUE(target.GetEntryNames().empty()) << "it has taken over the source all the same";
-    const ImportHook hook("SHFileOperationW", [](void*) -> int { return 32; });
+    const ImportHook hook("RemoveDirectoryW", [](const wchar_t*) -> BOOL { return FALSE; });
     EXPECT_NO_THROW(CZipArchive(Path().c_str(), Update)) << "a staging folder that stays is no failure";
     EmptyTemporaryFolder();
+}
+
+TEST_F(ZipArchiveFailure, AFullDiskLeavesTheArchiveAsItWas) {
+    const std::string before = Get(L"test.zip");
+    std::int64_t room = 0;
+    const ImportHook full("WriteFile",
+                          [&](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* o) -> BOOL {
+                              wchar_t name[1000] = L"";
+                              ::GetFinalPathNameByHandleW(file, name, 1000, 0);
+                              LARGE_INTEGER position{};
+                              ::SetFilePointerEx(file, {}, &position, FILE_CURRENT);
+                              if (std::wstring_view(name).ends_with(L"test.zip") && position.QuadPart + size > room) {
+                                  ::SetLastError(ERROR_DISK_FULL);
+                                  return FALSE;
+                              }
+                              return ::WriteFile(file, data, size, written, o);
+                          });
+    CZipArchive archive(Path().c_str(), Update);
+    const std::string large = MakeText(300'000);
+    archive.AddEntry(L"c", Bytes(large), large.size(), false);
+    for (room = static_cast<std::int64_t>(before.size()); room < 300'000; room += 70'000) {
+        ExpectError(ERROR_DISK_FULL, [&] { archive.Flush(); });
+        EXPECT_EQ(Get(L"test.zip"), before) << room;
+    }
+    room = 1'000'000;
+    archive.Flush();
+    archive.DeleteEntry(L"c");
+    room = static_cast<std::int64_t>(before.size()); // shorter than before: no more room is needed
+    archive.Flush();
+    EXPECT_EQ(Get(L"test.zip"), before);
+}
+
+TEST_F(ZipArchiveFailure, AScannerMayHoldAStagingFileForAMoment) {
+    CZipArchive archive(At(L"new.zip").c_str(), Create);
+    archive.AddEntry(L"a", Bytes("hello"), 5, false);
+    int refusals = 0;
+    const ImportHook scanner("CreateFileW", [&](const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* sa,
+                                                DWORD disposition, DWORD flags, HANDLE model) {
+        if (refusals > 0) {
+            --refusals;
+            ::SetLastError(ERROR_SHARING_VIOLATION);
+            return INVALID_HANDLE_VALUE;
+        }
+        return ::CreateFileW(name, access, share, sa, disposition, flags, model);
+    });
+    refusals = 3;
+    EXPECT_EQ(ReadEntry(archive, L"a"), "hello");
+    EXPECT_EQ(refusals, 0);
+    refusals = 3;
+    archive.Flush();
+    EXPECT_EQ(refusals, 0);
+    refusals = 1000;
+    ExpectError(ERROR_SHARING_VIOLATION, [&] { archive.GetEntry(L"a"); }); // not for ever
+    refusals = 0;
 }
 
 TEST_F(ZipArchiveFailure, NamesTheLimitsOfTheFormat) {
