@@ -2,16 +2,6 @@
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
-# The shipped DLL has no symbols; they lie beside it in a file of their own, which debuggers find by the link. Without
-# --preserve-dates the time of the build would stand in both.
-find_program(ZEL_OBJCOPY NAMES ${ZEL_TRIPLET}-objcopy objcopy REQUIRED NO_CMAKE_FIND_ROOT_PATH)
-add_custom_command(TARGET ZelCore POST_BUILD
-  COMMAND ${ZEL_OBJCOPY} --preserve-dates --only-keep-debug ZelCore.dll ZelCore.dll.debug
-  COMMAND ${ZEL_OBJCOPY} --preserve-dates --strip-unneeded ZelCore.dll
-  COMMAND ${ZEL_OBJCOPY} --preserve-dates --add-gnu-debuglink=ZelCore.dll.debug ZelCore.dll
-  WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
-  VERBATIM)
-
 # Files and folders have the same rights whatever the builder's umask is.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -19,7 +9,6 @@ set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ZelCore)
 set(doc_folder ${CMAKE_INSTALL_DATADIR}/doc/ZelCore)
 
 set_target_properties(ZelCore PROPERTIES EXPORT_NAME ZelCore)
-target_sources(ZelCore PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${zel_public_headers})
 install(TARGETS ZelCore EXPORT ZelCoreTargets COMPONENT package
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -36,7 +25,7 @@ configure_package_config_file(cmake/package/ZelCoreConfig.cmake.in ${PROJECT_BIN
 # Before 1.0, a minor version may change the interface.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/ZelCoreConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/package/ZelCoreConfig.cmake ${PROJECT_BINARY_DIR}/package/ZelCoreConfigVersion.cmake
-  cmake/Idl.cmake cmake/RpcMemory.c cmake/MinGW-GCC.cmake cmake/MinGW-Clang.cmake cmake/MinGW-Cross.cmake
+  cmake/Idl.cmake cmake/RpcMemory.c cmake/CopyRuntime.cmake cmake/MinGW-GCC.cmake cmake/MinGW-Clang.cmake cmake/MinGW-Cross.cmake
   DESTINATION ${package_folder} COMPONENT package)
 install(PROGRAMS cmake/wine DESTINATION ${package_folder} COMPONENT package)
 configure_file(cmake/package/zelcore.pc.in ${PROJECT_BINARY_DIR}/package/zelcore.pc @ONLY)

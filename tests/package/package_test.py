@@ -12,6 +12,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import textwrap
 import unittest
 import zipfile
 
@@ -95,6 +96,27 @@ class PackageTest(unittest.TestCase):
             shutil.copytree(self.build(source), alone, ignore=lambda _, names: [
                 name for name in names if not name.endswith((".dll", ".exe"))])
             self.run_alone(f"{name}.exe", printed, alone)
+
+    def test_a_project_takes_the_sources_as_a_subproject(self):
+        source = self.folder / "subproject"
+        source.mkdir()
+        (source / "Main.cpp").write_text("int main() { return 0; }\n")
+        (source / "CMakeLists.txt").write_text(textwrap.dedent(f"""\
+            cmake_minimum_required(VERSION 3.25)
+            project(Host C CXX RC)
+            add_subdirectory("{SOURCES.as_posix()}" zelcore)
+            add_executable(host Main.cpp)
+            target_link_libraries(host PRIVATE ZelCore::ZelCore)
+            zel_copy_runtime(host)
+            """))
+        build = source / "build"
+        run("cmake", "-G", "Ninja", "-S", source, "-B", build, f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}")
+        commands = run("ninja", "-C", build, "-t", "commands", "host")
+        for name in DLLS:  # building the library anew would take minutes
+            self.assertRegex(commands, rf"copy_if_different.*{re.escape(name)}", name)
+        self.assertNotIn("googletest", commands)
+        self.assertFalse((build / "CPackConfig.cmake").exists(), "the host packs itself")
+        self.assertNotIn("ZelCore", (build / "zelcore/cmake_install.cmake").read_text().replace(str(build), ""))
 
     def test_a_program_finds_it_by_pkg_config(self):
         if not shutil.which("pkg-config"):
