@@ -176,3 +176,15 @@ TEST_F(FileStream, EveryFailingSystemCallSurfacesWithItsCode) {
                   [&] { CFileStream(At(L"file"), ReadWrite, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED); });
     EXPECT_NO_THROW(Open()) << "the file was closed again";
 }
+
+TEST_F(FileStream, ClosingKeepsTheLastError) {
+    const ImportHook closing("CloseHandle", [](HANDLE handle) -> BOOL {
+        const BOOL closed = ::CloseHandle(handle);
+        ::SetLastError(77); // as a system may do also when it succeeds
+        return closed;
+    });
+    CFileStream stream(At(L"file"), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    ::SetLastError(ERROR_NOT_READY); // why somebody closes it
+    stream.Close();
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_READY});
+}
