@@ -538,6 +538,7 @@ void AddToChecksum(std::uint32_t& checksum, const unsigned char* data, std::uint
 }
 
 void TraceUnsaved(const wchar_t* archive, const wchar_t* reason) noexcept {
+    // Site: traces on behalf of the destructor.
     using Diagnostics::CTraceSource;
     try {
         static const CTraceSource& trace = *new CTraceSource(L"ZelCore.IO.Compression");
