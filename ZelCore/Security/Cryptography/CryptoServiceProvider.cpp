@@ -37,7 +37,8 @@ bool KeepProviderLoaded() {
     const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
     HMODULE module = nullptr;
     if (length == 0 || length >= MAX_PATH) {
-        return false; // costs time only
+        // Unreached: the system's folder has a short path. Without it, contexts only take longer.
+        return false;
     }
     std::copy(std::begin(file), std::end(file), path + length);
     return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN, path, &module) != FALSE;

@@ -184,11 +184,12 @@ TEST(Cipher, RefusesBadKeysVectorsAndSizes) {
     }
     des.SetBlockSize(64);
     aes.SetMode(CipherMode::CBC);
-    const struct { // a vector of 4 GiB and 32 bytes that nobody may look into
-        const unsigned char *begin, *end, *room;
-    } parts{key.data(), key.data() + 0x1'0000'0020, key.data() + 0x1'0000'0020};
+    // A vector of 4 GiB and 32 bytes that nobody may look into.
+    const unsigned char* const parts[] = {key.data(), key.data() + 0x1'0000'0020, key.data() + 0x1'0000'0020};
+    alignas(SecureBytes) unsigned char storage[sizeof(parts)];
     static_assert(sizeof(parts) == sizeof(SecureBytes));
-    const auto* const large = reinterpret_cast<const SecureBytes*>(&parts);
+    std::memcpy(storage, parts, sizeof(parts));
+    const auto* const large = reinterpret_cast<const SecureBytes*>(storage);
     ASSERT_EQ(large->size(), 0x1'0000'0020u);
     ExpectRange(L"key", [&] { aes.CreateEncryptor(*large, iv); },
                 {.method = L"CCryptoApiTransform::CCryptoApiTransform"});
