@@ -23,7 +23,9 @@ public:
 
     /// Whether the text is a name or an address of this computer, without asking for names of others. Empty text throws
     /// CArgumentException for "machineNameOrIPAddress", and CWin32Exception is thrown when the computer's own names
-    /// cannot be told. Names are compared without regard to case, addresses without their scope.
+    /// cannot be told. An address other than a loopback one is compared with those that the computer's own name
+    /// resolves to: CSocketException where it resolves to none, because no file of hosts and no server knows it. Names
+    /// are compared without regard to case, addresses without their scope.
     static bool IsLocalMachine(const wchar_t* machineNameOrIPAddress);
 };
 

@@ -37,7 +37,7 @@ public:
     CIPAddress(const unsigned char* address, std::size_t length);
 
     /// Reads what Winsock reads: for IPv6 anything with a colon, also "[::1]:80"; for IPv4 also "127.1" and
-    /// "010.0.0.1" (octal), but a port only behind brackets, never with an IPv4 address. Returns false, with the result
+    /// "010.0.0.1" (octal), but a port only after brackets, never with an IPv4 address. Returns false, with the result
     /// unchanged, for other text, for null and for empty text. Never throws.
     static bool TryParse(const wchar_t* text, CIPAddress& result) noexcept;
 

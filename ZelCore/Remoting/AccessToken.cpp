@@ -2,6 +2,8 @@
 
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/TokenInformation.h"
+#include "ZelWin32/UniqueHandle.h"
+#include "ZelWin32/Win32Exception.h"
 
 namespace ATL {
 
@@ -33,27 +35,26 @@ std::wstring CAccessToken::GetUserAndDomain() const {
 }
 
 bool CAccessToken::IsMember(const std::vector<unsigned char>& sid) const {
-    const auto equals = [&](PSID other) {
-        return ::GetLengthSid(other) == sid.size() &&
-               ::EqualSid(other, const_cast<unsigned char*>(sid.data())) != FALSE;
-    };
-    const std::vector<unsigned char> user =
-        ZelWin32::GetTokenBytes(m_token, TokenUser, ZEL_SITE(L"ATL::CAccessToken::IsMember"));
-    const SID_AND_ATTRIBUTES& own = reinterpret_cast<const TOKEN_USER*>(user.data())->User;
-    if ((own.Attributes & SE_GROUP_USE_FOR_DENY_ONLY) == 0 && equals(own.Sid)) {
-        return true;
+    const wchar_t* const method = L"ATL::CAccessToken::IsMember";
+    const auto own = const_cast<unsigned char*>(sid.data()); // the system only reads it, but does not say so
+    constexpr std::size_t smallest = 8;                      // an SID without parts, whose number stands at its start
+    if (sid.size() < smallest || !::IsValidSid(own) || ::GetLengthSid(own) != sid.size()) {
+        return false;
     }
-    const std::vector<unsigned char> bytes =
-        ZelWin32::GetTokenBytes(m_token, TokenGroups, ZEL_SITE(L"ATL::CAccessToken::IsMember"));
-    const auto* const groups = reinterpret_cast<const TOKEN_GROUPS*>(bytes.data());
-    for (DWORD i = 0; i < groups->GroupCount; ++i) {
-        const SID_AND_ATTRIBUTES& group = groups->Groups[i];
-        constexpr DWORD denied = SE_GROUP_USE_FOR_DENY_ONLY;
-        if ((group.Attributes & SE_GROUP_ENABLED) != 0 && (group.Attributes & denied) == 0 && equals(group.Sid)) {
-            return true;
-        }
+    // The system's own check knows restricted tokens and those of app containers, which have their user's SID too.
+    BOOL member = FALSE;
+    if (m_token == nullptr) { // for the system that would be the thread's own user
+        throw ZelWin32::CWin32Exception(ERROR_INVALID_HANDLE, nullptr, ZEL_SITE(method));
     }
-    return false;
+    if (::CheckTokenMembership(m_token, own, &member)) {
+        return member != FALSE;
+    }
+    CheckWin32(::GetLastError() == ERROR_NO_IMPERSONATION_TOKEN, ZEL_SITE(method));
+    HANDLE handle = nullptr; // a process's token has to be turned into one of a thread
+    CheckWin32(::DuplicateToken(m_token, SecurityIdentification, &handle), ZEL_SITE(method));
+    const ZelWin32::EventHandle impersonation(handle);
+    CheckWin32(::CheckTokenMembership(impersonation.Get(), own, &member), ZEL_SITE(method));
+    return member != FALSE;
 }
 
 } // namespace ATL

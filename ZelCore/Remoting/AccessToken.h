@@ -12,8 +12,8 @@
 /// Where programs that also build with ATL look for its access token: nothing else is here.
 namespace ATL {
 
-/// Owns an access token: who calls, and what he belongs to. All questions throw CWin32Exception when the system has no
-/// answer, also for an empty object. Several threads may ask at a time.
+/// Owns an access token: which user calls, and which groups the user belongs to. All questions throw CWin32Exception
+/// when the system has no answer, also for an empty object. Several threads may ask at a time.
 class ZELCORE_API CAccessToken {
 public:
     /// Without a token.
@@ -38,7 +38,10 @@ public:
     std::vector<unsigned char> GetUserSid() const;
     /// The user's name with its domain: "DOMAIN\user".
     std::wstring GetUserAndDomain() const;
-    /// Whether the user or one of the enabled groups of the token has this SID. Those that only deny do not count.
+    /// Whether the system grants the token what is granted to this SID: it is the user's, or that of an enabled group,
+    /// and does not only deny. In tokens that are restricted or of an app container the SID has to be among those that
+    /// these are restricted to as well. False for bytes that are no SID. The token of a process has to be opened with
+    /// TOKEN_DUPLICATE (2) too.
     bool IsMember(const std::vector<unsigned char>& sid) const;
 
 private:

@@ -10,8 +10,7 @@ CLrpcClient::CLrpcClient(const wchar_t* endpoint) {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcClient::CLrpcClient";
     CheckNotEmpty(endpoint, L"endpoint", ZEL_SITE(method));
     CRpcString text;
-    CheckRpc(::RpcStringBindingComposeW(nullptr, ToRpc(L"ncalrpc"), nullptr, ToRpc(endpoint), nullptr,
-                                        reinterpret_cast<RPC_WSTR*>(&text)),
+    CheckRpc(::RpcStringBindingComposeW(nullptr, ToRpc(ProtocolSequence), nullptr, ToRpc(endpoint), nullptr, &text),
              ZEL_SITE(method));
     CheckRpc(::RpcBindingFromStringBindingW(ToRpc(text.Get()), &m_binding), ZEL_SITE(method));
 }

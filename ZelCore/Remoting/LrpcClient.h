@@ -16,6 +16,11 @@ namespace ZelCore::Remoting {
 ///         }
 ///     };
 ///
+/// Any program of the computer can register an endpoint before the server does, under any user: what a client sends
+/// then reaches that program, which may also impersonate the client. A client that sends secrets, believes what it is
+/// told, or has more rights than others calls RpcBindingSetAuthInfoExW on the binding first: with the impersonation
+/// level "identify", mutual authentication and the security identifier of the server's user (RPC_SECURITY_QOS_V3).
+///
 /// Stubs may be called from several threads at once.
 class ZELCORE_API CLrpcClient {
 public:

@@ -10,6 +10,8 @@
 #include "ZelWin32/ProcessEnd.h"
 #include "ZelWin32/SEException.h"
 
+#include <atomic>
+#include <cwchar>
 #include <exception>
 #include <map>
 #include <mutex>
@@ -67,28 +69,63 @@ void Trace(const wchar_t* method, int line, TraceEventType type, const wchar_t* 
 
 #define ZEL_TRACE_REMOTING(method, type, ...) Trace(method, __LINE__, TraceEventType::type, __VA_ARGS__)
 
+[[noreturn]] void ThrowNoListener() {
+    // Site: a step of the method.
+    throw CInvalidOperationException(L"No listener matches the binding information",
+                                     ZEL_SITE(L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding"));
+}
+
 /// The name of the endpoint at which a call arrived.
 std::wstring GetEndpoint(void* binding) {
     // Site: a step of the method.
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding";
     CheckNotNull(binding, L"binding", ZEL_SITE(method));
-    CRpcString text, endpoint;
-    CheckRpc(::RpcBindingToStringBindingW(binding, reinterpret_cast<RPC_WSTR*>(&text)), ZEL_SITE(method));
-    CheckRpc(::RpcStringBindingParseW(ToRpc(text.Get()), nullptr, nullptr, nullptr,
-                                      reinterpret_cast<RPC_WSTR*>(&endpoint), nullptr),
+    CRpcString text, sequence, endpoint;
+    CheckRpc(::RpcBindingToStringBindingW(binding, &text), ZEL_SITE(method));
+    CheckRpc(::RpcStringBindingParseW(ToRpc(text.Get()), nullptr, &sequence, nullptr, &endpoint, nullptr),
              ZEL_SITE(method));
+    // The runtime also serves at what the host program opened by itself, to the network for example.
+    if (sequence.Get() == nullptr || ::_wcsicmp(sequence.Get(), ProtocolSequence) != 0) {
+        ThrowNoListener();
+    }
     return endpoint.Get() != nullptr ? endpoint.Get() : L"";
 }
 
 Endpoints::iterator FindEndpoint(const std::wstring& name) {
-    // Site: a step of the method.
     const auto found = GetProcess().endpoints.find(name);
     if (found == GetProcess().endpoints.end() || found->second.server == nullptr) {
-        throw CInvalidOperationException(L"No listener matches the binding information",
-                                         ZEL_SITE(L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding"));
+        ThrowNoListener();
     }
     return found;
 }
+
+/// Waits for the runtime on behalf of all threads that want to: it refuses a second one.
+class RuntimeWait {
+public:
+    /// As RpcMgmtWaitServerListen; success also where another thread's wait was shared and nothing listens after it.
+    RPC_STATUS Wait() noexcept {
+        bool shared = false;
+        ::AcquireSRWLockExclusive(&m_lock);
+        for (; m_waiting; shared = true) {
+            ::SleepConditionVariableSRW(&m_over, &m_lock, INFINITE, 0);
+        }
+        m_waiting = true;
+        ::ReleaseSRWLockExclusive(&m_lock);
+        const RPC_STATUS status = ::RpcMgmtWaitServerListen();
+        ::AcquireSRWLockExclusive(&m_lock);
+        m_waiting = false;
+        ::ReleaseSRWLockExclusive(&m_lock);
+        ::WakeAllConditionVariable(&m_over);
+        return shared && status == RPC_S_NOT_LISTENING ? RPC_S_OK : status;
+    }
+
+private:
+    SRWLOCK m_lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE m_over = CONDITION_VARIABLE_INIT;
+    bool m_waiting = false;
+};
+
+constinit RuntimeWait g_runtimeWait;
 
 /// Keeps a server from ending while a callback uses it.
 class PinnedServer {
@@ -160,23 +197,41 @@ private:
     static void StartRpcListening();
     static void StopRpcListening();
     void RemoveEndpoint();
+    void BeginToListen(CLrpcServer* server);
 
     std::wstring m_endpoint;
     void* m_interface;
     const void* m_managerEpv;
+    /// Guarded by the lock of the lifecycle.
     bool m_listening = false;
+    /// Whether nothing of the server is registered or about to be. A server that ends idle takes no lock: it may be in
+    /// a call for whose end another thread waits in Shutdown.
+    std::atomic<bool> m_idle{true};
 };
 
 void CLrpcServer::impl::Listen(CLrpcServer* server) {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Listen";
     GetTrace().GetSourceSwitch(); // what is wrong with the configuration shows before anything is changed
-    Process& process = GetProcess();
-    const Guard lifecycle(process.lifecycle);
+    const Guard lifecycle(GetProcess().lifecycle);
     if (m_listening) {
         return;
     }
+    m_idle = false;
+    try {
+        BeginToListen(server);
+    } catch (...) {
+        m_idle = true;
+        throw;
+    }
+    m_listening = true;
+    ZEL_TRACE_REMOTING(method, Verbose, L"Listening.");
+}
+
+void CLrpcServer::impl::BeginToListen(CLrpcServer* server) {
+    // Site: does the work of the method.
+    const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Listen";
     const RPC_STATUS status =
-        ::RpcServerUseProtseqEpW(ToRpc(L"ncalrpc"), MostCallsPerEndpoint, ToRpc(m_endpoint.c_str()), nullptr);
+        ::RpcServerUseProtseqEpW(ToRpc(ProtocolSequence), MostCallsPerEndpoint, ToRpc(m_endpoint.c_str()), nullptr);
     if (status != RPC_S_OK && status != RPC_S_DUPLICATE_ENDPOINT) {
         ZEL_TRACE_REMOTING(method, Error, L"Cannot register endpoint '%s'. Error %d.", m_endpoint.c_str(), status);
         throw CRpcException(status, ZEL_SITE(method));
@@ -187,26 +242,26 @@ void CLrpcServer::impl::Listen(CLrpcServer* server) {
     RegisterRpcInterface();
     try {
         StartRpcListening();
-    } catch (const CRpcException&) {
+    } catch (...) {
         try {
             UnregisterRpcInterface(); // the next attempt begins anew
-        } catch (const CException&) { // why it does not listen is what counts
+        } catch (...) {               // why it does not listen is what counts
         }
         throw;
     }
-    {
-        const Guard guard(process.lock);
-        if (!process.endpoints.insert(own.extract(own.begin())).inserted) {
-            throw CInvalidOperationException(L"Attempt to create a duplicate server", ZEL_SITE(method));
-        }
+    const Guard guard(GetProcess().lock);
+    if (!GetProcess().endpoints.insert(own.extract(own.begin())).inserted) {
+        throw CInvalidOperationException(L"Attempt to create a duplicate server", ZEL_SITE(method));
     }
-    m_listening = true;
-    ZEL_TRACE_REMOTING(method, Verbose, L"Listening.");
 }
 
 void CLrpcServer::impl::Shutdown() {
+    if (m_idle) {
+        return;
+    }
     if (ZelWin32::IsProcessEnding()) { // the calls that are to be waited for have no threads any more
         m_listening = false;
+        m_idle = true;
         return;
     }
     const Guard lifecycle(GetProcess().lifecycle);
@@ -218,14 +273,15 @@ void CLrpcServer::impl::Shutdown() {
     std::exception_ptr failure;
     try {
         StopRpcListening();
-    } catch (const CException&) { // the interface has to go all the same
+    } catch (...) { // the interface has to go all the same
         failure = std::current_exception();
     }
     try {
         UnregisterRpcInterface();
-    } catch (const CException&) {
+    } catch (...) {
         failure = failure ? failure : std::current_exception();
     }
+    m_idle = true; // not before: another thread that ends this server has to wait until nothing of it is used
     if (failure) {
         std::rethrow_exception(failure);
     }
@@ -312,7 +368,7 @@ void CLrpcServer::impl::StopRpcListening() {
 bool CLrpcServer::impl::ListeningStopped() {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::ListeningStopped";
     ZEL_TRACE_REMOTING(method, Verbose, L"Waiting for active RPC calls to complete.");
-    const RPC_STATUS status = ::RpcMgmtWaitServerListen();
+    const RPC_STATUS status = g_runtimeWait.Wait();
     if (status == RPC_S_NOT_LISTENING) {
         ZEL_TRACE_REMOTING(method, Warning, L"Server already stopped. No need to wait.");
         return false;
@@ -334,13 +390,18 @@ RPC_STATUS RPC_ENTRY CLrpcServer::impl::Authenticate(RPC_IF_HANDLE, void* bindin
             return ERROR_ACCESS_DENIED;
         }
         const PinnedServer server(binding);
-        return server->AuthorizeClient(token) ? RPC_S_OK : ERROR_ACCESS_DENIED;
+        const bool authorized = server->AuthorizeClient(token);
+        // The thread goes on to other work, which must not be done as the caller's user.
+        return ::RevertToSelf() && authorized ? RPC_S_OK : ERROR_ACCESS_DENIED;
     } catch (const CException& e) {
         ::RevertToSelf(); // where impersonation was cut short
         ZEL_TRACE_REMOTING(method, Error, L"Failed to authenticate RPC client: %s.", e.GetErrorMessage());
     } catch (const std::bad_alloc&) {
         ::RevertToSelf();
         ZEL_TRACE_REMOTING(method, Error, L"Failed to authenticate RPC client: %s.", L"out of memory");
+    } catch (...) {
+        ::RevertToSelf();
+        throw;
     }
     return ERROR_ACCESS_DENIED;
 }
@@ -351,7 +412,7 @@ CLrpcServer::CLrpcServer(const wchar_t* const endpoint, void* serverIf, const vo
 CLrpcServer::~CLrpcServer() {
     try {
         m_impl->Shutdown();
-    } catch (const CException&) { // a destructor has nobody to tell
+    } catch (...) { // a destructor has nobody to tell
     }
 }
 

@@ -8,7 +8,7 @@ namespace ZelCore::Remoting {
 
 CRpcString::~CRpcString() {
     if (m_string != nullptr) {
-        ::RpcStringFreeW(reinterpret_cast<RPC_WSTR*>(&m_string));
+        ::RpcStringFreeW(&m_string);
     }
 }
 

@@ -4,7 +4,14 @@
 
 namespace ZelCore::Remoting {
 
-/// Owns a string that the RPC runtime allocated. To be handed to the runtime's functions as &string, once.
+/// Owns a string that the RPC runtime allocated. To be handed to the runtime's functions as &string, once:
+///
+///     UUID id;
+///     ::UuidCreate(&id);
+///     CRpcString text;
+///     if (::UuidToStringW(&id, &text) == RPC_S_OK) {
+///         std::printf("%ls\n", text.Get());
+///     }
 class ZELCORE_API CRpcString {
 public:
     /// Without a string.
@@ -14,17 +21,18 @@ public:
     /// Gives the string back to the runtime.
     ~CRpcString();
 
-    /// Where a function stores its string. What is there already would be lost.
-    wchar_t** operator&() noexcept {
+    /// Where a function stores its string, as the runtime's functions take it (RPC_WSTR*). What is there already would
+    /// be lost.
+    unsigned short** operator&() noexcept {
         return &m_string;
     }
     /// Null until a function has stored a string. Valid while the object lives.
     const wchar_t* Get() const noexcept {
-        return m_string;
+        return reinterpret_cast<const wchar_t*>(m_string);
     }
 
 private:
-    wchar_t* m_string = nullptr;
+    unsigned short* m_string = nullptr;
 };
 
 /// Owns a binding handle, in the same way.

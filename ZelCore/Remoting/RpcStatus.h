@@ -9,6 +9,8 @@
 
 namespace ZelCore::Remoting {
 
+inline constexpr wchar_t ProtocolSequence[] = L"ncalrpc"; ///< local procedure calls
+
 /// Throws CRpcException unless the call succeeded.
 inline void CheckRpc(RPC_STATUS status, const wchar_t* method, const wchar_t* file, int line) {
     if (status != RPC_S_OK) {

@@ -102,7 +102,7 @@ SecureBytes ReadKey(const Options& options) {
         CProtectedData::Unprotect(sealed.data(), sealed.size(), key, GetEntropy(options));
     }
     if (key.size() != KeySize) {
-        Fail(path + L" is no key of 32 bytes: `zel keygen` makes one, and --sealed opens a protected one",
+        Fail(path + L" is not a key of 32 bytes: `zel keygen` makes one, and --sealed opens a protected one",
              ZEL_SITE(L"Zel::ReadKey"));
     }
     return key;
@@ -135,7 +135,7 @@ void Decrypt(const Options& options) {
     std::wstring target = options.GetTarget();
     if (target.empty()) {
         if (!source.ends_with(L".enc") || source.size() == 4) {
-            Fail(source + L" does not end in .enc: name the target, please", ZEL_SITE(L"Zel::Decrypt"));
+            Fail(source + L" does not end in .enc: name the target", ZEL_SITE(L"Zel::Decrypt"));
         }
         target = source.substr(0, source.size() - 4);
     }
@@ -206,6 +206,9 @@ void Sign(const Options& options) {
 }
 
 void Verify(const Options& options) {
+    if (options.publicKey.empty() && options.container.empty()) {
+        Fail(L"The signer's key is missing: name it by --public-key or --container", ZEL_SITE(L"Zel::Verify"));
+    }
     const MappedFile data(options.GetSource());
     const SecureBytes signature = ReadSmallFile(options.GetTarget());
     const auto readKey = [&] {
@@ -280,8 +283,8 @@ private:
 void AddKeyCommands(CLI::App& app) {
     Command(app, "keygen", "Make a random key for `zel encrypt`", &MakeKey)
         .Target("target", "The key file to write", true)
-        .Footer("Who has the key file can read all that is encrypted with it. `zel protect` seals it to the user\n"
-                "or the computer.");
+        .Footer("Whoever has the key file can read all that is encrypted with it. `zel protect` seals it to the\n"
+                "user or the computer.");
     Command(app, "protect", "Seal a small file to the user or the computer", &Protect)
         .Source("The file to seal, at most 64 MiB")
         .Target("target", "The sealed file to write", true)
@@ -297,7 +300,7 @@ void AddKeyCommands(CLI::App& app) {
     container.require_subcommand(1);
     Command create(container, "create", "Make a container with a new RSA key pair", &CreateContainer);
     create.Container("name", true);
-    create.GetApp().add_option("--bits", create.GetOptions().bits, "The length of the key, 2048 without");
+    create.GetApp().add_option("--bits", create.GetOptions().bits, "The length of the key, at least 2048 (default)");
     Command(container, "export", "Write the public key (DER, SubjectPublicKeyInfo)", &ExportContainer)
         .Container("name", true)
         .Target("target", "The file to write", true)
@@ -310,17 +313,18 @@ void AddKeyCommands(CLI::App& app) {
 void AddCryptoCommands(CLI::App& app) {
     Command(app, "encrypt", "Encrypt a file with AES-256", &Encrypt)
         .Source("The file to encrypt")
-        .Target("target", "The file to write, the source with .enc without", false)
+        .Target("target", "The file to write; by default the source with .enc added", false)
         .Key()
         .Overwrite()
         .Footer("Writes 16 random bytes (the initialisation vector) and the data in CBC mode with PKCS #5 padding.\n"
-                "Changes of an encrypted file are not always noticed: sign it if that matters.");
+                "Changes of an encrypted file are not always noticed: sign it with `zel sign` if that matters, and\n"
+                "verify the signature before decrypting. The file that was encrypted stays as it is.");
     Command(app, "decrypt", "Decrypt a file that `zel encrypt` wrote", &Decrypt)
         .Source("The file to decrypt")
-        .Target("target", "The file to write, the source less .enc without", false)
+        .Target("target", "The file to write; by default the source without .enc", false)
         .Key()
         .Overwrite();
-    Command hash(app, "hash", "Show the digests of files, as sha256sum and its kin do", &Hash);
+    Command hash(app, "hash", "Show the digests of files, as sha256sum does", &Hash);
     hash.GetApp().add_option("file", hash.GetOptions().items, "The files to read")->required();
     hash.GetApp()
         .add_option("--algorithm", hash.GetOptions().algorithm, "md4, md5, sha1, sha256 (default), sha384 or sha512")

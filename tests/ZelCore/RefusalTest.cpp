@@ -68,7 +68,7 @@ TEST(Refusals, OfTheSystemSurfaceWhereTheyHappen) {
         L"<zel><zel.diagnostics logDirectory='%x%'/></zel></configuration>";
     ATL::CAccessToken token;
     HANDLE handle = nullptr;
-    ASSERT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &handle));
+    ASSERT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY | TOKEN_DUPLICATE, &handle));
     token.Attach(handle);
     const CDateTime local(CDateTime::UtcNow().GetTicks(), DateTimeKind::Local);
     const auto print = [] { CConsoleTraceListener(L"c").TraceEvent({}, L"s", TraceEventType::Error, 0, L"m"); };
@@ -107,5 +107,5 @@ TEST(Refusals, OfTheSystemSurfaceWhereTheyHappen) {
     expectAt(L"COperatingSystem::GetVersion", {"GetVersionExW"}, [] { COperatingSystem::GetVersion(); });
     expectAt(L"CAccessToken::GetUserSid", {"GetTokenInformation"}, [&] { token.GetUserSid(); });
     expectAt(L"CAccessToken::GetUserAndDomain", {"LookupAccountSidW"}, [&] { token.GetUserAndDomain(); });
-    expectAt(L"CAccessToken::IsMember", {"GetTokenInformation"}, [&] { (void)token.IsMember({1, 2, 3}); });
+    expectAt(L"CAccessToken::IsMember", {"CheckTokenMembership"}, [&] { (void)token.IsMember(token.GetUserSid()); });
 }

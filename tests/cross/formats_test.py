@@ -259,7 +259,9 @@ class Secrets(ZelTest):
 
     def test_signatures_both_ways(self):
         name = f"zel test {os.getpid()}"
-        zel("container", "create", name, "--bits", "1024")
+        for bits in ("0", "1024", "2047"):
+            zel("container", "create", name, "--bits", bits, status=1)
+        zel("container", "create", name)
         try:
             zel("container", "create", name, status=1)
             zel("container", "export", name, "public.der")
@@ -275,6 +277,12 @@ class Secrets(ZelTest):
                     openssl("dgst", "-" + digest, "-sign", "private.pem", "-out", "theirs", file)
                     zel("verify", file, "theirs", "--public-key", "theirs.der", "--algorithm", digest)
             zel("verify", "public.der", "signature", "--container", name, status=1)
+            # No name is not the user's default container, whose keys other programs use.
+            zel("container", "delete", "", status=1)
+            zel("container", "create", "", status=1)
+            zel("container", "export", "", "public.der", "--overwrite", status=1)
+            zel("sign", "public.der", "signature", "--container", "", "--overwrite", status=1)
+            zel("verify", "public.der", "signature", status=1)
         finally:
             zel("container", "delete", name)
 

@@ -9,8 +9,8 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-std::unique_ptr<ICryptoTransform> CreateCryptoTransform(const CAes& algorithm, const SecureBytes& key,
-                                                        const SecureBytes& iv, bool encrypting) {
+std::unique_ptr<ICryptoTransform> CreateCryptoTransform(CAes& algorithm, const SecureBytes& key, const SecureBytes& iv,
+                                                        bool encrypting) {
     const ALG_ID id = key.size() == 16 ? CALG_AES_128 : key.size() == 24 ? CALG_AES_192 : CALG_AES_256;
     return CheckAndCreateTransform(algorithm, id, key, iv, encrypting, 8, L"" __FILE__);
 }

@@ -2,10 +2,14 @@
 
 #include "ZelCore/Security/Cryptography/SymmetricAlgorithm.h"
 
+// The order of the virtual operations is published and has no destructor: whoever derives destroys his own class.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 namespace ZelCore::Security::Cryptography {
 
 /// AES (FIPS 197) with keys of 128, 192 or 256 bits; a key of 256 bits is generated. CFB feeds back 8 bits.
-class ZELCORE_API CAes final : public CSymmetricAlgorithm {
+class ZELCORE_API CAes : public CSymmetricAlgorithm {
 public:
     /// Blocks of 128 bits, a key of 256 bits, CBC, and 8 bits of feedback; key and IV are generated on first use.
     CAes();
@@ -35,3 +39,5 @@ public:
 };
 
 } // namespace ZelCore::Security::Cryptography
+
+#pragma GCC diagnostic pop

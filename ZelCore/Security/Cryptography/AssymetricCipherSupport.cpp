@@ -48,8 +48,15 @@ void HashAll(const HashHandle& hash, const unsigned char* data, std::size_t size
                method, file, line);
 }
 
-/// The system takes keys that are none, and then "encrypts" to the plain text: modulus and exponent must be odd, and
-/// the exponent at least 3.
+constexpr std::size_t SmallestPadding = 11; // bytes that PKCS #1 v1.5 adds to a message (RFC 8017, 7.2)
+
+/// Keys of other algorithms, those of RSA-PSS and RSA-OAEP too, are not meant for what is done here.
+bool IsForRsa(const CERT_PUBLIC_KEY_INFO& info) {
+    return info.Algorithm.pszObjId != nullptr && std::strcmp(info.Algorithm.pszObjId, szOID_RSA_RSA) == 0;
+}
+
+/// The system takes keys that are none, and then "encrypts" to the plain text: modulus and exponent must be odd, the
+/// exponent at least 3, and the length of the modulus one that the provider has.
 bool IsSoundRsaKey(const CERT_PUBLIC_KEY_INFO& info) {
     void* memory = nullptr;
     DWORD size = 0;
@@ -64,27 +71,34 @@ bool IsSoundRsaKey(const CERT_PUBLIC_KEY_INFO& info) {
         return false;
     }
     std::memcpy(&key, static_cast<const unsigned char*>(memory) + sizeof(BLOBHEADER), sizeof(key));
+    constexpr DWORD shortest = 384, longest = 16384; // bits
+    if (key.bitlen < shortest || key.bitlen > longest || key.bitlen % 8 != 0 || size - modulusAt < key.bitlen / 8) {
+        return false;
+    }
     const unsigned lowest = static_cast<const unsigned char*>(memory)[modulusAt];
     return key.pubexp >= 3 && (key.pubexp & lowest & 1) != 0;
 }
 
 /// Whether a key of so many bytes has room for the signature's padding and digest (RFC 8017, 9.2).
 bool FitsSignature(std::size_t keyLength, SignatureHashAlgorithm algorithm) {
-    constexpr std::size_t padding = 11, sha1 = 15 + 20, sha256 = 19 + 32; // each with its identifier
-    return keyLength >= padding + (algorithm == SignatureHashAlgorithm::Sha1 ? sha1 : sha256);
+    constexpr std::size_t sha1 = 15 + 20, sha256 = 19 + 32; // each with its identifier
+    return keyLength >= SmallestPadding + (algorithm == SignatureHashAlgorithm::Sha1 ? sha1 : sha256);
 }
 
 KeyHandle ImportPublicKey(const CCryptoServiceProvider& provider, const CPublicKeyInfo& key, const wchar_t* method,
                           const wchar_t* file, int line) {
-    HCRYPTKEY handle = 0;
-    CheckWin32(::CryptImportPublicKeyInfo(provider.GetHandle(), X509_ASN_ENCODING | PKCS_7_ASN_ENCODING,
-                                          const_cast<CERT_PUBLIC_KEY_INFO*>(key.GetInfo()), &handle),
-               method, file, line);
-    KeyHandle imported(handle);
-    if (!IsSoundRsaKey(*key.GetInfo())) {
+    const CERT_PUBLIC_KEY_INFO& info = *key.GetInfo();
+    if (!IsForRsa(info)) {
+        throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_ALGID), nullptr, method, file, line);
+    }
+    if (!IsSoundRsaKey(info)) {
         throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_KEY), nullptr, method, file, line);
     }
-    return imported;
+    HCRYPTKEY handle = 0;
+    CheckWin32(::CryptImportPublicKeyInfo(provider.GetHandle(), X509_ASN_ENCODING | PKCS_7_ASN_ENCODING,
+                                          const_cast<CERT_PUBLIC_KEY_INFO*>(&info), &handle),
+               method, file, line);
+    return KeyHandle(handle);
 }
 
 /// The length in bytes of what the key encrypts to and signs with.
@@ -148,6 +162,10 @@ void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
     const DWORD size = ToLength(data.size(), L"data", ZEL_SITE(method));
     const CCryptoServiceProvider provider;
     const KeyHandle publicKey = ImportPublicKey(provider, key, ZEL_SITE(method, 116));
+    const DWORD block = GetBlockLength(publicKey, ZEL_SITE(method));
+    if (data.size() + SmallestPadding > block) {
+        throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_LEN), nullptr, ZEL_SITE(method, 131));
+    }
     SecureBytes result = data;
     result.resize(std::max<std::size_t>(result.size(), 1)); // without a pointer the call would only ask for the length
     DWORD length = size;
@@ -156,8 +174,8 @@ void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
             ZelWin32::ThrowLastError(ZEL_SITE(method, 131));
         }
         // Not every system reports the length.
-        const DWORD room = length > size ? length : std::max(GetBlockLength(publicKey, ZEL_SITE(method, 140)), size);
-        result.resize(std::max<std::size_t>(room, 1));
+        const DWORD room = length > size ? length : block;
+        result.resize(room);
         length = size;
         CheckWin32(::CryptEncrypt(publicKey.Get(), 0, TRUE, 0, result.data(), &length, room), ZEL_SITE(method, 140));
     }

@@ -17,7 +17,9 @@ enum class SignatureHashAlgorithm : int {
 /// others with the highest first: `reverse` converts to and from theirs.
 ///
 /// All throw CWin32Exception for what the system refuses, and CArgumentNullException for a null pointer with a size.
-/// They keep nothing and may be called from any thread.
+/// Public keys have to say that they are RSA keys (rsaEncryption, 1.2.840.113549.1.1.1), otherwise they are refused
+/// with NTE_BAD_ALGID, and to be sound ones, otherwise with NTE_BAD_KEY. The functions keep nothing and may be called
+/// from any thread.
 ///@{
 
 /// Signs data of any size with the container's key.
@@ -25,17 +27,18 @@ enum class SignatureHashAlgorithm : int {
 ZELCORE_API std::vector<unsigned char> SignData(const CPrivateKeyInfo& key, SignatureHashAlgorithm hash,
                                                 const unsigned char* data, std::size_t size, bool reverse);
 
-/// Whether the signature is that of the data by the owner of the key. Never throws for a signature that does not fit,
-/// but CWin32Exception for a key that is none (NTE_BAD_KEY).
+/// Whether the signature is that of the data by the owner of the key. Returns false, and does not throw, for a
+/// signature that does not fit.
 ZELCORE_API bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm hash, const unsigned char* data,
                             std::size_t size, const unsigned char* signature, std::size_t signatureSize, bool reverse);
 
-/// Replaces the data by its cipher text. It must be at least 11 bytes shorter than the key; on failure it stays as it
-/// was.
+/// Replaces the data by its cipher text. It must be at least 11 bytes shorter than the key, otherwise CWin32Exception
+/// with NTE_BAD_LEN; on failure it stays as it was.
 ZELCORE_API void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse);
 
 /// Replaces cipher text by the data; on failure it stays as it was. Cipher text that is not as long as the key throws
-/// CWin32Exception with NTE_BAD_DATA.
+/// CWin32Exception with NTE_BAD_DATA. Do not let the sender see whether the padding was right: with enough attempts
+/// that decrypts messages without the key. Verify a signature of the cipher text first.
 ZELCORE_API void DecryptData(const CPrivateKeyInfo& key, SecureBytes& data, bool reverse);
 
 ///@}

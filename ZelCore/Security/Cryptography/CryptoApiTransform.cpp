@@ -16,9 +16,9 @@ namespace {
 constexpr std::size_t SmallestIV = 8;    // bytes, for every algorithm
 constexpr std::size_t LargestBlock = 16; // bytes
 
-bool IsWithin(const unsigned char* pointer, const std::vector<unsigned char>& data) {
-    return pointer >= data.data() && pointer < data.data() + data.capacity();
-}
+constexpr std::size_t LargestKept = 2 << 20; // bytes of memory that a transform keeps from call to call
+
+constexpr std::size_t BlobHeaderSize = 12;
 
 /// The key as CryptImportKey takes it: a PUBLICKEYSTRUC, the length and the bytes.
 SecureBytes MakeKeyBlob(ALG_ID algorithm, const SecureBytes& key) {
@@ -27,16 +27,34 @@ SecureBytes MakeKeyBlob(ALG_ID algorithm, const SecureBytes& key) {
         DWORD length;
     };
     const Header header{{PLAINTEXTKEYBLOB, CUR_BLOB_VERSION, 0, algorithm}, static_cast<DWORD>(key.size())};
-    static_assert(sizeof(header) == 12);
+    static_assert(sizeof(header) == BlobHeaderSize);
     SecureBytes bytes(sizeof(header) + key.size());
     std::memcpy(bytes.data(), &header, sizeof(header));
     std::copy(key.begin(), key.end(), bytes.begin() + sizeof(header));
     return bytes;
 }
 
+/// Wipes what a call leaves in the transform's memory: plain text of a call that failed, or what the output held
+/// before, which its owner can reach no longer.
+class WipedAfterwards {
+public:
+    explicit WipedAfterwards(std::vector<unsigned char>& bytes) noexcept : m_bytes(bytes) {}
+    WipedAfterwards(const WipedAfterwards&) = delete;
+    WipedAfterwards& operator=(const WipedAfterwards&) = delete;
+    ~WipedAfterwards() {
+        WipeMemory(m_bytes.data(), m_bytes.size());
+        if (m_bytes.capacity() > LargestKept) {
+            std::vector<unsigned char>().swap(m_bytes);
+        }
+    }
+
+private:
+    std::vector<unsigned char>& m_bytes;
+};
+
 } // namespace
 
-std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const CSymmetricAlgorithm& algorithm, ALG_ID id,
+std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(CSymmetricAlgorithm& algorithm, ALG_ID id,
                                                           const SecureBytes& key, const SecureBytes& iv,
                                                           bool encrypting, std::uint64_t feedbackSize,
                                                           const wchar_t* file) {
@@ -65,15 +83,18 @@ CCryptoApiTransform::CCryptoApiTransform(const SecureBytes& key, const SecureByt
                             parameters.algorithm == CALG_AES_256
                         ? 16
                         : 8) {
+    const wchar_t* const method = L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform";
+    CheckAtMost(key.size(), Largest32 - BlobHeaderSize, L"key", ZEL_SITE(method)); // CryptoAPI counts by 32 bits
     {
         const SecureBytes blob = MakeKeyBlob(parameters.algorithm, key);
         HCRYPTKEY handle = 0;
         ZelWin32::CheckWin32(
             ::CryptImportKey(m_provider.GetHandle(), blob.data(), static_cast<DWORD>(blob.size()), 0, 0, &handle),
-            ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform", 69));
+            ZEL_SITE(method, 69));
         m_key.Reset(handle);
     }
     if (parameters.mode == CipherMode::CFB) {
+        CheckAtMost(parameters.feedbackSize, Largest32, L"feedbackSize", ZEL_SITE(method));
         const auto bits = static_cast<DWORD>(parameters.feedbackSize);
         SetKeyParameter(KP_MODE_BITS, &bits, 76);
     }
@@ -114,18 +135,9 @@ std::size_t CCryptoApiTransform::TransformBlock(const unsigned char* input, std:
             ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformBlock", 148));
     }
     CheckSize(count, ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformBlock"));
-    if (!IsWithin(input, output)) {
-        return m_encrypting ? Encrypt(input, count, output, false) : Decrypt(input, count, output, false);
-    }
-    struct Wiped { // plain text or not, nobody can reach it any more
-        std::vector<unsigned char> bytes;
-        ~Wiped() {
-            WipeMemory(bytes.data(), bytes.size());
-        }
-    } result; // the output holds the input
-    const std::size_t length =
-        m_encrypting ? Encrypt(input, count, result.bytes, false) : Decrypt(input, count, result.bytes, false);
-    output.swap(result.bytes);
+    const WipedAfterwards work(m_work);
+    const std::size_t length = Transform(input, count, false);
+    output.swap(m_work);
     return length;
 }
 
@@ -139,59 +151,59 @@ std::vector<unsigned char> CCryptoApiTransform::TransformFinalBlock(const unsign
     }
     CheckSize(count, ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformFinalBlock"));
     std::vector<unsigned char> output;
-    try {
-        output.resize(m_encrypting ? Encrypt(input, count, output, true) : Decrypt(input, count, output, true));
-    } catch (...) {
-        WipeMemory(output.data(), output.size());
-        throw;
-    }
+    m_work.swap(output); // the result leaves with its memory, and is not to be copied once the system has made it
+    output = {};
+    const WipedAfterwards work(m_work);
+    const std::size_t length = Transform(input, count, true);
+    output.swap(m_work);
+    output.resize(length);
     return output;
 }
 
-std::size_t CCryptoApiTransform::Encrypt(const unsigned char* input, std::size_t count,
-                                         std::vector<unsigned char>& output, bool final) {
+std::size_t CCryptoApiTransform::Transform(const unsigned char* input, std::size_t count, bool final) {
+    return m_encrypting ? Encrypt(input, count, final) : Decrypt(input, count, final);
+}
+
+std::size_t CCryptoApiTransform::Encrypt(const unsigned char* input, std::size_t count, bool final) {
     const std::size_t block = InputBlockSize();
     std::size_t room = (count + block - 1) / block * block;
     if (final && (count == 0 || count == block)) {
         room += block; // a message of more whole blocks gets no room for its padding: the system refuses it
     }
-    output.resize(room);
-    std::copy_n(input, count, output.begin());
+    m_work.resize(room);
+    std::copy_n(input, count, m_work.begin());
     auto length = static_cast<DWORD>(count);
-    ZelWin32::CheckWin32(::CryptEncrypt(m_key.Get(), 0, final, 0, output.data(), &length, static_cast<DWORD>(room)),
+    ZelWin32::CheckWin32(::CryptEncrypt(m_key.Get(), 0, final, 0, m_work.data(), &length, static_cast<DWORD>(room)),
                          ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::Encrypt", 268));
     return length;
 }
 
-std::size_t CCryptoApiTransform::Decrypt(const unsigned char* input, std::size_t count,
-                                         std::vector<unsigned char>& output, bool final) {
+std::size_t CCryptoApiTransform::Decrypt(const unsigned char* input, std::size_t count, bool final) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CCryptoApiTransform::Decrypt";
     const std::size_t held = m_held.size();
     if (final) {
-        output.resize(held + count);
-        std::copy_n(input, count, std::copy(m_held.begin(), m_held.end(), output.begin()));
-        if (output.empty()) { // the system would crash; a message has at least a block of padding
+        m_work.resize(held + count);
+        std::copy_n(input, count, std::copy(m_held.begin(), m_held.end(), m_work.begin()));
+        if (m_work.empty()) { // the system would crash; a message has at least a block of padding
             throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_DATA), nullptr, ZEL_SITE(method, 244));
         }
-        return DecryptInPlace(output, true, ZEL_SITE(method, 244));
+        return DecryptInPlace(true, ZEL_SITE(method, 244));
     }
     const std::size_t kept = held != 0 ? held : InputBlockSize();
-    output.resize(held + count - kept);
-    std::copy_n(input, count - kept, std::copy(m_held.begin(), m_held.end(), output.begin()));
+    m_work.resize(held + count - kept);
+    std::copy_n(input, count - kept, std::copy(m_held.begin(), m_held.end(), m_work.begin()));
     m_next.assign(input + count - kept, input + count);
-    const std::size_t length =
-        output.empty() ? 0 : DecryptInPlace(output, false, ZEL_SITE(method, held != 0 ? 228 : 208));
+    const std::size_t length = m_work.empty() ? 0 : DecryptInPlace(false, ZEL_SITE(method, held != 0 ? 228 : 208));
     m_held.swap(m_next); // not before: what failed may be tried again
     return length;
 }
 
-std::size_t CCryptoApiTransform::DecryptInPlace(std::vector<unsigned char>& data, bool final, const wchar_t* method,
-                                                const wchar_t* file, int line) {
-    if (data.size() % m_systemBlock != 0) { // the system would go on behind the end
+std::size_t CCryptoApiTransform::DecryptInPlace(bool final, const wchar_t* method, const wchar_t* file, int line) {
+    if (m_work.size() % m_systemBlock != 0) { // the system would read beyond the end
         throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_DATA), nullptr, method, file, line);
     }
-    auto length = static_cast<DWORD>(data.size());
-    ZelWin32::CheckWin32(::CryptDecrypt(m_key.Get(), 0, final, 0, data.data(), &length), method, file, line);
+    auto length = static_cast<DWORD>(m_work.size());
+    ZelWin32::CheckWin32(::CryptDecrypt(m_key.Get(), 0, final, 0, m_work.data(), &length), method, file, line);
     return length;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: the transform behind all symmetric algorithms.
+// Private to the library: the transform that all symmetric algorithms make.
 
 #include "ZelCore/Security/Cryptography/CryptoHandles.h"
 #include "ZelCore/Security/Cryptography/CryptoServiceProvider.h"
@@ -20,7 +20,9 @@ struct CipherParameters {
 /// Encrypts or decrypts through CryptoAPI.
 ///
 /// A decryptor holds the last block of every non-final call back, since only the final call takes the padding off.
-/// It keeps the held block after the final call: who uses a decryptor again gets it in front of the next message.
+/// It keeps the held block after the final call: a decryptor that is used again puts it in front of the next message.
+///
+/// Results are made in memory of the transform's own and change places with the caller's output once all has gone well.
 class CCryptoApiTransform final : public ICryptoTransform {
 public:
     /// The IV is used where it is not empty and the mode has one.
@@ -44,13 +46,13 @@ public:
 
 private:
     bool IsWholeBlocks(std::size_t count) const noexcept;
-    std::size_t Encrypt(const unsigned char* input, std::size_t count, std::vector<unsigned char>& output, bool final);
-    std::size_t Decrypt(const unsigned char* input, std::size_t count, std::vector<unsigned char>& output, bool final);
+    std::size_t Transform(const unsigned char* input, std::size_t count, bool final);
+    std::size_t Encrypt(const unsigned char* input, std::size_t count, bool final);
+    std::size_t Decrypt(const unsigned char* input, std::size_t count, bool final);
 
     void SetKeyParameter(DWORD parameter, const void* value, int line);
     void CheckSize(std::size_t count, const wchar_t* method, const wchar_t* file, int line) const;
-    std::size_t DecryptInPlace(std::vector<unsigned char>& data, bool final, const wchar_t* method, const wchar_t* file,
-                               int line);
+    std::size_t DecryptInPlace(bool final, const wchar_t* method, const wchar_t* file, int line);
 
     const CCryptoServiceProvider m_provider;
     KeyHandle m_key;
@@ -59,13 +61,14 @@ private:
     std::size_t m_systemBlock; ///< in bytes, as it is
     std::vector<unsigned char> m_held;
     std::vector<unsigned char> m_next; ///< what is held once a call has succeeded
+    std::vector<unsigned char> m_work; ///< where a call makes its result; all zeros between calls
 };
 
 /// Checks the parameters on behalf of an algorithm and makes its transform.
 /// \param id           CryptoAPI's number for the algorithm with a key of this length
 /// \param feedbackSize what CFB can feed back in this algorithm, in bits
 /// \param file         the algorithm's source file, where the exceptions say they come from
-std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(const CSymmetricAlgorithm& algorithm, ALG_ID id,
+std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(CSymmetricAlgorithm& algorithm, ALG_ID id,
                                                           const SecureBytes& key, const SecureBytes& iv,
                                                           bool encrypting, std::uint64_t feedbackSize,
                                                           const wchar_t* file);

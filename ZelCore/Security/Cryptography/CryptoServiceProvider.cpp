@@ -5,6 +5,8 @@
 #include "ZelWin32/LastError.h"
 #include "ZelWin32/OperatingSystem.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace ZelCore::Security::Cryptography {
@@ -26,11 +28,20 @@ Provider SelectProvider() {
 
 constinit CLazy<Provider> g_provider(&SelectProvider);
 
-/// The system unloads the provider's module with the last context and needs over a millisecond to load it again: who
-/// encrypts one small record after the other would pay for that each time.
+/// The system unloads the provider's module with the last context and needs over a millisecond to load it again: a
+/// program that encrypts one small record after the other would pay for that each time. Only the system's own module is
+/// meant, not one of that name in the program's folder.
 bool KeepProviderLoaded() {
+    constexpr wchar_t file[] = L"\\rsaenh.dll";
+    wchar_t path[MAX_PATH + std::size(file)];
+    const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
     HMODULE module = nullptr;
-    return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN, L"rsaenh.dll", &module) != FALSE;
+    if (length == 0 || length >= MAX_PATH) {
+        // Unreached: the system's folder has a short path. Without it, contexts only take longer.
+        return false;
+    }
+    std::copy(std::begin(file), std::end(file), path + length);
+    return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN, path, &module) != FALSE;
 }
 
 constinit CLazy<bool> g_loaded(&KeepProviderLoaded);

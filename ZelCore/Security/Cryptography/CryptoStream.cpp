@@ -106,7 +106,7 @@ void CCryptoStream::impl::Initialize() {
 }
 
 void CCryptoStream::impl::Close() {
-    // Behind a gap there is nothing to complete.
+    // After a gap there is nothing to complete.
     const bool finish = !std::exchange(m_finalBlockDone, true) && IsOpen() && !m_transformFailure;
     try {
         if (finish) {
@@ -168,7 +168,7 @@ std::size_t CCryptoStream::impl::Read(unsigned char* buffer, std::size_t count) 
             std::copy_n(m_output.data() + m_outputStart, m_outputHeld, std::copy_n(buffer, copied, held.begin()));
             ReplaceOutput(held);
         } catch (const std::bad_alloc&) {
-            m_transformFailure = std::current_exception(); // never to go on behind a gap
+            m_transformFailure = std::current_exception(); // never to go on after a gap
         }
         throw;
     }
@@ -177,16 +177,20 @@ std::size_t CCryptoStream::impl::Read(unsigned char* buffer, std::size_t count) 
 
 void CCryptoStream::impl::ReadInto(unsigned char* buffer, std::size_t count, std::size_t& copied) {
     copied = TakeHeldOutput(buffer, count);
-    while (copied < count && !m_finalBlockDone && ReadManyBlocks(buffer, count, copied)) {
-    }
     while (copied < count && (!m_finalBlockDone || m_transformFailure)) {
-        ReadOneBlock();
-        copied += TakeHeldOutput(buffer + copied, count - copied);
+        if (ReadManyBlocks(buffer, count, copied)) {
+            continue;
+        }
+        if (copied < count) {
+            ReadOneBlock();
+            copied += TakeHeldOutput(buffer + copied, count - copied);
+        }
     }
 }
 
-/// Reads as many blocks as are wanted with one call of the other stream. Returns false when the rest, if any, has to
-/// be read block by block.
+/// Reads as many blocks as are wanted with one call of the other stream. Returns false when that did not give them all:
+/// the next block, or the end of the data, then has to be read by itself. At the end of the data the other stream is so
+/// asked for one block once more, whatever is still wanted.
 bool CCryptoStream::impl::ReadManyBlocks(unsigned char* buffer, std::size_t count, std::size_t& copied) {
     const std::size_t inputBlock = m_input.size();
     const std::size_t outputBlock = m_transform->OutputBlockSize();
@@ -214,7 +218,7 @@ bool CCryptoStream::impl::ReadManyBlocks(unsigned char* buffer, std::size_t coun
     }
     m_inputHeld = total - whole;
     std::copy_n(m_round.begin() + static_cast<std::ptrdiff_t>(whole), m_inputHeld, m_input.begin());
-    return read != 0;
+    return m_inputHeld == 0 && total == size;
 }
 
 /// Fills the output from the next block, or from the end of the data.
@@ -253,7 +257,7 @@ std::size_t CCryptoStream::impl::Transform(const unsigned char* blocks, std::siz
     }
 }
 
-/// Transforms behind what waits for the other stream.
+/// Transforms after what waits for the other stream.
 void CCryptoStream::impl::TransformMore(const unsigned char* blocks, std::size_t size) {
     if (m_outputHeld == 0) {
         HoldOutput(Transform(blocks, size, m_output));
@@ -278,7 +282,7 @@ void CCryptoStream::impl::TransformMore(const unsigned char* blocks, std::size_t
         m_output.insert(m_output.end(), more.bytes.begin(), more.bytes.begin() + static_cast<std::ptrdiff_t>(added));
         m_outputHeld = total;
     } catch (const std::bad_alloc&) {
-        m_transformFailure = std::current_exception(); // never to go on behind a gap
+        m_transformFailure = std::current_exception(); // never to go on after a gap
         throw;
     }
 }
@@ -287,7 +291,7 @@ void CCryptoStream::impl::Write(const unsigned char* buffer, std::size_t count) 
     if (m_transformFailure) {
         std::rethrow_exception(m_transformFailure);
     }
-    // When the other stream fails, everything is transformed all the same: the caller can go on behind it.
+    // When the other stream fails, everything is transformed all the same: the caller can go on after it.
     std::exception_ptr failure;
     const auto deliver = [&] {
         try {

@@ -27,11 +27,19 @@ enum class CryptoStreamMode : std::uint32_t {
 /// Always close a writing stream: the destructor closes it too, but an exception has no way out of there and ends the
 /// process. After an operation failed in the transform or the other stream, the destructor writes nothing more.
 ///
-/// What the transform and the other stream throw passes through. A wrong key or damaged data mostly shows only in the
-/// last block, by CWin32Exception with NTE_BAD_DATA, and sometimes not at all.
+/// An exception of the caller's own between two writes is no such failure: the destructor, which runs as the exception
+/// passes, then completes the message as if it were meant to end there, and nothing in the cipher text shows that it
+/// was truncated. Write the length or an end mark into the message, or write to a file of another name and rename that
+/// after Close.
 ///
-/// Holds at most 2 MiB of buffers, whatever the size of the data, except for what the other stream failed to take, and
-/// wipes them. One thread at a time.
+/// What the transform and the other stream throw passes through. A wrong key or damaged data mostly shows only in the
+/// last block, by CWin32Exception with NTE_BAD_DATA, and sometimes not at all. Cipher text that was truncated throws
+/// CArgumentException for "inputCount" from the transform where the last block is not whole, CWin32Exception where
+/// the rest does not look padded, and nothing where it happens to. Answer a sender of cipher text in the same way and
+/// time for all of them: from the difference he can decrypt messages without the key. Verify a signature first.
+///
+/// Holds at most 3 MiB of buffers, those of the library's ciphers included, whatever the size of the data, except for
+/// what the other stream failed to take, and wipes them. One thread at a time.
 class ZELCORE_API CCryptoStream : public IO::CStream {
 public:
     /// Borrows both, which must outlive this stream. Neither constructor ever closes or flushes the other stream.

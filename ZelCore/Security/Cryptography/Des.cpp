@@ -9,8 +9,8 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-std::unique_ptr<ICryptoTransform> CreateCryptoTransform(const CDes& algorithm, const SecureBytes& key,
-                                                        const SecureBytes& iv, bool encrypting) {
+std::unique_ptr<ICryptoTransform> CreateCryptoTransform(CDes& algorithm, const SecureBytes& key, const SecureBytes& iv,
+                                                        bool encrypting) {
     const ALG_ID id = CALG_DES;
     return CheckAndCreateTransform(algorithm, id, key, iv, encrypting, algorithm.GetBlockSize(), L"" __FILE__);
 }

@@ -2,11 +2,15 @@
 
 #include "ZelCore/Security/Cryptography/SymmetricAlgorithm.h"
 
+// The order of the virtual operations is published and has no destructor: whoever derives destroys his own class.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 namespace ZelCore::Security::Cryptography {
 
 /// DES (FIPS 46-3), for old data only: its key of 64 bits, 8 of which count for nothing, can be found by trying.
 /// CFB feeds back a whole block, or what the system makes of that: some feed back 8 bits whatever they are told.
-class ZELCORE_API CDes final : public CSymmetricAlgorithm {
+class ZELCORE_API CDes : public CSymmetricAlgorithm {
 public:
     /// Blocks, key and feedback of 64 bits, CBC; key and IV are generated on first use.
     CDes();
@@ -43,3 +47,5 @@ public:
 };
 
 } // namespace ZelCore::Security::Cryptography
+
+#pragma GCC diagnostic pop

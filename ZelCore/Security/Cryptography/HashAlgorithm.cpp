@@ -6,9 +6,10 @@
 #include "ZelCore/Security/Cryptography/CryptoHandles.h"
 #include "ZelCore/Security/Cryptography/CryptoServiceProvider.h"
 #include "ZelCore/ThrowSite.h"
+#include "ZelCore/ZeroMemoryAllocator.h"
 #include "ZelWin32/LastError.h"
 
-#include <array>
+#include <algorithm>
 
 namespace ZelCore::Security::Cryptography {
 
@@ -112,9 +113,14 @@ std::size_t CHashAlgorithm::OutputBlockSize() const {
 std::size_t CHashAlgorithm::TransformBlock(const unsigned char* input, std::size_t count, Bytes& output) {
     CheckNotNull(input, L"inputBuffer",
                  ZEL_SITE(L"ZelCore::Security::Cryptography::CHashAlgorithm::TransformBlock", 158));
-    Bytes copy(input, input + count); // the output may hold the input
+    struct Wiped {
+        Bytes bytes;
+        ~Wiped() {
+            WipeMemory(bytes.data(), bytes.size());
+        }
+    } copy{Bytes(input, input + count)}; // the output may hold the input
     m_impl->HashCore(input, count);
-    output.swap(copy);
+    output.swap(copy.bytes);
     return count;
 }
 
@@ -136,7 +142,7 @@ Bytes CHashAlgorithm::ComputeHash(const unsigned char* data, std::size_t size) {
 }
 
 Bytes CHashAlgorithm::ComputeHash(IO::CStream& stream) {
-    std::array<unsigned char, 4096> buffer;
+    SecureBytes buffer(4096);
     while (const std::size_t read = stream.Read(buffer.data(), buffer.size())) {
         m_impl->HashCore(buffer.data(), std::min(read, buffer.size()));
     }

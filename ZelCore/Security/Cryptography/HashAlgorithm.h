@@ -12,7 +12,7 @@ namespace ZelCore::Security::Cryptography {
 
 /// A message digest (FIPS 180-4, RFC 1320, RFC 1321) by the system's CryptoAPI. Also a transform that passes its
 /// input through, so that a CCryptoStream can compute a digest of what flows through it. (A CCryptoStream
-/// adds the digest behind the data: writing, when it is closed, reading, at the end.)
+/// adds the digest after the data: writing, when it is closed, reading, at the end.)
 ///
 ///     CHashAlgorithm sha256(0x800C);       // CALG_SHA_256 of wincrypt.h
 ///     const unsigned char text[] = "abc";  // or a stream
@@ -42,8 +42,9 @@ public:
     std::size_t OutputBlockSize() const override;
     ///@}
 
-    /// Adds the input, copies it to `output`, which becomes of that size, and returns its size. Null throws
-    /// CArgumentNullException for "inputBuffer", also for a count of 0.
+    /// Adds the input, copies it to `output`, which becomes of that size, and returns its size. On failure the output
+    /// stays as it was; what it held before is wiped on success. Null throws CArgumentNullException for "inputBuffer",
+    /// also for a count of 0.
     std::size_t TransformBlock(const unsigned char* input, std::size_t count,
                                std::vector<unsigned char>& output) override;
 
@@ -55,8 +56,8 @@ public:
     /// size throws CArgumentNullException for "data".
     std::vector<unsigned char> ComputeHash(const unsigned char* data, std::size_t size);
 
-    /// Adds the rest of the stream and returns the final digest. Without anything to read or added before it throws
-    /// CInvalidOperationException.
+    /// Adds the rest of the stream and returns the final digest; its buffer is wiped. Without anything to read or added
+    /// before it throws CInvalidOperationException.
     std::vector<unsigned char> ComputeHash(IO::CStream& stream);
 
     /// A copy of the final digest: 16 to 64 bytes by the algorithm. It is empty, and nothing is thrown, where the

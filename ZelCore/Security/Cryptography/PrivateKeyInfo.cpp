@@ -11,6 +11,7 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
+constexpr unsigned SmallestKey = 2048; // bits; shorter ones are refused by every current recommendation
 constexpr DWORD Encoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
 /// Calls `call(pointer, &length)` for the length, then for so many bytes.
@@ -26,8 +27,13 @@ std::vector<unsigned char> GetBytes(Call call, const wchar_t* method, const wcha
 
 } // namespace
 
-CPrivateKeyInfo::CPrivateKeyInfo(const wchar_t* container, unsigned long flags)
-    : m_container(container != nullptr ? container : L""), m_flags(flags) {}
+CPrivateKeyInfo::CPrivateKeyInfo(const wchar_t* containerName, unsigned long flags)
+    : m_container(containerName != nullptr ? containerName : L""), m_flags(flags) {
+    if (containerName != nullptr) {
+        CheckNotEmpty(containerName, L"containerName",
+                      ZEL_SITE(L"ZelCore::Security::Cryptography::CPrivateKeyInfo::CPrivateKeyInfo"));
+    }
+}
 
 const wchar_t* CPrivateKeyInfo::GetContainerName() const noexcept {
     return m_container.empty() ? nullptr : m_container.c_str();
@@ -40,7 +46,11 @@ unsigned long CPrivateKeyInfo::GetFlags() const noexcept {
 void CPrivateKeyInfo::Create(unsigned int bits) const {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CPrivateKeyInfo::Create";
     constexpr unsigned bitShift = 16; // the upper half of the flags is the length
+    CheckNotNull(GetContainerName(), L"containerName", ZEL_SITE(method));
     CheckAtMost(bits, 0xFFFF, L"bits", ZEL_SITE(method));
+    if (bits < SmallestKey) { // 0 would be the system's default, which may be 512
+        throw CArgumentOutOfRangeException(L"bits", std::to_wstring(bits).c_str(), nullptr, ZEL_SITE(method));
+    }
     DWORD error = ERROR_SUCCESS;
     {
         const CCryptoServiceProvider provider(GetContainerName(), m_flags | CRYPT_NEWKEYSET);
@@ -60,6 +70,8 @@ void CPrivateKeyInfo::Create(unsigned int bits) const {
 }
 
 void CPrivateKeyInfo::Delete() const {
+    CheckNotNull(GetContainerName(), L"containerName",
+                 ZEL_SITE(L"ZelCore::Security::Cryptography::CPrivateKeyInfo::Delete"));
     CCryptoServiceProvider::DeleteContainer(GetContainerName(), m_flags);
 }
 

@@ -56,7 +56,7 @@ void CSymmetricAlgorithm::SetKey(const SecureBytes& key) {
     m_keySize = m_key.size() * 8;
 }
 
-std::uint64_t CSymmetricAlgorithm::GetKeySize() const {
+std::uint64_t CSymmetricAlgorithm::GetKeySize() {
     return m_keySize;
 }
 
@@ -64,7 +64,7 @@ void CSymmetricAlgorithm::SetKeySize(std::uint64_t bits) {
     m_keySize = bits;
 }
 
-std::uint64_t CSymmetricAlgorithm::GetBlockSize() const {
+std::uint64_t CSymmetricAlgorithm::GetBlockSize() {
     return m_blockSize;
 }
 
@@ -72,7 +72,7 @@ void CSymmetricAlgorithm::SetBlockSize(std::uint64_t bits) {
     m_blockSize = bits;
 }
 
-std::uint64_t CSymmetricAlgorithm::GetFeedbackSize() const {
+std::uint64_t CSymmetricAlgorithm::GetFeedbackSize() {
     return m_feedbackSize;
 }
 
@@ -80,7 +80,7 @@ void CSymmetricAlgorithm::SetFeedbackSize(std::uint64_t bits) {
     m_feedbackSize = bits;
 }
 
-CipherMode CSymmetricAlgorithm::GetMode() const {
+CipherMode CSymmetricAlgorithm::GetMode() {
     return m_mode;
 }
 

@@ -8,13 +8,13 @@
 
 namespace ZelCore::Security::Cryptography {
 
-/// How the blocks of a message hang together (NIST SP 800-38A), with CryptoAPI's numbers.
+/// The block-cipher mode of operation (NIST SP 800-38A), with CryptoAPI's numbers.
 enum class CipherMode : std::uint32_t {
-    CBC = 1, ///< each block is mixed with the one before: the default
-    ECB = 2, ///< every block for itself: equal blocks stay recognisable
+    CBC = 1, ///< cipher block chaining: the default
+    ECB = 2, ///< every block is encrypted by itself: equal blocks stay recognisable
     OFB = 3, ///< not implemented
     CFB = 4, ///< cipher feedback
-    CTS = 5, ///< passed on to the system, which may not have it
+    CTS = 5, ///< passed on to the system, which may refuse it
 };
 
 /// A block cipher with its key, initialisation vector (IV), sizes and mode, from which encryptors and decryptors are
@@ -24,10 +24,20 @@ enum class CipherMode : std::uint32_t {
 ///     const auto encryptor = aes.CreateEncryptor();
 ///     const auto key = aes.GetKey(), iv = aes.GetIV(); // for the decryptor
 ///
-/// The mode gives secrecy, not integrity: changed cipher text mostly decrypts to something. Sizes are in bits and not
-/// checked when they are set. Keys and IVs live in memory that is wiped before it is released.
+/// The modes give secrecy, not integrity: changed cipher text mostly decrypts to something. Whoever can send changed
+/// cipher text and sees whether decryption failed by its padding or by something else can decrypt messages without the
+/// key. Sign or otherwise authenticate the cipher text together with its IV, and check that before decrypting.
 ///
-/// An algorithm is destroyed through its concrete class. One thread at a time.
+/// A message needs an IV of its own. The object keeps its IV, and each encryptor starts with it: two encryptors of one
+/// object, and two messages through one encryptor, use the same IV twice. The cipher texts then show which messages
+/// begin alike, and in CFB mode the exclusive or of their first bytes. Call GenerateIV before each CreateEncryptor, and
+/// store the IV with the cipher text.
+///
+/// Sizes are in bits and not checked when they are set. Keys and IVs live in memory that is wiped before it is
+/// released.
+///
+/// Classes may derive from this one and from the ciphers. No class here has a virtual destructor: destroy an algorithm
+/// as an object of its own class, never through a pointer to a base class. One thread at a time.
 class ZELCORE_API CSymmetricAlgorithm {
 public:
     /// Replace the IV and the key by random bytes, of the current block size and key size. Throw CArgumentException
@@ -40,10 +50,12 @@ public:
 
     /// Make a transform of the given key and IV, or of the algorithm's own, which are generated if there are none.
     /// A short IV is filled up with zeros, an empty one too; ECB ignores the IV. The transform is the caller's and
-    /// independent of the algorithm, which may change or end before it.
+    /// independent of the algorithm, which may change or end before it. None of these functions makes a new IV where
+    /// there is one: see above.
     ///
     /// Throw CNotImplementedException for OFB, CArgumentException for "feedbackSize", "key" (empty) and "iv" (1 to 7
-    /// bytes), CWin32Exception when the system refuses the key, say for its length.
+    /// bytes), CArgumentOutOfRangeException for a "key" or "feedbackSize" that 32 bits do not hold, CWin32Exception
+    /// when the system refuses the key, for its length for example.
     ///@{
     virtual std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) = 0;
     virtual std::unique_ptr<ICryptoTransform> CreateDecryptor();
@@ -65,26 +77,26 @@ public:
     virtual void SetKey(const SecureBytes& key);
 
     /// The size in bits of the key, or of the one that would be generated.
-    virtual std::uint64_t GetKeySize() const;
+    virtual std::uint64_t GetKeySize();
     /// For the next key that is generated; a key that is there stays.
     virtual void SetKeySize(std::uint64_t bits);
 
     /// The size of a block and of the IV, in bits. The ciphers have one size each: another one makes transforms that
     /// take other counts than the system does.
     ///@{
-    virtual std::uint64_t GetBlockSize() const;
+    virtual std::uint64_t GetBlockSize();
     virtual void SetBlockSize(std::uint64_t bits);
     ///@}
 
     /// How many bits CFB feeds back. Another number than the class can do is refused when a transform is made.
     ///@{
-    virtual std::uint64_t GetFeedbackSize() const;
+    virtual std::uint64_t GetFeedbackSize();
     virtual void SetFeedbackSize(std::uint64_t bits);
     ///@}
 
     /// For the transforms that are made from now on; CBC at first. Not checked before.
     ///@{
-    virtual CipherMode GetMode() const;
+    virtual CipherMode GetMode();
     virtual void SetMode(CipherMode mode);
     ///@}
 

@@ -9,7 +9,7 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-std::unique_ptr<ICryptoTransform> CreateCryptoTransform(const CTripleDes& algorithm, const SecureBytes& key,
+std::unique_ptr<ICryptoTransform> CreateCryptoTransform(CTripleDes& algorithm, const SecureBytes& key,
                                                         const SecureBytes& iv, bool encrypting) {
     const ALG_ID id = key.size() == 16 ? CALG_3DES_112 : CALG_3DES;
     return CheckAndCreateTransform(algorithm, id, key, iv, encrypting, 8, L"" __FILE__);

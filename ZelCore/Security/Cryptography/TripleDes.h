@@ -2,11 +2,15 @@
 
 #include "ZelCore/Security/Cryptography/SymmetricAlgorithm.h"
 
+// The order of the virtual operations is published and has no destructor: whoever derives destroys his own class.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 namespace ZelCore::Security::Cryptography {
 
 /// Triple DES (NIST SP 800-67) with two or three keys of 64 bits each; three are generated. CFB feeds back 8 bits,
 /// which has to be set: SetFeedbackSize(8).
-class ZELCORE_API CTripleDes final : public CSymmetricAlgorithm {
+class ZELCORE_API CTripleDes : public CSymmetricAlgorithm {
 public:
     /// Blocks and feedback of 64 bits, a key of 192 bits, CBC; key and IV are generated on first use.
     CTripleDes();
@@ -40,3 +44,5 @@ public:
 };
 
 } // namespace ZelCore::Security::Cryptography
+
+#pragma GCC diagnostic pop

@@ -58,6 +58,15 @@ struct Impersonation {
                             }};
 };
 
+/// A binding that need not have a server.
+void Bind(const wchar_t* sequence, const wchar_t* endpoint, CRpcBindingHandle& binding) {
+    const auto text = [](const wchar_t* t) { return reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(t)); };
+    CRpcString whole;
+    EXPECT_EQ(::RpcStringBindingComposeW(nullptr, text(sequence), text(L"127.0.0.1"), text(endpoint), nullptr, &whole),
+              RPC_S_OK);
+    EXPECT_EQ(::RpcBindingFromStringBindingW(text(whole.Get()), &binding), RPC_S_OK);
+}
+
 bool IsImpersonating() {
     HANDLE token = nullptr;
     return ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, &token) && ::CloseHandle(token);
@@ -139,8 +148,7 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
     server.authorize = [&](const ATL::CAccessToken& token) {
         EXPECT_FALSE(IsImpersonating());
         EXPECT_FALSE(token.GetUserAndDomain().empty());
-        EXPECT_FALSE(token.IsMember({1, 2, 3}));
-        return token.GetUserSid() == user && token.IsMember(user);
+        return token.GetUserSid() == user;
     };
     const auto call = [](void* binding) {
         const RPC_STATUS status = s_callback(Counter_v1_0_s_ifspec, binding);
@@ -168,6 +176,35 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
     EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED);
     server.authorize = [](const ATL::CAccessToken&) -> bool { ::RpcRaiseException(5); };
     EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED) << "raised, not thrown";
+    server.authorize = [](const ATL::CAccessToken&) -> bool { throw std::bad_alloc(); };
+    EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED);
+    // A server that goes on as the caller's user is reverted, however it ends, or not served.
+    const auto impersonating = [&](const std::function<bool()>& end) {
+        server.authorize = [end](const ATL::CAccessToken&) {
+            EXPECT_TRUE(::ImpersonateSelf(SecurityImpersonation));
+            return end();
+        };
+        return call(client.GetBinding());
+    };
+    EXPECT_EQ(impersonating([] { return true; }), RPC_S_OK);
+    EXPECT_EQ(impersonating([] { return false; }), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(impersonating([]() -> bool { throw CFormatException(L"no", L"", nullptr, 0); }), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(impersonating([]() -> bool { throw std::bad_alloc(); }), ERROR_ACCESS_DENIED);
+    EXPECT_THROW(impersonating([]() -> bool { throw 5; }), int) << "anything else is the server's own affair";
+    EXPECT_FALSE(IsImpersonating());
+    server.authorize = [](const ATL::CAccessToken&) { return true; };
+    {
+        const FailingCalls reverting("RevertToSelf");
+        EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED);
+    }
+    FailingAllocations allocations;
+    RPC_STATUS status = RPC_S_OK;
+    Sweep<CException>(
+        allocations, [&] { status = s_callback(Counter_v1_0_s_ifspec, client.GetBinding()); },
+        [&](int, const CException*) {
+            EXPECT_EQ(status, allocations.HasFailed() ? ERROR_ACCESS_DENIED : RPC_S_OK);
+            EXPECT_FALSE(IsImpersonating());
+        });
     // Shutting down waits for a caller who is being authenticated, and nobody waits for ever.
     std::atomic<bool> inside{false}, leave{false}, ended{false};
     server.authorize = [&](const ATL::CAccessToken&) {
@@ -191,6 +228,125 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
     leave = true;
     caller.join(), ending.join();
     EXPECT_EQ(tokens.Get(), 0);
+}
+
+TEST(Lrpc, OtherProtocolsAreNotServed) {
+    const CapturedCallback registration;
+    const Impersonation impersonation;
+    Server server(L"4711");
+    server.Listen();
+    CRpcBindingHandle local, network;
+    Bind(L"ncalrpc", L"4711", local);
+    Bind(L"ncacn_ip_tcp", L"4711", network);
+    EXPECT_EQ(s_callback(Counter_v1_0_s_ifspec, local.Get()), RPC_S_OK);
+    EXPECT_EQ(s_callback(Counter_v1_0_s_ifspec, network.Get()), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Server::GetServerInstanceFromBinding(local.Get()), &server);
+    ExpectInvalid(L"No listener matches the binding information",
+                  [&] { Server::GetServerInstanceFromBinding(network.Get()); });
+}
+
+TEST(Lrpc, ThreadsShareTheWaitForCalls) {
+    // As Windows does it: one thread may wait, and no wait ends before the calls. Some emulations differ in both.
+    std::atomic<bool> waiting{false}, callsOver{false};
+    const ImportHook runtime("RpcMgmtWaitServerListen", [&]() -> RPC_STATUS {
+        if (waiting.exchange(true)) {
+            return RPC_S_ALREADY_LISTENING;
+        }
+        const RPC_STATUS status = ::RpcMgmtWaitServerListen();
+        while (status == RPC_S_OK && !callsOver) {
+            ::Sleep(1);
+        }
+        waiting = false;
+        return status;
+    });
+    for (const bool otherWaits : {false, true}) {
+        callsOver = false;
+        Server server;
+        auto idle = std::make_unique<Server>(L"ZelCoreTests.Idle");
+        server.Listen();
+        std::atomic<int> ended{0};
+        std::vector<std::jthread> threads;
+        if (otherWaits) {
+            threads.emplace_back([&] {
+                EXPECT_TRUE(server.ListeningStopped());
+                ++ended;
+            });
+            while (!waiting) {
+                ::Sleep(1);
+            }
+        }
+        for (int i = 0; i < 2; ++i) {
+            threads.emplace_back([&] {
+                EXPECT_NO_THROW(server.Shutdown());
+                ++ended;
+            });
+        }
+        while (!waiting) {
+            ::Sleep(1);
+        }
+        ::Sleep(50);
+        EXPECT_EQ(ended, 0);
+        // In a call that all are waiting for, a server ends that never listened.
+        std::atomic<bool> gone{false};
+        threads.emplace_back([&] {
+            idle->Shutdown();
+            idle.reset();
+            gone = true;
+        });
+        for (int wait = 0; wait < 300 && !gone; ++wait) {
+            ::Sleep(10);
+        }
+        EXPECT_TRUE(gone);
+        callsOver = true;
+        threads.clear();
+        EXPECT_FALSE(server.ListeningStopped());
+    }
+}
+
+TEST(Lrpc, GroupsOfATokenAreTheSystemsAnswer) {
+    const auto sid = [](WELL_KNOWN_SID_TYPE type) {
+        std::vector<unsigned char> bytes(SECURITY_MAX_SID_SIZE);
+        DWORD size = SECURITY_MAX_SID_SIZE;
+        EXPECT_TRUE(::CreateWellKnownSid(type, nullptr, bytes.data(), &size));
+        bytes.resize(size);
+        return bytes;
+    };
+    const auto everybody = sid(WinWorldSid), nobody = sid(WinNullSid);
+    const auto open = [](ATL::CAccessToken& token, DWORD access) {
+        HANDLE handle = nullptr;
+        EXPECT_TRUE(::OpenProcessToken(::GetCurrentProcess(), access, &handle));
+        token.Attach(handle);
+    };
+    ATL::CAccessToken token, empty;
+    open(token, TOKEN_QUERY | TOKEN_DUPLICATE);
+    EXPECT_TRUE(token.IsMember(everybody));
+    EXPECT_FALSE(token.IsMember(nobody));
+    if (!IsWine()) {
+        EXPECT_TRUE(token.IsMember(CEnvironment::GetUserSid())) << "which the emulation asks the groups for only";
+    }
+    auto longer = everybody, unknown = everybody;
+    longer.push_back(0), unknown[0] = 9;
+    for (const auto& none : {std::vector<unsigned char>(), {1, 2, 3}, longer, unknown}) {
+        EXPECT_FALSE(token.IsMember(none));
+    }
+    ExpectError(ERROR_INVALID_HANDLE, [&] { empty.IsMember(everybody); }, {.method = L"CAccessToken::IsMember"});
+    for (const BOOL answer : {TRUE, FALSE}) {
+        const ImportHook asked("CheckTokenMembership", [&](HANDLE handle, PSID, BOOL* member) -> BOOL {
+            EXPECT_EQ(handle, token.GetHandle());
+            *member = answer;
+            return TRUE;
+        });
+        EXPECT_EQ(token.IsMember(everybody), answer != FALSE);
+    }
+    FailingCalls calls({{"CheckTokenMembership", 0, ERROR_NO_IMPERSONATION_TOKEN}, "DuplicateToken"});
+    calls.FailOn(1); // of a process
+    EXPECT_TRUE(token.IsMember(everybody));
+    FailingCalls failing({"CheckTokenMembership", "DuplicateToken"});
+    for (const int n : {1, 2, 3}) {
+        calls.FailOn(n == 1 ? 0 : 1);
+        failing.FailOn(n);
+        ExpectError(1450, [&] { token.IsMember(everybody); }, {.method = L"CAccessToken::IsMember"});
+    }
 }
 
 TEST(Lrpc, TheRuntimeAsksTheServer) {
@@ -238,6 +394,32 @@ TEST(Lrpc, EveryFailingCallSurfacesAndLeavesNothing) {
         first->Shutdown();
     });
     FailingAllocations allocations;
+    {
+        // Not even without memory to say why the runtime did not stop does the interface stay.
+        Balance interfaces;
+        interfaces.Count<&::RpcServerRegisterIf2>("RpcServerRegisterIf2", 1)
+            .Count<&::RpcServerUnregisterIf>("RpcServerUnregisterIf", -1);
+        int withoutMemory = 0;
+        for (int n = 1; n < 6; ++n) {
+            first->Listen();
+            EXPECT_EQ(interfaces.Get(), 1);
+            FailingCalls stop("RpcMgmtStopServerListening");
+            allocations.FailOn(n);
+            try {
+                first->Shutdown();
+                ADD_FAILURE() << "nothing was thrown";
+            } catch (const CRpcException&) {
+            } catch (const std::bad_alloc&) {
+                ++withoutMemory;
+            }
+            allocations.FailOn(0);
+            EXPECT_EQ(interfaces.Get(), 0) << n;
+            stop.FailOn(0);
+            ::RpcMgmtStopServerListening(nullptr);
+            ::RpcMgmtWaitServerListen();
+        }
+        EXPECT_GT(withoutMemory, 0);
+    }
     Sweep<CException>(
         allocations, [] { Server(L"ZelCoreTests.1").Listen(); },
         [](int, const CException*) { EXPECT_EQ(::RpcMgmtIsServerListening(nullptr), RPC_S_NOT_LISTENING); });

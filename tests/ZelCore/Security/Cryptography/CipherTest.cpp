@@ -9,6 +9,30 @@ const wchar_t* const Message = L"6bc1bee22e409f96e93d7e117393172aae2d8a571e03ac9
                                L"30c81c46a35ce411e5fbc1191a0a52eff69f2445df4f9b17ad2b417be66c3710";
 const wchar_t* const Counting = L"000102030405060708090a0b0c0d0e0f";
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // the ciphers have no virtual destructor by design
+/// Users derive from the ciphers: what the class does asks the derived one.
+struct SmallBlocks final : CAes {
+    std::uint64_t GetBlockSize() override {
+        return 64;
+    }
+    CipherMode GetMode() override {
+        return CipherMode::OFB;
+    }
+};
+#pragma GCC diagnostic pop
+
+/// What one of four kinds of calls does with the caller's output while the system refuses.
+void ExpectOutputLeft(ICryptoTransform& transform, const char* call, const std::string& data) {
+    const std::string kept = "what was there " + MakeText(100, 7);
+    for (const bool within : {false, true}) { // the input may lie in the output
+        std::vector<unsigned char> output(kept.begin(), kept.end());
+        const FailingCalls calls(call);
+        ExpectError(1450, [&] { transform.TransformBlock(within ? output.data() : Bytes(data), 32, output); });
+        EXPECT_EQ(Text(output), kept) << call;
+    }
+}
+
 } // namespace
 
 TEST(Cipher, GivesTheAnswersOfTheStandards) {
@@ -85,6 +109,9 @@ TEST(Cipher, KeepsSizesKeysAndModes) {
                  CTripleDes::IsWeakKey(SecureBytes(24)));
     const CAes copy = aes;
     EXPECT_EQ(copy.GetKey(), aes.GetKey());
+    SmallBlocks derived;
+    ExpectArgument(L"iv", [&] { derived.GenerateIV(); }); // 8 bytes, where the base class wants 16
+    ExpectThrow<CNotImplementedException>([&] { derived.CreateEncryptor(aes.GetKey(), {}); });
     for (const CipherMode mode : {CipherMode::CBC, CipherMode::CFB}) { // an empty IV is one of zeros
         aes.SetMode(mode);
         EXPECT_EQ(Transform(*aes.CreateEncryptor(aes.GetKey(), {}), "text"),
@@ -149,6 +176,23 @@ TEST(Cipher, RefusesBadKeysVectorsAndSizes) {
             }
         }
     }
+    // What 32 bits do not hold is not cut.
+    des.SetMode(CipherMode::CFB);
+    for (const std::uint64_t size : {0x1'0000'0040u, 0x1'0000'0000u}) {
+        des.SetBlockSize(size), des.SetFeedbackSize(size);
+        ExpectRange(L"feedbackSize", [&] { des.CreateEncryptor(SecureBytes(8), {}); });
+    }
+    des.SetBlockSize(64);
+    aes.SetMode(CipherMode::CBC);
+    // A vector of 4 GiB and 32 bytes that nobody may look into.
+    const unsigned char* const parts[] = {key.data(), key.data() + 0x1'0000'0020, key.data() + 0x1'0000'0020};
+    alignas(SecureBytes) unsigned char storage[sizeof(parts)];
+    static_assert(sizeof(parts) == sizeof(SecureBytes));
+    std::memcpy(storage, parts, sizeof(parts));
+    const auto* const large = reinterpret_cast<const SecureBytes*>(storage);
+    ASSERT_EQ(large->size(), 0x1'0000'0020u);
+    ExpectRange(L"key", [&] { aes.CreateEncryptor(*large, iv); },
+                {.method = L"CCryptoApiTransform::CCryptoApiTransform"});
     tripleDes.SetMode(CipherMode::CFB);
     tripleDes.SetFeedbackSize(8);
     des.SetMode(CipherMode::CFB);
@@ -196,6 +240,8 @@ TEST(Cipher, TransformsFollowTheirRules) {
     EXPECT_EQ(decryptor->TransformBlock(Bytes(cipher), 16, output), 16u) << "the held block stays for the next message";
     ExpectError(static_cast<unsigned long>(NTE_BAD_DATA),
                 [&] { aes.CreateDecryptor()->TransformFinalBlock(Bytes(data), 0); }, {.line = 244});
+    ExpectOutputLeft(*aes.CreateEncryptor(), "CryptEncrypt", data);
+    ExpectOutputLeft(*aes.CreateDecryptor(), "CryptDecrypt", cipher);
     // The output may be the input.
     std::vector<unsigned char> both(data.begin(), data.begin() + 32);
     aes.CreateEncryptor()->TransformBlock(both.data(), 32, both);

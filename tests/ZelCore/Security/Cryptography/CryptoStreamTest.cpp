@@ -89,6 +89,34 @@ TEST(CryptoStream, EverySplitGivesTheSameBytes) {
     EXPECT_EQ(ReadOut(*cbc.CreateDecryptor(), cipher, 3'000'000, 700'000), large);
 }
 
+TEST(CryptoStream, AsksTheOtherStreamNoMoreThanItMust) {
+    CAes aes;
+    const std::string large = MakeText(2'500'000);
+    const std::string cipher = Written(*aes.CreateEncryptor(), large, large.size());
+    const struct {
+        std::size_t size, wanted, largestRead;
+        int calls;
+        const char* why;
+    } rows[] = {
+        {112, 1000, SIZE_MAX, 2, "all that is left, and the end"},
+        {112, 1000, 64, 4, "64 bytes, a block, the other 32, and the end"},
+        {112, 16, SIZE_MAX, 2, "one block at a time: a decryptor holds the first one back"},
+        {112, 64, SIZE_MAX, 2, "a full round, and the block that the decryptor held back"},
+        {3 << 20, 3 << 20, SIZE_MAX, 4, "full rounds of 1 MiB, the rest, and the end"},
+        {0, 1000, SIZE_MAX, 2, "a round and the end, which throws"},
+    };
+    for (const auto& [size, wanted, largestRead, calls, why] : rows) {
+        TestStream source(cipher.substr(0, size), largestRead);
+        const auto decryptor = aes.CreateDecryptor();
+        CCryptoStream stream(source, *decryptor, Read);
+        try {
+            ReadSome(stream, wanted);
+        } catch (const CWin32Exception&) { // truncated
+        }
+        EXPECT_EQ(source.calls, calls) << why;
+    }
+}
+
 TEST(CryptoStream, TakesTransformsOfOtherShapes) {
     for (const bool many : {false, true}) {
         for (std::size_t length = 0; length < 30; ++length) {

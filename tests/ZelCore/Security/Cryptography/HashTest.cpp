@@ -51,6 +51,18 @@ TEST(Hash, KnowsItsState) {
     ExpectError(0x80090008, [] { CHashAlgorithm(0x1234); }, {.method = L"CHashAlgorithm::impl::Clear", .line = 54});
 }
 
+TEST(Hash, LeavesTheOutputWhenItFails) {
+    CHashAlgorithm hash(CALG_SHA_256);
+    const std::string kept = MakeText(100, 3);
+    std::vector<unsigned char> output(kept.begin(), kept.end());
+    const unsigned char* const before = output.data();
+    ExpectFailing("CryptHashData", [&] { hash.TransformBlock(output.data(), 50, output); });
+    EXPECT_EQ(Text(output), kept);
+    EXPECT_EQ(output.data(), before);
+    EXPECT_EQ(hash.TransformBlock(output.data(), 50, output), 50u) << "the input lies in the output";
+    EXPECT_EQ(Text(output), kept.substr(0, 50));
+}
+
 TEST(Hash, EveryFailingCallSurfacesAndReleasesAll) {
     const CryptoBalance balance;
     FailingCalls calls(

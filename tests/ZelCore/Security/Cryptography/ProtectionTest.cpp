@@ -19,6 +19,24 @@ std::string Unprotect(const std::vector<unsigned char>& data, const std::string&
     return Text(output);
 }
 
+std::string MakeSecret(std::size_t size) {
+    std::string text(size, '\0');
+    CRandomNumberGenerator().GetBytes(reinterpret_cast<unsigned char*>(text.data()), size);
+    return text;
+}
+
+bool IsSameByte(unsigned char a, char b) {
+    return a == static_cast<unsigned char>(b);
+}
+
+/// An output of the test's own, wiped by itself.
+struct Owned {
+    std::vector<unsigned char> bytes;
+    ~Owned() {
+        WipeMemory(bytes.data(), bytes.size());
+    }
+};
+
 /// Looks for secrets in every block that the library releases.
 struct ReleasedSecrets {
     std::vector<std::string> secrets;
@@ -123,7 +141,8 @@ TEST(ProtectedMemory, GoesThereAndBack) {
 }
 
 TEST(Wiping, NoReleasedBlockHoldsASecret) {
-    const std::string key = MakeText(32, 77), iv = MakeText(16, 88), plain = MakeText(3000, 99);
+    // Random ones: what other tests left in memory that is used again must not look like them.
+    const std::string key = MakeSecret(32), iv = MakeSecret(16), plain = MakeSecret(3000);
     const SecureBytes secureKey(key.begin(), key.end()), secureIV(iv.begin(), iv.end());
     const auto sealed = Protect(plain);
     const auto use = [&] {
@@ -133,25 +152,43 @@ TEST(Wiping, NoReleasedBlockHoldsASecret) {
         aes.SetKey(secureKey);
         CAes copy = aes;
         const auto encryptor = copy.CreateEncryptor(), decryptor = aes.CreateDecryptor();
-        TestStream cipher, decrypted;
+        TestStream cipher, refusing("", SIZE_MAX, 1);
         {
             CCryptoStream stream(cipher, *encryptor, CryptoStreamMode::Write);
             WriteAll(stream, plain, 500);
             stream.Close();
         }
-        std::string read(plain.size() + 1, '\0');
+        SecureBytes read(plain.size() + 1); // the test's own memory is used again by the library
         CCryptoStream stream(cipher, *decryptor, CryptoStreamMode::Read);
-        auto* buffer = reinterpret_cast<unsigned char*>(read.data());
-        const std::size_t first = stream.Read(buffer, 70);
-        stream.Read(buffer + first, 2000);
+        const std::size_t first = stream.Read(read.data(), 70);
+        stream.Read(read.data() + first, 2000);
+        {
+            // What the other stream refuses is kept, together with what follows.
+            const auto another = aes.CreateDecryptor();
+            CCryptoStream waiting(refusing, *another, CryptoStreamMode::Write);
+            for (std::size_t at = 0; at < 2000; at += 400) {
+                try {
+                    waiting.Write(Bytes(cipher.data) + at, 400);
+                } catch (const CFormatException&) {
+                    ++refusing.failOn;
+                }
+            }
+            EXPECT_EQ(refusing.data, "");
+        }
         SecureBytes output;
         CProtectedData::Unprotect(sealed.data(), sealed.size(), output, {});
-        EXPECT_EQ(Text(output), plain);
+        EXPECT_TRUE(std::equal(output.begin(), output.end(), plain.begin(), plain.end(), IsSameByte));
+        CHashAlgorithm hash(CALG_SHA_256);
+        Owned copied;
+        for (const std::size_t size : {1000u, 2000u}) {
+            hash.TransformBlock(Bytes(plain), size, copied.bytes);
+        }
     };
     FailingCalls calls({"CryptAcquireContextW", "CryptImportKey", "CryptSetKeyParam", "CryptUnprotectData",
-                        "CryptEncrypt", "CryptDecrypt"});
+                        "CryptEncrypt", "CryptDecrypt", "CryptHashData"});
     FailingAllocations allocations;
-    ReleasedSecrets look{{key, key.substr(0, 16), iv, plain.substr(0, 40), plain.substr(2900, 40)}};
+    ReleasedSecrets look{
+        {key, key.substr(0, 16), iv, plain.substr(0, 40), plain.substr(1000, 40), plain.substr(2900, 40)}};
     const auto check = [&](int, const CException* e) {
         EXPECT_EQ(look.found, 0) << calls.GetFailed();
         EXPECT_TRUE(e == nullptr || calls.HasFailed());
@@ -159,4 +196,17 @@ TEST(Wiping, NoReleasedBlockHoldsASecret) {
     Sweep<CException>(calls, use, check);
     EXPECT_GT(look.released, 50);
     Sweep<CException>(allocations, use, check);
+}
+
+TEST(Wiping, NoStackHoldsWhatWasHashed) {
+    const std::string secret = MakeSecret(4096);
+    CHashAlgorithm hash(CALG_SHA_256);
+    TestStream stream(secret);
+    hash.ComputeHash(stream);
+    // All of the stack that the calls have used lies below.
+    const auto* const low = static_cast<const char*>(reinterpret_cast<const NT_TIB*>(::NtCurrentTeb())->StackLimit);
+    const std::string_view stack(low, static_cast<std::size_t>(reinterpret_cast<const char*>(&low) - low));
+    for (std::size_t at = 0; at < secret.size(); at += 512) {
+        EXPECT_EQ(stack.find(std::string_view(secret).substr(at, 24)), std::string_view::npos) << at;
+    }
 }

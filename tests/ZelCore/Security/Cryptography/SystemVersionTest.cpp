@@ -73,3 +73,23 @@ TEST(SystemVersion, ChoosesProviderAndFunctions) {
         EXPECT_TRUE(RunInChild(L"SystemVersion.DISABLED_ChoosesProviderAndFunctions")) << version;
     }
 }
+
+TEST(SystemVersion, DISABLED_KeepsTheSystemsProvider) {
+    std::wstring kept;
+    const ImportHook pin("GetModuleHandleExW", [&](DWORD flags, const wchar_t* name, HMODULE* module) -> BOOL {
+        const BOOL found = ::GetModuleHandleExW(flags, name, module);
+        if ((flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) == 0) {
+            EXPECT_TRUE(found) << ::GetLastError();
+            kept = name;
+        }
+        return found;
+    });
+    const CRandomNumberGenerator random;
+    wchar_t folder[MAX_PATH];
+    ::GetSystemDirectoryW(folder, MAX_PATH);
+    EXPECT_EQ(kept, folder + std::wstring(L"\\rsaenh.dll")) << "not one of the program's folder";
+}
+
+TEST(SystemVersion, KeepsTheSystemsProvider) {
+    EXPECT_TRUE(RunInChild(L"SystemVersion.DISABLED_KeepsTheSystemsProvider"));
+}
