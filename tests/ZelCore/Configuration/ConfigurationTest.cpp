@@ -46,6 +46,15 @@ struct ShopSection final : CConfigurationSection {
     Collection<ShopElement> shops{L"shops", false};
 };
 
+/// A type of the user's, with the function that makes it a value.
+struct Reversed {
+    std::wstring text;
+};
+void Deserialize(IXMLDOMNode* in, Reversed& value) {
+    ZelCore::Configuration::Deserialize(in, value.text);
+    std::reverse(value.text.begin(), value.text.end());
+}
+
 const wchar_t* const Name = L"g/shop.settings";
 
 std::string Document(const std::string& section) {
@@ -145,9 +154,10 @@ TEST_F(Configurations, TextBecomesValues) {
             return L"";
         }
         void GetProperties(PropertyList& properties) override {
-            properties.push_back(&number);
+            properties.insert(properties.end(), {&number, &reversed});
         }
         Property<unsigned long> number{L"number", true, 7};
+        Property<Reversed> reversed{L"number", true};
     };
     for (const auto& [text, expected] :
          {std::pair{"-1", 4294967295ul}, {"12x", 12ul}, {"x", 0ul}, {"2147483647", 2147483647ul}}) {
@@ -155,6 +165,7 @@ TEST_F(Configurations, TextBecomesValues) {
         EXPECT_TRUE(OpenText("<configuration><system.diagnostics number='" + std::string(text) + "'/></configuration>")
                         .GetSystemDiagnosticsSection(wide));
         EXPECT_EQ(wide.number.GetValue(), expected) << text;
+        EXPECT_EQ(wide.reversed.GetValue().text.front(), text[std::string(text).size() - 1]);
     }
     Property<bool> flag(L"f", false);
     Collection<ItemElement> items(L"i", false);
@@ -198,20 +209,64 @@ TEST_F(Configurations, SectionsAreFoundOrNot) {
     });
 }
 
+/// Whether the system's parser reads bytes at all, asked without the library.
+static bool ParserReads(const std::string& bytes) {
+    CLSID id;
+    IXMLDOMDocument* document = nullptr;
+    ::CLSIDFromProgID(L"Msxml2.DOMDocument.6.0", &id);
+    ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument, reinterpret_cast<void**>(&document));
+    document->put_async(VARIANT_FALSE);
+    VARIANT source;
+    source.vt = VT_ARRAY | VT_UI1;
+    source.parray = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), static_cast<char*>(source.parray->pvData));
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    document->load(source, &loaded);
+    ::SafeArrayDestroy(source.parray);
+    document->Release();
+    return loaded != VARIANT_FALSE;
+}
+
 TEST_F(Configurations, FilesComeInEveryEncoding) {
-    const std::string umlaut = "<shop.settings text='\xC3\xBC'/>", latin = "<shop.settings text='\xFC'/>";
-    std::u16string wide;
-    for (const char c : Document("<shop.settings text='u'/>")) {
-        wide += c == 'u' && wide.ends_with(u"'") ? u'\u00FC' : static_cast<char16_t>(c);
-    }
-    for (const std::string& bytes :
-         {Document(umlaut), "\xEF\xBB\xBF" + Document(umlaut),
-          "<?xml version='1.0' encoding='utf-8'?>\n" + Document(umlaut),
-          "<?xml version='1.0' encoding='ISO-8859-1'?>" + Document(latin), Utf16(wide, false), Utf16(wide, true)}) {
+    struct Row {
+        const char* encoding;
+        const char* start; ///< mark or declaration
+        enum { Utf8, Latin, LittleEndian, BigEndian } units;
+    };
+    const auto encode = [](const Row& row, const std::string& text) { // "~" is the umlaut
+        std::string bytes;
+        std::u16string wide;
+        for (const char c : text) {
+            wide += c == '~' ? u'\u00FC' : static_cast<char16_t>(c);
+            bytes += c != '~' ? std::string{c} : row.units == Row::Utf8 ? "\xC3\xBC" : "\xFC";
+        }
+        return row.units == Row::Utf8 || row.units == Row::Latin ? row.start + bytes
+                                                                 : Utf16(wide, row.units == Row::BigEndian);
+    };
+    std::string passedOver;
+    for (const Row& row : {Row{"UTF-8", "", Row::Utf8},
+                           {"UTF-8 with its mark", "\xEF\xBB\xBF", Row::Utf8},
+                           {"declared UTF-8", "<?xml version='1.0' encoding='utf-8'?>\n", Row::Utf8},
+                           {"ISO-8859-1", "<?xml version='1.0' encoding='ISO-8859-1'?>", Row::Latin},
+                           {"windows-1252", "<?xml version='1.0' encoding='windows-1252'?>", Row::Latin},
+                           {"UTF-16LE", "", Row::LittleEndian},
+                           {"UTF-16BE", "", Row::BigEndian}}) {
+        // Windows' parser has all of these. Wine 10's has UTF-8 alone when it is given bytes.
+        if (IsWine() && row.units != Row::Utf8 && !ParserReads(encode(row, "<a>~</a>"))) {
+            passedOver += std::string(" ") + row.encoding;
+            continue;
+        }
+        SCOPED_TRACE(row.encoding);
         ShopSection section;
-        ASSERT_TRUE(OpenFile(bytes, section));
+        ASSERT_TRUE(OpenFile(encode(row, Document("<shop.settings text='~'/>")), section));
         EXPECT_EQ(section.text.GetValue(), L"\u00FC");
     }
+    if (!passedOver.empty()) {
+        GTEST_SKIP() << "the parser of this emulation does not know" << passedOver;
+    }
+}
+
+TEST_F(Configurations, FilesThatAreMissingOrCutAreToldApart) {
     ShopSection section;
     CConfiguration missing = CConfigurationManager::OpenExeConfiguration(At(L"missing.config"));
     EXPECT_EQ(missing.GetPath(), At(L"missing.config"));
