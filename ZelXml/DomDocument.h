@@ -14,6 +14,8 @@ namespace ZelXml {
 
 using DocumentPointer = ZelWin32::ComPointer<IXMLDOMDocument>;
 
+constexpr std::size_t LargestDocument = 0x40000000; ///< bytes
+
 /// An empty document that asks no other file for anything and is searched by XPath. Throws CComException.
 DocumentPointer CreateDocument();
 
