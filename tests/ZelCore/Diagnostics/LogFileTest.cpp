@@ -23,12 +23,16 @@ protected:
     std::map<std::string, int> CountMessages() const {
         return CountIn(At(L"logs"));
     }
-    static std::map<std::string, int> CountIn(const std::wstring& folder) {
+    /// A line that is being written may be seen in two parts, where it crosses a page of the system's cache.
+    static std::map<std::string, int> CountIn(const std::wstring& folder, bool isBeingWritten = false) {
         std::map<std::string, int> counts;
         for (const auto& file : std::filesystem::directory_iterator(folder)) {
             std::ifstream stream(file.path(), std::ios::binary);
             for (std::string line; std::getline(stream, line);) {
-                EXPECT_TRUE(line.ends_with('\r') && line[4] == '-') << line;
+                EXPECT_TRUE(isBeingWritten || (line.ends_with('\r') && line[4] == '-')) << line;
+                if (!line.ends_with('\r')) {
+                    continue;
+                }
                 ++counts[line.substr(line.rfind(' ') + 1, line.size() - line.rfind(' ') - 2)];
             }
         }
@@ -108,13 +112,15 @@ TEST_F(LogFiles, DISABLED_WritesBesideAnotherUser) {
         const auto gone = std::filesystem::path(folder).parent_path() / (L"gone" + std::to_wstring(++deleted));
         return ::MoveFileExW(path, gone.c_str(), 0);
     });
-    CLogWriterTraceListener listener(L"l", file.c_str(), isRefused ? 500 : 100'000, 6);
+    CLogWriterTraceListener listener(L"l", file.c_str(), isRefused ? 500 : 100'000, 8);
     int missing = 0;
     WaitForStart();
     for (int i = 0; i < 200; ++i) {
         const std::wstring message = Environment(L"%ZEL_PREFIX%") + std::to_wstring(i);
         Write(listener, message);
-        const auto isThere = [&] { return CountIn(folder).contains(std::string(message.begin(), message.end())); };
+        const auto isThere = [&] {
+            return CountIn(folder, true).contains(std::string(message.begin(), message.end()));
+        };
         missing += isThere() || isThere() || isThere() ? 0 : 1; // a roll moves it to a file that was not yet listed
         ::Sleep(isRefused ? 1 : 3);
     }
