@@ -50,10 +50,10 @@ public:
     /// Opens an archive. The file stays open until the destructor; others may read it meanwhile, except in Create mode,
     /// and in Update mode only if they share it for writing, which this class does not.
     ///
-    /// Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for Update also when the rewrite
-    /// would lose entries: when two share a name (Read finds the first), when the directory goes on after the last
-    /// entry that is counted, or when it reaches into the end record. What opening the file and creating the staging
-    /// folder fail with passes through.
+    /// Throws CInvalidOperationException "Invalid ZIP archive" for a file that is none; for Update also when the
+    /// rewrite would lose entries: when two share a name (Read finds the first), when the directory goes on after the
+    /// last entry that is counted, or when it reaches into the end record. What opening the file and creating the
+    /// staging folder fail with passes through.
     CZipArchive(const wchar_t* path, ZipArchiveMode mode);
 
     /// The source is left closed. Assignment first ends the target as its destructor does, and may throw as that
