@@ -173,8 +173,8 @@ TEST_F(LogFiles, ProcessesOfDifferentUsersLoseNothing) {
 TEST_F(LogFiles, NoLineIsLostWhileAHandleIsOpen) {
     ULONGLONG now = 10'000;
     const ImportHook clock("GetTickCount64", [&]() -> ULONGLONG { return now; });
-    for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_DELETE_PENDING, ERROR_BAD_NETPATH,
-                              ERROR_PATH_NOT_FOUND}) {
+    for (const long error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_DELETE_PENDING, ERROR_BAD_NETPATH,
+                             ERROR_PATH_NOT_FOUND}) {
         std::filesystem::remove_all(At(L"logs"));
         std::filesystem::create_directories(At(L"logs"));
         CLogWriterTraceListener unlimited(L"l", GetLog().c_str(), -1, 1), limited(L"m", GetLog().c_str(), 100, 1);
@@ -182,7 +182,7 @@ TEST_F(LogFiles, NoLineIsLostWhileAHandleIsOpen) {
         {
             const ImportHook refusing(
                 "CreateFileW", [&](const wchar_t*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) -> HANDLE {
-                    ::SetLastError(error);
+                    ::SetLastError(static_cast<DWORD>(error));
                     return INVALID_HANDLE_VALUE;
                 });
             for (int i = 0; i < 29; ++i) {

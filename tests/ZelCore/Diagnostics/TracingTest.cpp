@@ -261,7 +261,7 @@ TEST_F(Tracing, ListenersAreMadeByType) {
             provider.TraceEvent(context, L"s", Warning, 0, fault);
         }
         s_events.erase(s_events.find(L"fail 8"));
-        for (const DWORD fault : {1450, 6, 87, 534}) { // 534: an event beyond 64 KiB, which the listener prevents
+        for (const DWORD fault : {1450u, 6u, 87u, 534u}) { // 534: an event beyond 64 KiB, which the listener prevents
             ExpectError(fault, [&] {
                 provider.TraceEvent(context, L"s", Warning, 0, (L"fail " + std::to_wstring(fault)).c_str());
             });

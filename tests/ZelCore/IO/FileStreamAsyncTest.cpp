@@ -20,6 +20,13 @@ protected:
 
 constexpr std::size_t PieceSize = 64;
 
+void* Allocate(std::size_t size) {
+    return ::operator new(size);
+}
+void Release(void* block, std::size_t) {
+    ::operator delete(block);
+}
+
 } // namespace
 
 TEST_F(AsyncFileStream, TenThousandOperationsFromSeveralStreamsAtOnce) {
@@ -293,8 +300,7 @@ TEST_F(AsyncFileStream, AnImmediateFailureLeavesTheStreamIdle) {
         const auto refuse = [&] { EXPECT_THROW(stream.BeginRead(&byte, 1, nullptr, nullptr), CWin32Exception); };
         refuse();
         Balance blocks;
-        blocks.Count<static_cast<void* (*)(std::size_t)>(&::operator new)>("_Znwy", 1);
-        blocks.Count<static_cast<void (*)(void*, std::size_t)>(&::operator delete)>("_ZdlPvy", -1);
+        blocks.Count<&Allocate>("_Znwy", 1).Count<&Release>("_ZdlPvy", -1);
         for (int i = 0; i < 100; ++i) {
             refuse();
         }
