@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: owners of what COM gives, and the one translation of its failures.
+// Private to the library: owners of COM objects and texts, and the translation of COM failures.
 
 #include "ZelWin32/ComException.h"
 #include "ZelWin32/Windows.h"
@@ -12,7 +12,7 @@
 
 namespace ZelWin32 {
 
-/// Holds one reference to an object.
+/// Owns one reference to an object.
 template <class Interface> class ComPointer {
 public:
     ComPointer() noexcept = default;
@@ -41,7 +41,7 @@ public:
     Interface* operator->() const noexcept {
         return m_object;
     }
-    /// Where a call stores a new reference; an old one is released first.
+    /// The address for a call that returns a new reference. The old reference is released first.
     Interface** Receive() noexcept {
         *this = ComPointer();
         return &m_object;
@@ -61,7 +61,7 @@ inline void CheckCom(HRESULT hr, const wchar_t* method, const wchar_t* file, int
     }
 }
 
-/// Text in the form that COM takes and gives.
+/// An owner of a BSTR.
 class ComText {
 public:
     ComText() noexcept = default;
@@ -80,7 +80,7 @@ public:
     BSTR Get() const noexcept {
         return m_text;
     }
-    /// Gives the text away to whoever frees it.
+    /// Releases ownership of the text to the caller.
     BSTR Detach() noexcept {
         return std::exchange(m_text, nullptr);
     }
@@ -96,7 +96,7 @@ private:
     BSTR m_text = nullptr;
 };
 
-/// A variant that is cleared at the end.
+/// A variant that is cleared by the destructor.
 struct ComVariant : VARIANT {
     ComVariant() noexcept {
         ::VariantInit(this);
