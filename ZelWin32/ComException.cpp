@@ -2,6 +2,7 @@
 
 #include "ZelCore/Messages.h"
 #include "ZelCore/String.h"
+#include "ZelWin32/ComPointer.h"
 #include "ZelWin32/Windows.h"
 
 #include <comdef.h>
@@ -56,10 +57,21 @@ std::wstring CComException::GetComErrorSource(const _com_error& error) {
 std::wstring CComException::GetComErrorDescription(const _com_error& error) {
     std::wstring description = ToText(error.Description());
     if (description.empty()) {
-        const wchar_t* text = error.ErrorMessage();
+        // An object of its own: the other one keeps the text once it was asked for, and a caller that is built without
+        // UNICODE leaves a narrow one there.
+        const _com_error standard(error.Error());
+        const wchar_t* const text = standard.ErrorMessage();
         description = text != nullptr ? text : L"";
     }
     return description;
+}
+
+void ThrowComError(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
+    IErrorInfo* info = nullptr;
+    if (::GetErrorInfo(0, &info) != S_OK) {
+        info = nullptr;
+    }
+    throw CComException(_com_error(hr, info), nullptr, method, file, line); // which takes the reference over
 }
 
 } // namespace ZelWin32

@@ -11,7 +11,7 @@ CComInitGuard::CComInitGuard() {
     const HRESULT hr = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     m_initialized = SUCCEEDED(hr);
     if (hr != RPC_E_CHANGED_MODE) {
-        CheckCom(hr, ZEL_SITE(L"ZelWin32::CComInitGuard::CComInitGuard"));
+        CheckComCode(hr, ZEL_SITE(L"ZelWin32::CComInitGuard::CComInitGuard"));
     }
 }
 

@@ -54,11 +54,28 @@ private:
     Interface* m_object = nullptr;
 };
 
-/// Throws CComException for a failure.
+/// Throws CComException with the description of the thread's error object, which it takes away.
+[[noreturn]] void ThrowComError(HRESULT hr, const wchar_t* method, const wchar_t* file, int line);
+
+/// Throws CComException for a failure of a method of an object, or of a function that makes one, with the description
+/// that the call left in the thread's error object.
 inline void CheckCom(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
+    if (FAILED(hr)) {
+        ThrowComError(hr, method, file, line);
+    }
+}
+
+/// The same for a call that leaves no error object: what is there is of another failure.
+inline void CheckComCode(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
     if (FAILED(hr)) {
         throw CComException(hr, nullptr, method, file, line);
     }
+}
+
+/// Clears the error object that an earlier failure of other code left on the thread. Call it before a series of calls
+/// checked by CheckCom; otherwise a call that fails without an error object would get that description.
+inline void ForgetComError() noexcept {
+    ::SetErrorInfo(0, nullptr);
 }
 
 /// An owner of a BSTR.
@@ -67,7 +84,7 @@ public:
     ComText() noexcept = default;
     ComText(const wchar_t* text, std::size_t length, const wchar_t* method, const wchar_t* file, int line)
         : m_text(::SysAllocStringLen(text, static_cast<UINT>(length))) {
-        CheckCom(m_text != nullptr ? S_OK : E_OUTOFMEMORY, method, file, line);
+        CheckComCode(m_text != nullptr ? S_OK : E_OUTOFMEMORY, method, file, line);
     }
     ComText(const std::wstring& text, const wchar_t* method, const wchar_t* file, int line)
         : ComText(text.data(), text.size(), method, file, line) {}

@@ -12,6 +12,7 @@ namespace ZelXml {
 
 using ZelCore::CString;
 using ZelWin32::CheckCom;
+using ZelWin32::CheckComCode;
 using ZelWin32::ComPointer;
 using ZelWin32::ComText;
 using ZelWin32::ComVariant;
@@ -69,6 +70,7 @@ template <class Get> bool DeclaresType(std::size_t length, Get get) {
 } // namespace
 
 DocumentPointer CreateDocument() {
+    ZelWin32::ForgetComError();
     DocumentPointer document;
     HRESULT hr = E_FAIL;
     for (const CLSID& version : {Document60, Document30}) { // the newest first
@@ -91,13 +93,12 @@ DocumentPointer CreateDocument() {
 }
 
 DocumentPointer CreateDocument(const unsigned char* data, std::size_t size, const std::wstring& path) {
-    constexpr std::size_t largest = 0x40000000;
     // Unreached: requires a file of 1 GiB.
-    ZelCore::CheckAtMost(size, largest, L"size", ZEL_SITE(Method));
+    ZelCore::CheckAtMost(size, LargestDocument, L"size", ZEL_SITE(Method));
     DocumentPointer document = CreateDocument();
     ComVariant source;
     source.parray = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(size));
-    CheckCom(source.parray != nullptr ? S_OK : E_OUTOFMEMORY, ZEL_SITE(Method));
+    CheckComCode(source.parray != nullptr ? S_OK : E_OUTOFMEMORY, ZEL_SITE(Method));
     source.vt = VT_ARRAY | VT_UI1;
     if (size != 0) {
         std::memcpy(source.parray->pvData, data, size); // the array is not shared yet
@@ -107,7 +108,8 @@ DocumentPointer CreateDocument(const unsigned char* data, std::size_t size, cons
     if (loaded == VARIANT_FALSE) {
         const ParseError error = GetParseError(*document.Get());
         if (error.code == 0) { // rejected before parsing
-            CheckCom(FAILED(hr) ? hr : E_FAIL, ZEL_SITE(Method));
+            CheckCom(hr, ZEL_SITE(Method));
+            CheckComCode(E_FAIL, ZEL_SITE(Method));
         }
         const std::wstring place =
             error.line == 0 ? path : CString::Format(L"%s(%ld,%ld)", path.c_str(), error.line, error.column);

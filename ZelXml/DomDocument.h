@@ -14,6 +14,8 @@ namespace ZelXml {
 
 using DocumentPointer = ZelWin32::ComPointer<IXMLDOMDocument>;
 
+constexpr std::size_t LargestDocument = 0x40000000; ///< bytes
+
 /// Creates an empty document that does not load other files and is queried by XPath. Throws CComException.
 DocumentPointer CreateDocument();
 

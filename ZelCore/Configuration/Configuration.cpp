@@ -5,7 +5,6 @@
 #include "ZelCore/Configuration/ConfigurationException.h"
 #include "ZelCore/Configuration/ConfigurationManager.h"
 #include "ZelCore/Configuration/ConfigurationProperty.h"
-#include "ZelCore/Convert.h"
 #include "ZelCore/IO/File.h"
 #include "ZelCore/IO/FileStream.h"
 #include "ZelCore/IO/Path.h"
@@ -21,6 +20,7 @@
 namespace ZelCore::Configuration {
 
 using ZelWin32::CheckCom;
+using ZelWin32::CheckComCode;
 using ZelWin32::ComPointer;
 using ZelWin32::ComText;
 using ZelWin32::ComVariant;
@@ -101,6 +101,8 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     CFileStream file(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                      FILE_ATTRIBUTE_NORMAL);
     const std::int64_t length = file.GetLength();
+    CheckAtMost(static_cast<std::size_t>(length), ZelXml::LargestDocument, L"size",
+                ZEL_SITE(L"ZelCore::Configuration::ReadDocument"));
     file.Lock(0, length, CFileStream::LockType::Shared);
     std::vector<unsigned char> bytes(static_cast<std::size_t>(length) + 1); // never without a pointer
     const std::size_t read = file.GreedyRead(bytes.data(), static_cast<std::size_t>(length));
@@ -121,7 +123,8 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
 
 /// The element that a section is read from: itself, or the root of the file that it names, put in its place.
 ElementPointer IncludeConfigSource(ElementPointer element, const std::wstring& configurationPath) {
-    const wchar_t* const method = L"ZelCore::Configuration::IncludeConfigSource";
+    // Site: its only caller, for both failures of the attribute.
+    const wchar_t* const method = L"ZelCore::Configuration::CConfiguration::GetSection";
     std::wstring path;
     if (!GetAttribute(element.Get(), L"configSource", path)) {
         return element;
@@ -143,7 +146,7 @@ ElementPointer IncludeConfigSource(ElementPointer element, const std::wstring& c
     CheckCom(included->get_documentElement(root.Receive()), ZEL_SITE(method));
     NodePointer parent, replaced;
     CheckCom(element->get_parentNode(parent.Receive()), ZEL_SITE(method));
-    CheckCom(root && parent ? S_OK : E_FAIL, ZEL_SITE(method)); // the parser may keep a failure to itself
+    CheckComCode(root && parent ? S_OK : E_FAIL, ZEL_SITE(method)); // the parser may keep a failure to itself
     CheckCom(parent->replaceChild(root.Get(), element.Get(), replaced.Receive()), ZEL_SITE(method));
     return root;
 }
@@ -181,11 +184,13 @@ bool CConfiguration::GetSection(const std::wstring& name, CConfigurationSection&
     if (name.empty()) {
         throw CArgumentException(L"name", nullptr, ZEL_SITE(L"ZelCore::Configuration::CConfiguration::GetSection"));
     }
+    ZelWin32::ForgetComError();
     const std::vector<std::wstring> parts = SplitName(name);
     return IsDeclared(parts, section) && ReadContent(parts, section);
 }
 
 bool CConfiguration::GetSystemDiagnosticsSection(CConfigurationSection& section) {
+    ZelWin32::ForgetComError();
     return ReadContent({L"system.diagnostics"}, section);
 }
 
@@ -235,6 +240,9 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     const wchar_t* const method = L"ZelCore::Configuration::CConfigurationManager::OpenExeConfigurationBuffer";
     CheckNotNull(text, L"text", ZEL_SITE(method));
     CheckAtMost(length, LargestText, L"length", ZEL_SITE(method));
+    while (length != 0 && text[length - 1] == L'\0') { // counted with its end
+        --length;
+    }
     if (std::find(text, text + length, L'\0') != text + length) { // where the parser would stop
         ThrowConfiguration(L"A configuration must not have characters of the value 0", ZEL_SITE(method));
     }
@@ -260,6 +268,7 @@ void CConfigurationElement::Deserialize(IXMLDOMElement* xmlIn) {
     if (xmlIn == nullptr) {
         throw CArgumentNullException(L"xmlIn", L"Bad node ptr", ZEL_SITE(method));
     }
+    ZelWin32::ForgetComError();
     m_name = L"none";
     if (std::wstring name; GetAttribute(xmlIn, L"name", name) && !name.empty()) {
         m_name = name;
@@ -270,7 +279,7 @@ void CConfigurationElement::Deserialize(IXMLDOMElement* xmlIn) {
     ComPointer<IXMLDOMNamedNodeMap> attributes;
     CheckCom(xmlIn->get_attributes(attributes.Receive()), ZEL_SITE(method));
     // Unreached: an element always has a list, be it empty.
-    CheckCom(attributes ? S_OK : E_FAIL, ZEL_SITE(method));
+    CheckComCode(attributes ? S_OK : E_FAIL, ZEL_SITE(method));
     for (CConfigurationPropertyBase* property : properties) {
         const ComText name(property->GetName(), ZEL_SITE(method));
         NodePointer attribute;
@@ -314,32 +323,14 @@ void Deserialize(IXMLDOMNode* in, std::uint32_t& value) {
     value = static_cast<std::uint32_t>(::_wtoi(GetText(in).c_str()));
 }
 
-void Deserialize(IXMLDOMNode* in, std::int64_t& value) {
-    value = ::_wtoi64(GetText(in).c_str());
+void Deserialize(IXMLDOMNode* in, unsigned long& value) {
+    std::uint32_t number = 0;
+    Deserialize(in, number);
+    value = number;
 }
 
-void Deserialize(IXMLDOMNode* in, Diagnostics::SourceLevels& value) {
-    using Diagnostics::SourceLevels;
-    const std::pair<const wchar_t*, SourceLevels> levels[] = {
-        {L"Off", SourceLevels::Off},
-        {L"Critical", SourceLevels::Critical},
-        {L"Error", SourceLevels::Error},
-        {L"Warning", SourceLevels::Warning},
-        {L"Information", SourceLevels::Information},
-        {L"Verbose", SourceLevels::Verbose},
-        {L"ActivityTracing", SourceLevels::ActivityTracing},
-        {L"All", SourceLevels::All},
-    };
-    SourceLevels sum = SourceLevels::Off;
-    for (const std::wstring& word : CString::Split(GetText(in), L", ")) {
-        const auto level = std::find_if(std::begin(levels), std::end(levels),
-                                        [&](const auto& candidate) { return word == candidate.first; });
-        if (!word.empty()) {
-            sum = sum | (level != std::end(levels) ? level->second
-                                                   : static_cast<SourceLevels>(CConvert::ToInt32(word.c_str())));
-        }
-    }
-    value = sum;
+void Deserialize(IXMLDOMNode* in, std::int64_t& value) {
+    value = ::_wtoi64(GetText(in).c_str());
 }
 
 IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node) {

@@ -13,13 +13,17 @@ namespace ZelCore::Configuration {
 /// \param element not null, borrowed
 ZELCORE_API void VisitChildElements(IXMLDOMElement* element, const std::function<void(IXMLDOMElement*)>& visit);
 
+// Users may derive from a collection too, and no base destroys it: neither elements nor maps have a virtual destructor.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 /// Elements by their "name" attribute: every child element is an entry, whatever its tag. Of two entries with one name
 /// the later stays; those without a name share the key "none". Reading again adds to what is there.
 ///
 /// \tparam E derives from CConfigurationElement and can be made without arguments
 template <class E>
-class CConfigurationElementCollection final : public CConfigurationElement,
-                                              public std::map<std::wstring, std::shared_ptr<E>> {
+class CConfigurationElementCollection : public CConfigurationElement,
+                                        public std::map<std::wstring, std::shared_ptr<E>> {
 public:
     /// Empty, with a tag that is for information only: without an argument "collection".
     ///@{
@@ -40,5 +44,7 @@ public:
     /// None: everything is an entry.
     void GetProperties(PropertyList&) override {}
 };
+
+#pragma GCC diagnostic pop
 
 } // namespace ZelCore::Configuration

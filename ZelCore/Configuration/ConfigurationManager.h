@@ -25,9 +25,10 @@ public:
     static CConfiguration OpenExeConfiguration(const std::wstring& path);
 
     /// The same for text in memory, which is copied. Throws CConfigurationException with the parser's reason for text
-    /// that is no XML, and for a character of the value 0; CArgumentNullException for "text".
+    /// that is no XML, and for a character of the value 0 before the end; CArgumentNullException for "text".
     ///
-    /// \param length in characters, at most 1,073,741,823, otherwise CArgumentOutOfRangeException for "length"
+    /// \param length in characters, with or without terminating zeros; at most 1,073,741,823, otherwise
+    /// CArgumentOutOfRangeException for "length"
     static CConfiguration OpenExeConfigurationBuffer(const wchar_t* text, std::size_t length);
 };
 

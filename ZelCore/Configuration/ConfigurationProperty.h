@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ZelCore/Diagnostics/SourceLevels.h"
 #include "ZelCore/Export.h"
 
 #include <cstdint>
@@ -65,12 +64,16 @@ ZELCORE_API void Deserialize(IXMLDOMNode* in, bool& value);
 /// Leading decimal digits with a sign; 0 without any; a negative number wraps around. Numbers above 2147483647 are not
 /// read as what they are.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::uint32_t& value);
+ZELCORE_API void Deserialize(IXMLDOMNode* in, unsigned long& value);
 /// Leading decimal digits with a sign; 0 without any.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::int64_t& value);
-/// Names of levels, spelled as the enumeration has them, and decimal numbers, separated by commas or blanks:
-/// "Warning, ActivityTracing". Empty text is Off. Throws CArgumentException for "value" for other words.
-ZELCORE_API void Deserialize(IXMLDOMNode* in, Diagnostics::SourceLevels& value);
 ///@}
+
+/// Reads a value by one of these functions, or by a function of that name beside the value's own type: so a type of
+/// yours becomes a property.
+template <class T> void DeserializeValue(IXMLDOMNode* in, T& value) {
+    Deserialize(in, value);
+}
 
 /// The element that a collection is read from. Throws CArgumentNullException for "node", CComException for another
 /// node, an attribute say; the caller releases the element.
@@ -79,8 +82,9 @@ ZELCORE_API IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node);
 /// Gives back what GetCollectionElement returned; not null.
 ZELCORE_API void ReleaseElement(IXMLDOMElement* element) noexcept;
 
-/// A property of a scalar type (N is 1): text, bool, numbers, levels. CConfigurationSection shows some.
-template <class T, int N = 1> class CConfigurationProperty final : public CConfigurationPropertyBase {
+/// A property of a scalar type (N is 1): text, bool, numbers, and what DeserializeValue can read. CConfigurationSection
+/// shows some.
+template <class T, int N = 1> class CConfigurationProperty : public CConfigurationPropertyBase {
 public:
     /// \param name     the attribute's or child element's
     /// \param required whether an element without it is an error
@@ -89,7 +93,7 @@ public:
         : CConfigurationPropertyBase(name, required), m_value(std::move(value)) {}
 
     void Deserialize(IXMLDOMNode* node) override {
-        Configuration::Deserialize(node, m_value);
+        DeserializeValue(node, m_value);
         SetParsed();
     }
     /// The value that was read, or else the one of the constructor. Valid while the property lives.
@@ -108,7 +112,7 @@ private:
 
 /// A property that is a collection of elements (N is 0), read from a child element. T is a
 /// CConfigurationElementCollection; CConfigurationSection shows one.
-template <class T> class CConfigurationProperty<T, 0> final : public CConfigurationPropertyBase {
+template <class T> class CConfigurationProperty<T, 0> : public CConfigurationPropertyBase {
 public:
     /// \param name     the child element's
     /// \param required whether an element without it is an error; an empty one is there

@@ -5,6 +5,8 @@
 #include "ZelWin32/LastError.h"
 #include "ZelWin32/Windows.h"
 
+#include <algorithm>
+
 namespace ZelCore::Diagnostics {
 
 namespace {
@@ -12,6 +14,15 @@ namespace {
 /// A handle left over from who started the process, or a pipe whose reader has gone.
 bool IsNobodyThere(DWORD error) {
     return error == ERROR_INVALID_HANDLE || error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA;
+}
+
+/// A console refuses texts that do not fit into a buffer of 64 KiB, which others use too. A pair of surrogates stays
+/// together.
+DWORD GetPieceLength(const std::wstring& text, std::size_t at) {
+    constexpr std::size_t longest = 8000; // characters
+    const std::size_t length = std::min(text.size() - at, longest);
+    const bool splits = length == longest && IS_HIGH_SURROGATE(text[at + length - 1]);
+    return static_cast<DWORD>(splits ? length - 1 : length);
 }
 
 } // namespace
@@ -29,10 +40,16 @@ void CConsoleTraceListener::TraceEvent(const TraceEventContext& context, const w
     }
     DWORD mode = 0;
     if (::GetConsoleMode(output, &mode)) {
-        DWORD written = 0;
-        const std::wstring line = CTraceFormatter::Format(context, type, message) + L"\r\n";
-        ZelWin32::CheckWin32(::WriteConsoleW(output, line.data(), static_cast<DWORD>(line.size()), &written, nullptr),
-                             ZEL_SITE(method));
+        const std::wstring text = CTraceFormatter::Format(context, type, message) + L"\r\n";
+        for (std::size_t at = 0; at < text.size();) {
+            DWORD written = 0;
+            ZelWin32::CheckWin32(::WriteConsoleW(output, text.data() + at, GetPieceLength(text, at), &written, nullptr),
+                                 ZEL_SITE(method));
+            if (written == 0) {
+                return;
+            }
+            at += written;
+        }
         return;
     }
     const std::string line = CTraceFormatter::FormatLine(context, type, message);

@@ -42,6 +42,11 @@ UCHAR GetLevel(TraceEventType type) {
     return information;
 }
 
+/// Failures of the tracing session: its buffers are full, the event is larger than one of them, or its file is full.
+bool IsFaultOfSession(ULONG error) {
+    return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_MORE_DATA || error == ERROR_LOG_FILE_FULL;
+}
+
 } // namespace
 
 class CEventProviderTraceListener::impl {
@@ -86,7 +91,7 @@ void CEventProviderTraceListener::TraceEvent(const TraceEventContext& context, c
     std::wstring line = CTraceFormatter::Format(context, type, message);
     line.resize(std::min(line.size(), longest));
     const ULONG error = m_impl->Write(type, line.c_str());
-    if (error != ERROR_SUCCESS && error != ERROR_NOT_ENOUGH_MEMORY) { // full buffers drop events
+    if (error != ERROR_SUCCESS && !IsFaultOfSession(error)) {
         throw ZelWin32::CWin32Exception(error, nullptr,
                                         ZEL_SITE(L"ZelCore::Diagnostics::CEventProviderTraceListener::TraceEvent"));
     }

@@ -8,7 +8,7 @@ namespace ZelCore::Diagnostics {
 
 /// Writes each event's line as a string event of event tracing for Windows (ETW). The five levels become those of
 /// event tracing, the activity types become information.
-class ZELCORE_API CEventProviderTraceListener final : public CTraceListener {
+class ZELCORE_API CEventProviderTraceListener : public CTraceListener {
 public:
     /// Registers the provider until the listener ends.
     ///
@@ -21,7 +21,8 @@ public:
     /// Unregisters the provider.
     ~CEventProviderTraceListener() override;
 
-    /// Nobody may be listening, or too slowly: that is no failure. Lines are cut after 31,000 characters. Throws
+    /// Lines are cut after 31,000 characters. It is no failure that nobody listens, that the buffers of the listening
+    /// session are full or too small (8, 234), or that its file is full (1502): the event is lost there. Throws
     /// CWin32Exception for other failures.
     void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
                     const wchar_t* message) override;

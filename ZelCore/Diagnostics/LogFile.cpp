@@ -16,12 +16,23 @@ namespace ZelCore::Diagnostics {
 namespace {
 
 constexpr unsigned SpinRounds = 200;
-constexpr unsigned RoundsPerCheck = 20;  // sleeping rounds between two looks at the owner
-constexpr ULONGLONG LongestWait = 5000;  // milliseconds for an owner that lives but does not go on
-constexpr ULONGLONG OpenInterval = 1000; // milliseconds after which the file is opened anew
-constexpr std::int64_t RetryShare = 10;  // a file that could not be rolled may grow by a tenth until the next try
+constexpr unsigned RoundsPerCheck = 20;   // sleeping rounds between two looks at the owner
+constexpr ULONGLONG LongestWait = 2000;   // milliseconds for an owner that lives but does not go on
+constexpr ULONGLONG DistrustTime = 60000; // milliseconds without turns after that
+constexpr ULONGLONG OpenInterval = 1000;  // milliseconds after which the file is opened anew
+constexpr std::int64_t RetryShare = 10;   // a file that could not be rolled may grow by a tenth until the next try
+constexpr unsigned LinesPerLook = 16;     // of this process, until it asks for the file's true size
 constexpr std::size_t NumberDigits = 9;
 constexpr int OpenTries = 20; // ten milliseconds apart, for a reader that shares nothing
+constexpr int LockTries = 20; // one millisecond apart
+constexpr int RollTries = 3;  // where other processes are faster with the new file, too
+
+// Two bytes of every log file that carry locks, far beyond its end: locks are mandatory where there is data.
+enum class LockByte : DWORD {
+    InUse,  // shared by all that have the file open to write, exclusive for who deletes it
+    Rolling // exclusive for who renames it
+};
+constexpr DWORD LockOffsetHigh = 0x40000000;
 
 struct FindTraits : ZelWin32::FileTraits {
     static void Close(Type handle) noexcept {
@@ -89,41 +100,117 @@ std::vector<std::uint64_t> FindRolled(const std::wstring& stem, const std::wstri
     return numbers;
 }
 
+/// Takes a lock if nobody else has it; the handle needs the right to read. False with the last error.
+bool TryLock(HANDLE file, LockByte byte, DWORD flags) noexcept {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(byte);
+    place.OffsetHigh = LockOffsetHigh;
+    return ::LockFileEx(file, flags | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != FALSE;
+}
+
+void Unlock(HANDLE file, LockByte byte) noexcept {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(byte);
+    place.OffsetHigh = LockOffsetHigh;
+    ::UnlockFileEx(file, 0, 1, 0, &place);
+}
+
+/// Keeps others from rolling the file, or goes on without after a while.
+class RollingLock {
+public:
+    explicit RollingLock(HANDLE file) noexcept : m_file(file) {
+        for (int i = 0; i < LockTries; ++i) {
+            m_locked = TryLock(file, LockByte::Rolling, LOCKFILE_EXCLUSIVE_LOCK);
+            if (m_locked || ::GetLastError() != ERROR_LOCK_VIOLATION) {
+                return;
+            }
+            ::Sleep(1);
+        }
+    }
+    RollingLock(const RollingLock&) = delete;
+    RollingLock& operator=(const RollingLock&) = delete;
+    ~RollingLock() {
+        if (m_locked) {
+            Unlock(m_file, LockByte::Rolling);
+        }
+    }
+
+private:
+    HANDLE m_file;
+    bool m_locked = false;
+};
+
+/// Unless a process still has the file open to write.
+void DeleteRolled(const std::wstring& path) noexcept {
+    const ZelWin32::FileHandle file(::CreateFileW(path.c_str(), FILE_READ_DATA,
+                                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                  OPEN_EXISTING, 0, nullptr));
+    if (file && !TryLock(file.Get(), LockByte::InUse, LOCKFILE_EXCLUSIVE_LOCK) &&
+        ::GetLastError() == ERROR_LOCK_VIOLATION) {
+        return;
+    }
+    ::DeleteFileW(path.c_str()); // with the lock held: nobody begins to write meanwhile
+    if (file) {
+        Unlock(file.Get(), LockByte::InUse);
+    }
+}
+
+/// Wine looks for the end of the file and then writes there, so that lines of two processes may meet. It has to be
+/// asked for by name: nothing else tells.
+bool AppendsInTwoSteps() noexcept {
+    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
 } // namespace
 
-/// Keeps other processes away from the file. Threads of this one are kept away by the lock taken before.
-class CLogFile::SharedLock {
+/// Lets processes append one after the other where the system does not see to that. Threads of this one are kept away
+/// by the lock taken before.
+class CLogFile::Turn {
 public:
-    explicit SharedLock(std::atomic<std::uint32_t>& owner) noexcept : m_owner(owner) {
+    explicit Turn(CLogFile& file) noexcept : m_owner(file.m_turns) {
+        if (m_owner != nullptr && !Wait(file)) {
+            m_owner = nullptr;
+        }
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        if (m_owner != nullptr) {
+            std::uint32_t self = ::GetCurrentProcessId();
+            m_owner->compare_exchange_strong(self, 0);
+        }
+    }
+
+private:
+    /// False where the owner neither ends nor goes on: it must not stop this process.
+    bool Wait(CLogFile& file) const noexcept {
         const DWORD self = ::GetCurrentProcessId();
         ULONGLONG start = 0;
         for (unsigned round = 0;; ++round) {
             std::uint32_t holder = 0;
-            if (m_owner.compare_exchange_strong(holder, self) || holder == self) {
-                return; // an owner with our id has ended, and we were given its number
+            if (m_owner->compare_exchange_strong(holder, self) || holder == self) {
+                return true; // an owner with our id has ended, and we were given its number
             }
             if (round < SpinRounds) {
                 ::SwitchToThread();
                 continue;
             }
             start = start == 0 ? ::GetTickCount64() : start;
-            const bool waitedEnough = ::GetTickCount64() - start > LongestWait;
-            if ((waitedEnough || (round % RoundsPerCheck == 0 && HasEnded(holder))) &&
-                m_owner.compare_exchange_strong(holder, self)) {
-                return;
+            if (start < file.m_noTurnsUntil) {
+                return false;
+            }
+            if (round % RoundsPerCheck == 0 && HasEnded(holder) && m_owner->compare_exchange_strong(holder, self)) {
+                return true;
+            }
+            if (::GetTickCount64() - start > LongestWait) {
+                file.m_noTurnsUntil = start + LongestWait + DistrustTime;
+                return false;
             }
             ::Sleep(1);
         }
     }
-    SharedLock(const SharedLock&) = delete;
-    SharedLock& operator=(const SharedLock&) = delete;
-    ~SharedLock() {
-        std::uint32_t self = ::GetCurrentProcessId();
-        m_owner.compare_exchange_strong(self, 0); // not where somebody has lost patience with us
-    }
 
-private:
-    std::atomic<std::uint32_t>& m_owner;
+    std::atomic<std::uint32_t>* m_owner;
 };
 
 std::shared_ptr<CLogFile> CLogFile::Get(const std::wstring& path) {
@@ -136,54 +223,52 @@ std::shared_ptr<CLogFile> CLogFile::Get(const std::wstring& path) {
 }
 
 CLogFile::CLogFile(const std::wstring& path) : m_path(path) {
-    MapShared(MakeKey(path));
+    if (AppendsInTwoSteps()) {
+        MapTurns(MakeKey(path));
+    }
 }
 
 CLogFile::~CLogFile() {
-    if (m_shared != &m_own) {
-        ::UnmapViewOfFile(m_shared);
+    if (m_turns != nullptr) {
+        ::UnmapViewOfFile(m_turns);
     }
 }
 
-void CLogFile::MapShared(const std::wstring& key) {
+void CLogFile::MapTurns(const std::wstring& key) {
     const std::wstring name = CTextWriter().Put(L"ZelCore.Log.%016x", {Hash(key)}).Take();
-    const auto create = [](const std::wstring& full) {
-        return ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Shared), full.c_str());
-    };
-    // For all sessions where the process may make that or somebody has made it, else for this one.
-    HANDLE mapping = create(L"Global\\" + name);
-    if (mapping == nullptr) {
-        mapping = ::OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, (L"Global\\" + name).c_str());
+    constexpr DWORD access = FILE_MAP_READ | FILE_MAP_WRITE;
+    m_mapping.Reset(
+        ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(*m_turns), name.c_str()));
+    if (!m_mapping) {
+        m_mapping.Reset(::OpenFileMappingW(access, FALSE, name.c_str()));
     }
-    if (mapping == nullptr) {
-        mapping = create(L"Local\\" + name);
-    }
-    m_mapping.Reset(mapping);
     if (m_mapping) {
-        void* const view = ::MapViewOfFile(m_mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, sizeof(Shared));
-        m_shared = view != nullptr ? static_cast<Shared*>(view) : &m_own;
+        m_turns =
+            static_cast<std::atomic<std::uint32_t>*>(::MapViewOfFile(m_mapping.Get(), access, 0, 0, sizeof(*m_turns)));
     }
 }
 
-bool CLogFile::IsStale() const noexcept {
-    return !m_file || m_generation != m_shared->generation || m_shared == &m_own ||
-           ::GetTickCount64() - m_openedAt >= OpenInterval;
-}
-
-ZelWin32::FileHandle CLogFile::OpenHandle() const {
+ZelWin32::FileHandle CLogFile::OpenHandle(int tries) const {
     // Site: both ways to open report one place.
     const wchar_t* const method = L"ZelCore::Diagnostics::CLogFile::Open";
+    const auto open = [this](DWORD moreAccess) {
+        return ZelWin32::FileHandle(::CreateFileW(m_path.c_str(),
+                                                  FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE | moreAccess,
+                                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                  OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    };
     for (int i = 1;; ++i) {
-        ZelWin32::FileHandle file(::CreateFileW(m_path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
-                                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                                OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        ZelWin32::FileHandle file = open(FILE_READ_DATA); // for the locks
+        if (!file && ::GetLastError() == ERROR_ACCESS_DENIED) {
+            file = open(0); // who may only append does without
+        }
         const DWORD error = ::GetLastError();
         if (file) {
             return file;
         }
         if (error == ERROR_PATH_NOT_FOUND && i == 1) { // somebody has removed the folder
             IO::CDirectory::Create(IO::CPath::GetDirectoryName(m_path.c_str()).c_str(), nullptr);
-        } else if (error == ERROR_SHARING_VIOLATION && i < OpenTries) {
+        } else if (error == ERROR_SHARING_VIOLATION && i < tries) {
             ::Sleep(10);
         } else {
             throw ZelWin32::CWin32Exception(error, m_path.c_str(), ZEL_SITE(method));
@@ -191,53 +276,120 @@ ZelWin32::FileHandle CLogFile::OpenHandle() const {
     }
 }
 
+/// Whether the name means this file; also where that cannot be told.
+bool CLogFile::IsCurrent(const ZelWin32::FileHandle& file) const {
+    const ZelWin32::FileHandle named(::CreateFileW(m_path.c_str(), FILE_READ_ATTRIBUTES,
+                                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                   OPEN_EXISTING, 0, nullptr));
+    if (!named) {
+        const DWORD error = ::GetLastError(); // access denied: its deletion is pending
+        return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND && error != ERROR_ACCESS_DENIED;
+    }
+    BY_HANDLE_FILE_INFORMATION a, b;
+    return !::GetFileInformationByHandle(file.Get(), &a) || !::GetFileInformationByHandle(named.Get(), &b) ||
+           (a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
+            a.nFileIndexLow == b.nFileIndexLow);
+}
+
 /// Opens the file under its name; on failure an open one stays.
-void CLogFile::Open() {
+void CLogFile::Open(int tries) {
     const wchar_t* const method = L"ZelCore::Diagnostics::CLogFile::Open";
-    ZelWin32::FileHandle file = OpenHandle();
-    LARGE_INTEGER size;
-    if (!::GetFileSizeEx(file.Get(), &size)) {
-        throw ZelWin32::CWin32Exception(::GetLastError(), m_path.c_str(), ZEL_SITE(method));
+    for (int i = 1;; ++i) {
+        ZelWin32::FileHandle file = OpenHandle(tries);
+        LARGE_INTEGER size;
+        if (!::GetFileSizeEx(file.Get(), &size)) {
+            throw ZelWin32::CWin32Exception(::GetLastError(), m_path.c_str(), ZEL_SITE(method));
+        }
+        const bool isDeleted = !TryLock(file.Get(), LockByte::InUse, 0) && ::GetLastError() == ERROR_LOCK_VIOLATION;
+        // From here on nobody deletes it, but somebody may have done so before.
+        if (i < LockTries && (isDeleted || !IsCurrent(file))) {
+            ::Sleep(1);
+            continue;
+        }
+        if (m_file) {
+            Unlock(m_file.Get(), LockByte::InUse); // closing would do it too, but not always at once
+        }
+        m_file = std::move(file);
+        m_size = size.QuadPart;
+        return;
     }
-    m_file = std::move(file);
-    m_shared->size = size.QuadPart;
-    if (m_generation != m_shared->generation) {
-        m_generation = m_shared->generation;
-        m_rollAgainAt = 0;
-    }
+}
+
+/// False where that fails and an open handle can go on.
+bool CLogFile::TryOpen(int tries) {
     m_openedAt = ::GetTickCount64();
+    try {
+        Open(tries);
+        return true;
+    } catch (...) {
+        if (!m_file) {
+            throw;
+        }
+        return false;
+    }
+}
+
+void CLogFile::LookAtSize(std::uint64_t now) {
+    if (++m_linesSinceLook < LinesPerLook && now == m_lookedAt) {
+        return;
+    }
+    m_linesSinceLook = 0;
+    m_lookedAt = now;
+    if (LARGE_INTEGER size; ::GetFileSizeEx(m_file.Get(), &size)) {
+        m_size = size.QuadPart;
+    }
 }
 
 /// What was open stays open until the new file is: whatever fails, the line has a place.
 void CLogFile::Roll(const LogLimits& limits) {
-    const auto name = SplitPath(m_path); // stem and extension
-    std::vector<std::uint64_t> rolled = FindRolled(name.first, name.second);
-    const auto toPath = [&](std::uint64_t number) {
-        std::wstring digits = std::to_wstring(number);
-        digits.insert(0, NumberDigits - std::min(NumberDigits, digits.size()), L'0');
-        return name.first + digits + name.second;
-    };
-    const std::uint64_t next = rolled.empty() ? 1 : rolled.back() + 1;
-    ++m_shared->generation; // first: who is stopped behind the renaming has told the others already
-    if (!::MoveFileExW(m_path.c_str(), toPath(next).c_str(), 0)) {
-        if (::GetLastError() != ERROR_FILE_NOT_FOUND) { // somebody has the file open without sharing
-            m_rollAgainAt = m_shared->size + limits.maximumSize / RetryShare + 1;
-            m_generation = m_shared->generation;
-            return;
+    bool isRenamed = true;
+    {
+        const RollingLock lock(m_file.Get());
+        if (IsCurrent(m_file)) { // no other process has been faster
+            isRenamed = Rename();
         }
-    } else {
-        rolled.push_back(next);
     }
-    Open();
-    // The unbroken run of numbers up to the last; what cannot be deleted now can be the next time.
-    std::size_t kept = 1;
-    for (std::size_t i = rolled.size(); i-- > 0; ++kept) {
-        if (i + 1 < rolled.size() && rolled[i] + 1 != rolled[i + 1]) {
-            break;
+    if (!isRenamed || !TryOpen(OpenTries)) {
+        m_rollAgainAt = m_size + limits.maximumSize / RetryShare + 1;
+        return;
+    }
+    m_rollAgainAt = 0;
+    DeleteSurplus(limits.maximumFiles);
+}
+
+std::wstring CLogFile::ToRolledPath(std::uint64_t number) const {
+    const auto [stem, extension] = SplitPath(m_path);
+    std::wstring digits = std::to_wstring(number);
+    digits.insert(0, NumberDigits - std::min(NumberDigits, digits.size()), L'0');
+    return stem + digits + extension;
+}
+
+/// True where the name is free then; false where somebody keeps the file from being renamed.
+bool CLogFile::Rename() const {
+    const auto [stem, extension] = SplitPath(m_path);
+    for (int i = 0; i < RollTries; ++i) {
+        const std::vector<std::uint64_t> rolled = FindRolled(stem, extension);
+        if (::MoveFileExW(m_path.c_str(), ToRolledPath(rolled.empty() ? 1 : rolled.back() + 1).c_str(), 0)) {
+            return true;
         }
-        if (kept >= limits.maximumFiles) {
-            ::DeleteFileW(toPath(rolled[i]).c_str());
+        const DWORD error = ::GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND) {
+            return true;
         }
+        if (error != ERROR_ALREADY_EXISTS && error != ERROR_FILE_EXISTS) { // somebody has taken the number
+            return false;
+        }
+    }
+    return false;
+}
+
+/// All but the newest. What cannot be deleted now is surplus at the next roll again.
+void CLogFile::DeleteSurplus(std::uint32_t maximumFiles) const {
+    const auto [stem, extension] = SplitPath(m_path);
+    const std::vector<std::uint64_t> rolled = FindRolled(stem, extension);
+    const std::size_t kept = maximumFiles - 1;
+    for (std::size_t i = 0; i + kept < rolled.size(); ++i) {
+        DeleteRolled(ToRolledPath(rolled[i]));
     }
 }
 
@@ -250,11 +402,11 @@ void CLogFile::Append(const char* bytes, std::size_t size) {
         const BOOL succeeded = ::WriteFile(m_file.Get(), bytes + at,
                                            static_cast<DWORD>(std::min(size - at, largestPiece)), &written, nullptr);
         at += written;
-        m_shared->size += written;
+        m_size += written;
         if (!succeeded || written == 0) {
             const DWORD error = succeeded ? ERROR_DISK_FULL : ::GetLastError();
             m_cut = m_cut || at != 0;
-            m_file.Reset(); // the next line tries with a new handle
+            m_openedAt = 0; // the next line tries with a new handle, or with this one if there is none
             throw ZelWin32::CWin32Exception(error, m_path.c_str(), ZEL_SITE(method));
         }
     }
@@ -262,18 +414,27 @@ void CLogFile::Append(const char* bytes, std::size_t size) {
 
 void CLogFile::Write(const std::string& line, const LogLimits& limits) {
     const std::lock_guard<ZelWin32::CCriticalSection> threads(m_lock);
-    const SharedLock processes(m_shared->owner);
-    if (IsStale()) {
-        Open();
+    const Turn turn(*this);
+    const ULONGLONG now = ::GetTickCount64();
+    if (!m_file || now - m_openedAt >= OpenInterval) {
+        TryOpen(m_file ? 1 : OpenTries);
+    }
+    if (limits.maximumSize != -1) {
+        LookAtSize(now);
+        if (m_size <= limits.maximumSize) { // what could not be rolled is larger: another process has rolled it
+            m_rollAgainAt = 0;
+        }
+        const auto length = static_cast<std::int64_t>(line.size());
+        for (int i = 0; i < RollTries && m_size > 0 && length > limits.maximumSize - m_size && m_size >= m_rollAgainAt;
+             ++i) {
+            Roll(limits);
+        }
     }
     if (m_cut) {
-        Append("\r\n", 2);
+        const std::string whole = "\r\n" + line;
+        Append(whole.data(), whole.size());
         m_cut = false;
-    }
-    const auto length = static_cast<std::int64_t>(line.size());
-    const std::int64_t size = m_shared->size;
-    if (limits.maximumSize != -1 && size > 0 && length > limits.maximumSize - size && size >= m_rollAgainAt) {
-        Roll(limits);
+        return;
     }
     Append(line.data(), line.size());
 }

@@ -19,15 +19,26 @@ struct LogLimits {
 };
 
 /// Appends whole lines to a file, and rolls it: when a line would make it larger than the limit, the file is renamed
-/// from "app.log" to "app.000000001.log", with the next number behind those that are there, and a new one is begun; the
-/// oldest beyond the number of files to keep are deleted. Nothing else is ever renamed, so that a line that was written
-/// once is not lost by a roll that fails half-way: then the file just goes on growing until it can be renamed.
+/// from "app.log" to "app.000000001.log", with the next number after those that are there, and a new one is begun; the
+/// oldest beyond the number of files to keep are deleted.
 ///
-/// Processes with the same file find each other by a small block of shared memory, with a lock word that holds the
-/// owner's process id: a system lock around each line would cost ten times as much as the line. A process that cannot
-/// share the block (another user's) opens the file anew for each line instead, and the system appends in one step.
+/// Processes that share a file need nothing but the file, so it does not matter which users they run as:
+/// - A line is one WriteFile through a handle with FILE_APPEND_DATA alone. The system finds the end of the file and
+///   writes in one step, so that no line overwrites another one.
+/// - Whoever has the file open holds a shared lock on one byte far beyond its end. A rolled file is deleted only by a
+///   process that gets this lock exclusively: no line goes to a file that is being deleted. A file that an idle process
+///   keeps open is deleted at the first roll after that process has moved on or ended.
+/// - Who rolls holds another byte of the current file exclusively, and then looks whether the name still means that
+///   file. Locks end with their process. Whoever holds one for no reason delays a roll by some milliseconds and stops
+///   nothing: two processes that roll at once make one more file, and lose nothing.
+/// - A process that still writes to a file that another one has rolled loses nothing either. It notices when the
+///   file is full, and looks at the name once a second.
 ///
-/// The file is also opened anew once a second, in case somebody has deleted or renamed it.
+/// While a handle is open no line is lost: whatever keeps the file from being renamed or opened anew, the line goes
+/// through the handle that is there, and the file grows.
+///
+/// Each process counts the bytes that it has written and asks for the true size now and then, so several processes
+/// may exceed the limit by some lines of each.
 class CLogFile {
 public:
     /// The one object of the process for the file, whatever the spelling of its path.
@@ -42,28 +53,30 @@ public:
     void Write(const std::string& line, const LogLimits& limits);
 
 private:
-    struct Shared {
-        std::atomic<std::uint32_t> owner;      ///< the process that has the lock, 0 for none
-        std::atomic<std::uint32_t> generation; ///< counts the rolls
-        std::atomic<std::int64_t> size;        ///< of the file, in bytes
-    };
-    class SharedLock;
+    class Turn;
 
-    void MapShared(const std::wstring& key);
-    bool IsStale() const noexcept;
-    ZelWin32::FileHandle OpenHandle() const;
-    void Open();
+    void MapTurns(const std::wstring& key);
+    ZelWin32::FileHandle OpenHandle(int tries) const;
+    bool IsCurrent(const ZelWin32::FileHandle& file) const;
+    void Open(int tries);
+    bool TryOpen(int tries);
+    void LookAtSize(std::uint64_t now);
     void Roll(const LogLimits& limits);
+    bool Rename() const;
+    std::wstring ToRolledPath(std::uint64_t number) const;
+    void DeleteSurplus(std::uint32_t maximumFiles) const;
     void Append(const char* bytes, std::size_t size);
 
     std::wstring m_path;
     ZelWin32::CCriticalSection m_lock;
     ZelWin32::EventHandle m_mapping;
-    Shared m_own{}; ///< for a process that can share nothing
-    Shared* m_shared = &m_own;
+    std::atomic<std::uint32_t>* m_turns = nullptr; ///< null where appending needs no turns, or there is no block
+    std::uint64_t m_noTurnsUntil = 0;              ///< milliseconds
     ZelWin32::FileHandle m_file;
-    std::uint32_t m_generation = 0;
-    std::uint64_t m_openedAt = 0;   ///< milliseconds
+    std::uint64_t m_openedAt = 0; ///< milliseconds; when it was opened or that was tried
+    std::uint64_t m_lookedAt = 0; ///< milliseconds
+    unsigned m_linesSinceLook = 0;
+    std::int64_t m_size = 0;        ///< bytes, as far as this process knows
     std::int64_t m_rollAgainAt = 0; ///< after a roll that failed, the size at which to try again
     bool m_cut = false;             ///< the last line is not whole
 };

@@ -12,7 +12,7 @@ namespace ZelCore::Diagnostics {
 ///
 /// A file of limited size is rolled: "app.log" becomes "app.000000001.log", then "app.000000002.log" and so on; the
 /// oldest are deleted.
-class ZELCORE_API CLogWriterTraceListener final : public CTraceListener {
+class ZELCORE_API CLogWriterTraceListener : public CTraceListener {
 public:
     /// Makes the folder if there is none. The file is opened with the first event.
     ///

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "ZelCore/Export.h"
+
 #include <cstdint>
+
+struct IXMLDOMNode;
 
 namespace ZelCore::Diagnostics {
 
@@ -39,5 +43,20 @@ constexpr SourceLevels operator|(SourceLevels a, SourceLevels b) noexcept {
 constexpr bool Includes(SourceLevels levels, TraceEventType type) noexcept {
     return (static_cast<std::uint32_t>(levels) & static_cast<std::uint32_t>(type)) != 0;
 }
+
+} // namespace ZelCore::Diagnostics
+
+namespace ZelCore::Configuration {
+
+/// Reads the levels of a configuration: names of levels, spelled as the enumeration has them, and decimal numbers,
+/// separated by commas or blanks: "Warning, ActivityTracing". Empty text is Off. Throws CArgumentException for "value"
+/// for other words and CArgumentNullException for "in", and leaves the value as it was then.
+ZELCORE_API void Deserialize(IXMLDOMNode* in, Diagnostics::SourceLevels& value);
+
+} // namespace ZelCore::Configuration
+
+namespace ZelCore::Diagnostics {
+
+using ZelCore::Configuration::Deserialize; // where a configuration's property of levels looks for it
 
 } // namespace ZelCore::Diagnostics

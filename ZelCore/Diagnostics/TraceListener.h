@@ -3,6 +3,8 @@
 #include "ZelCore/DateTime.h"
 #include "ZelCore/Diagnostics/SourceLevels.h"
 
+#include <atomic>
+#include <cstdint>
 #include <string>
 
 namespace ZelCore::Diagnostics {
@@ -39,7 +41,8 @@ public:
     /// \param id      0 for the events of trace sources
     /// \param message never null from trace sources
     ///
-    /// What it throws leaves CTraceSource::TraceEvent, after the other listeners got the event.
+    /// What it throws leaves CTraceSource::TraceEvent after the other listeners got the event, unless the listener
+    /// counts its failures.
     virtual void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type,
                             unsigned int id, const wchar_t* message) = 0;
 
@@ -48,8 +51,32 @@ public:
         return m_name;
     }
 
+    /// Whether failures of TraceEvent are counted instead of leaving CTraceSource::TraceEvent; at first they leave. The
+    /// configuration sets it by the attribute "countFailures" of a shared listener. May be set at any time.
+    ///@{
+    bool CountsFailures() const noexcept {
+        return m_countsFailures;
+    }
+    void SetCountsFailures(bool counts) noexcept {
+        m_countsFailures = counts;
+    }
+    ///@}
+
+    /// How many events were lost since the last one that succeeded, by failures that were counted. The message of the
+    /// next event that succeeds begins with "(3 events before this one were lost) ", and the count with 0 again.
+    std::uint64_t GetLostCount() const noexcept {
+        return m_lost;
+    }
+
+    /// Hands an event on to TraceEvent as trace sources do: counts or passes on what it throws, and tells how many
+    /// events were lost before.
+    void Deliver(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
+                 const wchar_t* message);
+
 private:
     std::wstring m_name;
+    std::atomic<bool> m_countsFailures{false};
+    std::atomic<std::uint64_t> m_lost{0};
 };
 
 } // namespace ZelCore::Diagnostics

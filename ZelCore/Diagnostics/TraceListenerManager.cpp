@@ -48,8 +48,11 @@ std::shared_ptr<CTraceListener> CTraceListenerManager::GetTraceListener(const wc
         }
         auto& entry = *found->second;
         // The lock is held already; what the other form checks is checked there.
-        return GetTraceListener(listenerName, entry.type.GetValue().c_str(), entry.initializeData.GetValue().c_str(),
-                                entry.maximumFileSize.GetValue(), entry.maximumNumberOfFiles.GetValue());
+        auto listener =
+            GetTraceListener(listenerName, entry.type.GetValue().c_str(), entry.initializeData.GetValue().c_str(),
+                             entry.maximumFileSize.GetValue(), entry.maximumNumberOfFiles.GetValue());
+        listener->SetCountsFailures(entry.countFailures.GetValue());
+        return listener;
     });
 }
 

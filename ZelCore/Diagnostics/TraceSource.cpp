@@ -41,7 +41,7 @@ void CTraceSource::TraceEvent(const wchar_t* function, const wchar_t* file, int 
     std::exception_ptr failure;
     for (const std::shared_ptr<CTraceListener>& listener : impl.listeners) {
         try {
-            listener->TraceEvent(context, m_name.c_str(), type, 0, orEmpty(message));
+            listener->Deliver(context, m_name.c_str(), type, 0, orEmpty(message));
         } catch (...) {
             failure = failure ? failure : std::current_exception();
         }

@@ -31,8 +31,10 @@ class CTraceSourceImpl;
 /// two, a later "App.Tcp" is "App". So either configure and trace only at one level of a family, or let the sources
 /// with elements of their own trace first.
 ///
-/// The first event may throw what is wrong with the configuration; the next event then tries again. Otherwise events
-/// throw what a listener throws, after all listeners got the event. Events may be traced from any thread; listeners
+/// The first event may throw what is wrong with the configuration; the next event then tries again. It loads modules,
+/// uses COM and opens files, so it must not come from DllMain or while the thread impersonates somebody. Otherwise
+/// events throw what a listener throws, after all listeners got the event; a listener whose configuration says
+/// countFailures="true" counts its failures instead. Events may be traced from any thread; listeners
 /// must not be added or removed meanwhile. An event that the switch rejects costs a few nanoseconds.
 class ZELCORE_API CTraceSource {
 public:

@@ -1,16 +1,23 @@
 #include "ConfigCommands.h"
 
+#include "ConfigCheck.h"
 #include "Console.h"
 
+#include "ZelCore/Configuration/ConfigurationException.h"
 #include "ZelCore/Configuration/ConfigurationManager.h"
 #include "ZelCore/Diagnostics/Configuration/SystemDiagnosticsSection.h"
 #include "ZelCore/Diagnostics/Configuration/ZelDiagnosticsSection.h"
+#include "ZelCore/IO/File.h"
 #include "ZelCore/String.h"
+#include "ZelCore/ThrowSite.h"
 #include "ZelWin32/ComInitGuard.h"
 
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace Zel {
 
@@ -21,14 +28,47 @@ using ZelCore::Diagnostics::SourceLevels;
 
 namespace {
 
+/// As one writes it in the file: names, and a number for what has none.
 std::wstring ShowLevel(SourceLevels level) {
-    return CString::Format(L"0x%X", static_cast<unsigned>(level));
+    static const std::pair<const wchar_t*, SourceLevels> names[] = {
+        {L"All", SourceLevels::All},
+        {L"Verbose", SourceLevels::Verbose},
+        {L"Information", SourceLevels::Information},
+        {L"Warning", SourceLevels::Warning},
+        {L"Error", SourceLevels::Error},
+        {L"Critical", SourceLevels::Critical},
+        {L"ActivityTracing", SourceLevels::ActivityTracing}};
+    auto left = static_cast<unsigned>(level);
+    std::vector<std::wstring> words;
+    for (const auto& [name, value] : names) {
+        if (const auto bits = static_cast<unsigned>(value); (left & bits) == bits) {
+            words.emplace_back(name);
+            left &= ~bits;
+        }
+    }
+    if (left != 0) {
+        words.push_back(std::to_wstring(static_cast<int>(left)));
+    }
+    return words.empty() ? L"Off" : CString::Join(L", ", words);
+}
+
+/// Prints what FindSuspicious has to say of the file; returns how much that is.
+std::size_t ShowFindings(const CConfiguration& configuration) {
+    if (!ZelCore::IO::CFile::Exists(configuration.GetPath().c_str())) {
+        return 0;
+    }
+    const std::vector<std::wstring> findings = FindSuspicious(configuration.GetPath());
+    for (const std::wstring& finding : findings) {
+        Print(finding + L"\n");
+    }
+    return findings.size();
 }
 
 void Show(const std::wstring& path) {
     const ZelWin32::CComInitGuard com;
     CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(path);
     Print(L"file: " + configuration.GetPath() + L"\n");
+    ShowFindings(configuration);
     const CZelDiagnosticsSection& own = CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(path);
     Print(L"log directory: " + own.GetLogDirectory() + L" = " + own.GetLogDirectoryExpanded() + L"\n");
     CSystemDiagnosticsSection section;
@@ -55,6 +95,24 @@ void Show(const std::wstring& path) {
     }
 }
 
+void Check(const std::wstring& path) {
+    const ZelWin32::CComInitGuard com;
+    CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(path);
+    const std::wstring& full = configuration.GetPath();
+    if (!ZelCore::IO::CFile::Exists(full.c_str())) {
+        throw CConfigurationException((L"There is no file " + full).c_str(), ZEL_SITE(L"Zel::Check"));
+    }
+    if (const std::size_t count = ShowFindings(configuration); count != 0) {
+        throw CConfigurationException((full + L": suspicious places: " + std::to_wstring(count)).c_str(),
+                                      ZEL_SITE(L"Zel::Check"));
+    }
+    // What only reading shows; a source that traces would find it with its first event.
+    CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(path);
+    CSystemDiagnosticsSection section;
+    configuration.GetSystemDiagnosticsSection(section);
+    Print(full + L": nothing suspicious\n");
+}
+
 } // namespace
 
 void AddConfigCommands(CLI::App& app) {
@@ -64,6 +122,9 @@ void AddConfigCommands(CLI::App& app) {
     const auto path = std::make_shared<std::string>();
     show.add_option("file", *path, "The file, zel's own without");
     show.callback([path] { Show(FromUtf8(*path)); });
+    CLI::App& check = *config.add_subcommand("check", "End with 1 where a configuration file has suspicious places");
+    check.add_option("file", *path, "The file, zel's own without");
+    check.callback([path] { Check(FromUtf8(*path)); });
 }
 
 } // namespace Zel

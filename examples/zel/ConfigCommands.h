@@ -6,7 +6,7 @@ class App;
 
 namespace Zel {
 
-/// `zel config show`
+/// `zel config show` and `zel config check`
 void AddConfigCommands(CLI::App& app);
 
 } // namespace Zel

@@ -22,7 +22,7 @@ WIDE = "Ünïcödé 数据.txt"
 def zel(*arguments, status=0):
     run = subprocess.run([*ZEL, *arguments], capture_output=True, stdin=subprocess.DEVNULL)
     output = run.stdout.decode("utf-8") + run.stderr.decode("utf-8", "replace")
-    assert run.returncode == status, f"{arguments}: exit status {run.returncode}: {output}"
+    assert status is None or run.returncode == status, f"{arguments}: exit status {run.returncode}: {output}"
     return output
 
 
@@ -285,6 +285,113 @@ class Secrets(ZelTest):
             zel("verify", "public.der", "signature", status=1)
         finally:
             zel("container", "delete", name)
+
+
+GOOD = """<?xml version="1.0" encoding="utf-8"?>
+<!-- <add name="not this"/> -->
+<configuration>
+  <configSections>
+    <sectionGroup name="zel">
+      <section name="zel.diagnostics" type="Zel.Core.Diagnostics.Configuration.ZelDiagnosticsSection,Zel.Core"/>
+    </sectionGroup>
+  </configSections>
+  <zel><zel.diagnostics logDirectory="%TEMP%"/></zel>
+  <appSettings><anything goes="here"/></appSettings>
+  <system.diagnostics>
+    <sources>
+      <source name="App" switchName="S" propagate="TRUE" inherit="False">
+        <listeners><add name="log"/><add name="out"/></listeners>
+      </source>
+      <source name="B"><switchValue>Warning,ActivityTracing 64</switchValue></source>
+    </sources>
+    <switches><add name="S" value="Verbose"/></switches>
+    <sharedListeners>
+      <add name="log" type="FileLog" initializeData="%LOGDIRECTORY%\\a &gt; %USERNAME% %%.log" maximumFileSize="1048576"
+           maximumNumberOfFiles="5" countFailures="true"/>
+      <add name="out" type="Console"/><add name="plain"/>
+      <add name="etw" type="EventProvider" initializeData="{8E3A52E4-6E20-4A8C-9B0B-0B8A6B6E4D01}"/>
+    </sharedListeners>
+  </system.diagnostics>
+</configuration>
+"""
+
+# What is replaced in the good file, what it becomes, the line of the finding and a part of it.
+SUSPICIOUS = [
+    ('maximumFileSize="1048576"', 'maximumFileSize="100 KB"', 20, "is read as 100"),
+    ('maximumFileSize="1048576"', 'maximumFileSize="0"', 20, "the first event fails"),
+    ('maximumFileSize="1048576"', 'maximumfilesize="1048576"', 20, "did you mean 'maximumFileSize'?"),
+    ('maximumFileSize="1048576"', 'maximumFileSize="99999999999999999999"', 20, "is read as"),
+    ('maximumNumberOfFiles="5"', 'maximumNumberOfFiles="2k"', 21, "is read as 2"),
+    ('maximumNumberOfFiles="5"', 'maximumNumberOfFiles="x"', 21, "is read as 0: the first event fails"),
+    ('maximumNumberOfFiles="5"', 'maximumNumberOfFiles="-1"', 21, "is read as 4294967295"),
+    ('countFailures="true"', 'countFailures="yes"', 21, "is read as false"),
+    ('countFailures="true"', 'countFailure="true"', 21, "did you mean 'countFailures'?"),
+    ('type="FileLog"', 'type="filelog"', 20, "writes to standard output; did you mean 'FileLog'?"),
+    ('type="FileLog"', 'type="File&#76;og" color="red"', 20, "attribute 'color' of 'add' is not read"),
+    ('value="Verbose"', 'value="Verbos"', 18, "did you mean 'Verbose'?"),
+    ('value="Verbose"', 'value="verbose"', 18, "level 'verbose' is not known"),
+    ('value="Verbose"', 'level="Verbose"', 18, "has no value"),
+    ('value="Verbose"', 'value=""', 18, "read as Off"),
+    ("Warning,ActivityTracing 64", "Warning;Error", 16, "level 'Warning;Error' is not known"),
+    ('propagate="TRUE"', 'propagate="1"', 13, "propagate '1' is read as false"),
+    ('switchName="S"', 'switchName="s"', 13, "there is no switch 's': the first event fails; did you mean 'S'?"),
+    ('switchName="S"', 'switchName="S"\n switchValue="All"', 13, "both switchName and switchValue"),
+    ('<add name="log"/>', '<add name="lok"/>', 14, "there is no shared listener 'lok'"),
+    ('<add name="log"/>', '<add name="log" type="FileLog"/>', 14, "only the name of a listener counts"),
+    ('<add name="out"/></listeners>', '<remove name="out"/></listeners>', 14, "like every other entry"),
+    ("<add name=\"plain\"/>", '<add name="out"/>', 22, "'out' is not read: line 22"),
+    ("<add name=\"plain\"/>", "<add/>", 22, "has no attribute 'name'"),
+    ("%USERNAME%", "%COMPUTERNAME%", 20, "the first event fails"),
+    ('logDirectory="%TEMP%"', 'logDirectroy="%TEMP%"', 9, "did you mean 'logDirectory'?"),
+    ('logDirectory="%TEMP%"', "", 20, "%LOGDIRECTORY% stands for nothing"),
+    ("ZelDiagnosticsSection,", "zelDiagnosticsSection,", 9, "is not read: configSections does not declare it"),
+    ("{8E3A52E4-", "{8E3A52E4", 23, "is no GUID"),
+    ("<switches>", "<switchs/>\n<switches>", 18, "did you mean 'switches'?"),
+    ("<switches>", "<sources/><switches>", 18, "another value is taken"),
+    ("<appSettings>", "<System.Diagnostics/><appSettings>", 10, "did you mean 'system.diagnostics'?"),
+]
+
+
+class Configurations(ZelTest):
+    def check(self, text, status, encoding="utf-8"):
+        with open("c.config", "w", encoding=encoding, newline="") as file:
+            file.write(text)
+        return zel("config", "check", "c.config", status=status)
+
+    def test_a_good_file_is_good_in_every_encoding(self):
+        for encoding in ("utf-8", "utf-8-sig", "utf-16"):
+            for end in ("\n", "\r\n"):
+                text = GOOD.replace("\n", end).replace("utf-8", "utf-16" if encoding == "utf-16" else "utf-8")
+                output = self.check(text, None, encoding)
+                if encoding == "utf-16" and "Invalid XML" in output:
+                    continue  # Wine 10's parser reads bytes as UTF-8 only; Windows' has both
+                self.assertIn("nothing suspicious", output)
+        self.check(GOOD, 0)
+        shown = zel("config", "show", "c.config")
+        for part in ("source App: switch S, listener log, listener out", "switch S: level Verbose\n",
+                     "source B: level Warning, ActivityTracing, 64"):
+            self.assertIn(part, shown.replace("\r", ""))
+        zel("config", "check")  # its own
+        self.assertIn("There is no file", zel("config", "check", "missing.config", status=1))
+        self.check("<configuration>", 1)
+
+    def test_every_trap_is_named_with_its_line(self):
+        for old, new, line, part in SUSPICIOUS:
+            self.assertIn(old, GOOD)
+            text = GOOD.replace(old, new, 1)
+            output = self.check(text, 1)
+            found = [row for row in output.splitlines() if row.startswith(f"line {line}: ") and part in row]
+            self.assertEqual(len(found), 1, f"{new}: {output}")
+            named = zel("config", "show", "c.config", status=None)  # what it cannot read it refuses
+            self.assertIn(found[0], named)
+
+    def test_sections_in_files_of_their_own(self):
+        begin, end = GOOD.index("<system.diagnostics>"), GOOD.index("</configuration>")
+        section = GOOD[begin:end].replace('value="Verbose"', 'value="Loud"')
+        with open("own.config", "w") as file:
+            file.write(section)
+        output = self.check(GOOD[:begin] + '<system.diagnostics configSource="own.config"/>' + GOOD[end:], 1)
+        self.assertIn("own.config, line 8: level 'Loud' is not known", output)
 
 
 if __name__ == "__main__":

@@ -12,6 +12,19 @@ using ZelCore::Configuration::CConfigurationSection;
 CTraceListenerElement::CTraceListenerElement() : CConfigurationElement(L"add") {}
 CTraceListenerElement::~CTraceListenerElement() = default;
 
+void CTraceListenerElement::Deserialize(IXMLDOMElement* xmlIn) {
+    /// What is read beside the properties that the element is known by.
+    struct Addition final : CConfigurationElement {
+        explicit Addition(CProperty<bool>& counts) : CConfigurationElement(L"add"), property(counts) {}
+        void GetProperties(PropertyList& properties) override {
+            properties.push_back(&property);
+        }
+        CProperty<bool>& property;
+    };
+    CConfigurationElement::Deserialize(xmlIn);
+    Addition(countFailures).Deserialize(xmlIn);
+}
+
 void CTraceListenerElement::GetProperties(PropertyList& properties) {
     properties.insert(properties.end(), {&type, &name, &initializeData, &maximumFileSize, &maximumNumberOfFiles});
 }

@@ -3,6 +3,7 @@
 #include "ZelCore/Configuration/ConfigurationElementCollection.h"
 #include "ZelCore/Configuration/ConfigurationProperty.h"
 #include "ZelCore/Configuration/ConfigurationSection.h"
+#include "ZelCore/Diagnostics/SourceLevels.h"
 
 /// The sections of a program's configuration that trace sources go by.
 namespace ZelCore::Diagnostics::Configuration {
@@ -14,19 +15,26 @@ template <class E>
 using CCollectionProperty =
     ZelCore::Configuration::CConfigurationProperty<ZelCore::Configuration::CConfigurationElementCollection<E>, 0>;
 
+// Users derive from these classes and never destroy one through a base: elements have no virtual destructor, so that
+// their virtual functions are the two or three that they are known by.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 /// A listener among those that sources share. In a source only its name counts.
 ///
 /// \code{.xml}
 /// <add name="log" type="FileLog" initializeData="%LOGDIRECTORY%\app.log" maximumFileSize="1048576"
 ///      maximumNumberOfFiles="5"/>
 /// \endcode
-class ZELCORE_API CTraceListenerElement final : public ZelCore::Configuration::CConfigurationElement {
+class ZELCORE_API CTraceListenerElement : public ZelCore::Configuration::CConfigurationElement {
 public:
     /// With the values that are written beside the properties below, nothing read.
     CTraceListenerElement();
     CTraceListenerElement(const CTraceListenerElement&) = delete;
     CTraceListenerElement& operator=(const CTraceListenerElement&) = delete;
     ~CTraceListenerElement();
+    /// Reads countFailures too, which is not among the properties of GetProperties.
+    void Deserialize(IXMLDOMElement* xmlIn) override;
     void GetProperties(PropertyList& properties) override;
 
     CProperty<std::wstring> type{L"type", false}; ///< "FileLog", "EventProvider", or anything else for the console
@@ -34,6 +42,8 @@ public:
     CProperty<std::wstring> initializeData{L"initializeData", false}; ///< the log's file name, the provider's GUID
     CProperty<std::int64_t> maximumFileSize{L"maximumFileSize", false, -1};           ///< bytes; -1 for no limit
     CProperty<std::uint32_t> maximumNumberOfFiles{L"maximumNumberOfFiles", false, 1}; ///< with the current one
+    /// Whether failures of the listener are counted instead of leaving TraceEvent, see CTraceListener.
+    CProperty<bool> countFailures{L"countFailures", false, false};
 };
 
 /// A switch that sources share.
@@ -41,7 +51,7 @@ public:
 /// \code{.xml}
 /// <add name="AppSwitch" value="Warning, ActivityTracing"/>
 /// \endcode
-class ZELCORE_API CSourceSwitchElement final : public ZelCore::Configuration::CConfigurationElement {
+class ZELCORE_API CSourceSwitchElement : public ZelCore::Configuration::CConfigurationElement {
 public:
     /// Off, nothing read.
     CSourceSwitchElement();
@@ -59,7 +69,7 @@ public:
 /// \code{.xml}
 /// <source name="App.Tcp" switchValue="Warning"><listeners><add name="log"/></listeners></source>
 /// \endcode
-class ZELCORE_API CTraceSourceElement final : public ZelCore::Configuration::CConfigurationElement {
+class ZELCORE_API CTraceSourceElement : public ZelCore::Configuration::CConfigurationElement {
 public:
     /// Off and without listeners, nothing read.
     CTraceSourceElement();
@@ -83,7 +93,7 @@ public:
 ///
 /// The library reads it by itself for the running program. To read another program's, hand an object to
 /// CConfiguration::GetSystemDiagnosticsSection.
-class ZELCORE_API CSystemDiagnosticsSection final : public ZelCore::Configuration::CConfigurationSection {
+class ZELCORE_API CSystemDiagnosticsSection : public ZelCore::Configuration::CConfigurationSection {
 public:
     /// Empty, nothing read.
     CSystemDiagnosticsSection();
@@ -102,5 +112,7 @@ public:
     /// Where events can go.
     CCollectionProperty<CTraceListenerElement> sharedListeners{L"sharedListeners", false};
 };
+
+#pragma GCC diagnostic pop
 
 } // namespace ZelCore::Diagnostics::Configuration

@@ -37,7 +37,7 @@ Sections& GetSections() {
 CZelDiagnosticsSection::CZelDiagnosticsSection() : CConfigurationSection(L"zel.diagnostics") {}
 CZelDiagnosticsSection::~CZelDiagnosticsSection() = default;
 
-const CZelDiagnosticsSection& CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(const std::wstring& path) {
+CZelDiagnosticsSection& CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(const std::wstring& path) {
     const std::wstring full = path.empty() ? ZelWin32::CPEModule::GetModuleFileNameW(nullptr) + L".config"
                                            : IO::CPath::GetFullPath(path.c_str());
     std::wstring key = full;
@@ -53,6 +53,11 @@ const CZelDiagnosticsSection& CZelDiagnosticsSection::GetZelDiagnosticsConfigura
         kept = std::move(section);
     }
     return *kept;
+}
+
+void CZelDiagnosticsSection::Deserialize(IXMLDOMElement* xmlIn) {
+    m_logDirectoryExpanded.clear();
+    CConfigurationSection::Deserialize(xmlIn);
 }
 
 void CZelDiagnosticsSection::GetProperties(PropertyList& properties) {

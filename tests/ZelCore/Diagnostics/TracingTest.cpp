@@ -75,19 +75,19 @@ constexpr auto Information = TraceEventType::Information;
 
 TEST_F(Tracing, DISABLED_FollowsTheConfiguration) {
     ::SetEnvironmentVariableW(L"ZEL_LOGS", At(L"logs").c_str());
-    Configure(
-        "<source name='App' switchName='AppSwitch'><listeners><add name='file'/><add "
-        "name='console'/></listeners></source>"
-        "<source name='App.Tcp' switchValue='Warning, ActivityTracing'><listeners><add "
-        "name='file'/></listeners></source>"
-        "<source name='Lost' switchName='missing'/>"
-        "<source name='Mute' switchValue='All'><listeners><add name='missing'/></listeners></source>"
-        "<source name='Zero' switchValue='All'><listeners><add name='zero'/></listeners></source>"
-        "<source name='Token' switchValue='All'><listeners><add name='token'/></listeners></source>",
-        "<switches><add name='AppSwitch' value='Information'/></switches><sharedListeners>"
-        "<add name='file' type='FileLog' initializeData='%LOGDIRECTORY%\\sub\\app-%USERNAME%.log'/>"
-        "<add name='console' type='filelog'/><add name='zero' type='FileLog' initializeData='x' maximumFileSize='0'/>"
-        "<add name='token' type='FileLog' initializeData='a%PATH%b'/></sharedListeners>");
+    Configure("<source name='App' switchName='AppSwitch'><listeners><add name='file'/><add "
+              "name='console'/></listeners></source>"
+              "<source name='App.Tcp' switchValue='Warning, ActivityTracing'><listeners><add "
+              "name='file'/></listeners></source>"
+              "<source name='Lost' switchName='missing'/>"
+              "<source name='Mute' switchValue='All'><listeners><add name='missing'/></listeners></source>"
+              "<source name='Zero' switchValue='All'><listeners><add name='zero'/></listeners></source>"
+              "<source name='Token' switchValue='All'><listeners><add name='token'/></listeners></source>",
+              "<switches><add name='AppSwitch' value='Information'/></switches><sharedListeners>"
+              "<add name='file' type='FileLog' initializeData='%LOGDIRECTORY%\\sub\\app-%USERNAME%.log'/>"
+              "<add name='console' type='filelog' countFailures='true'/><add name='zero' type='FileLog' "
+              "initializeData='x' maximumFileSize='0'/>"
+              "<add name='token' type='FileLog' initializeData='a%PATH%b'/></sharedListeners>");
     const std::wstring log = L"logs\\sub\\app-" + CEnvironment::GetUserNameW() + L".log";
     {
         const CTraceSource tcp(L"App.Tcp.Client"), udp(L"App.Udp"), app(L"App");
@@ -112,6 +112,10 @@ TEST_F(Tracing, DISABLED_FollowsTheConfiguration) {
         EXPECT_EQ(CTraceSourceManager::GetTraceSource(L"App.Udp")->listeners.size(), 2u);
         EXPECT_NE(dynamic_cast<CConsoleTraceListener*>(CTraceListenerManager::GetTraceListener(L"console").get()),
                   nullptr);
+        EXPECT_TRUE(CTraceListenerManager::GetTraceListener(L"console")->CountsFailures());
+        EXPECT_FALSE(CTraceListenerManager::GetTraceListener(L"file")->CountsFailures()) << "the default";
+        auto& own = Diagnostics::Configuration::CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(L"");
+        EXPECT_EQ(own.GetLogDirectoryExpanded(), At(L"logs"));
     }
     const CTraceSource lost(L"Lost"), mute(L"Mute.x"), zero(L"Zero"), token(L"Token"), empty(L"");
     for (int i = 0; i < 2; ++i) { // each event tries again
@@ -228,7 +232,10 @@ TEST_F(Tracing, ListenersAreMadeByType) {
         {"EventWriteString",
          reinterpret_cast<void*>(+[](std::uint64_t handle, UCHAR level, std::uint64_t, const wchar_t* text) -> ULONG {
              s_events += std::to_wstring(handle) + std::to_wstring(level) + std::wstring(text).substr(28) + L";";
-             return std::wstring(text).ends_with(L"fail") ? 1450 : 0;
+             // "fail 8": what the system returns
+             return std::wstring(text).find(L"fail ") != std::wstring::npos
+                        ? std::stoul(std::wstring(text).substr(std::wstring(text).rfind(L' ')))
+                        : 0;
          })},
         {"EventUnregister", reinterpret_cast<void*>(+[](std::uint64_t handle) -> ULONG {
              s_events += L"end" + std::to_wstring(handle);
@@ -250,9 +257,18 @@ TEST_F(Tracing, ListenersAreMadeByType) {
         for (const auto type : {TraceEventType::Critical, TraceEventType::Verbose, TraceEventType::Stop}) {
             provider.TraceEvent(context, L"s", type, 0, L"m");
         }
-        ExpectError(1450, [&] { provider.TraceEvent(context, L"s", Warning, 0, L"fail"); });
+        for (const wchar_t* fault : {L"fail 8", L"fail 234", L"fail 1502"}) { // of the session
+            provider.TraceEvent(context, L"s", Warning, 0, fault);
+        }
+        s_events.erase(s_events.find(L"fail 8"));
+        for (const DWORD fault : {1450, 6, 87, 534}) { // 534: an event beyond 64 KiB, which the listener prevents
+            ExpectError(fault, [&] {
+                provider.TraceEvent(context, L"s", Warning, 0, (L"fail " + std::to_wstring(fault)).c_str());
+            });
+        }
+        s_events.erase(s_events.find(L"5312345"));
     }
-    EXPECT_EQ(s_events, L"5112345 C f:0 m;5512345 V f:0 m;5412345 S f:0 m;5312345 W f:0 fail;end5");
+    EXPECT_EQ(s_events, L"5112345 C f:0 m;5512345 V f:0 m;5412345 S f:0 m;end5");
     ExpectError(1450, [] { CEventProviderTraceListener(L"p", L"{ffffffff-0000-0000-0000-000000000000}"); });
     for (const char* name : {"EventRegister", "EventWriteString", "EventUnregister"}) {
         missing = name;
@@ -320,9 +336,8 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
     };
     CLogWriterTraceListener three(L"l", At(L"logs\\app.log").c_str(), 1, 3); // every line has a file of its own
     write(three, 6);
-    EXPECT_EQ(
-        names(),
-        R"({ "app.000000003.log", "app.000000011.log", "app.000000012.log", "app.20240101.log", "app.log", "app.other.log" })");
+    EXPECT_EQ(names(),
+              R"({ "app.000000011.log", "app.000000012.log", "app.20240101.log", "app.log", "app.other.log" })");
     CLogWriterTraceListener one(L"l", At(L"logs\\app.log").c_str(), 1, 1);
     {
         const HANDLE reader = ::CreateFileW(At(L"logs\\app.log").c_str(), GENERIC_READ,
@@ -346,7 +361,7 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
     write(unlimited, 1);
     EXPECT_EQ(GetLines(L"logs\\app.log").size(), 2u) << "the next line does not go on where one was cut";
     FailingCalls calls({"CreateFileMappingW", "OpenFileMappingW", "CreateFileW", "WriteFile", "GetFileSizeEx",
-                        "MoveFileExW", "MapViewOfFile"});
+                        "MoveFileExW", "MapViewOfFile", "LockFileEx", "GetFileInformationByHandle", "DeleteFileW"});
     const auto use = [&] {
         CLogWriterTraceListener listener(L"l", At(L"logs\\other.log").c_str(), 60, 2);
         write(listener, 3);
@@ -381,4 +396,15 @@ TEST_F(Tracing, TheConsoleGetsOneCallForALine) {
     listener.TraceEvent({}, L"s", Warning, 0, L"m\u00FC");
     EXPECT_EQ(all,
               "[0001-01-01T00:00:00.0000000 0000 W :0 m\xC3\xBC\r\n](0001-01-01T00:00:00.0000000 0000 W :0 m\xFC\r\n)");
+    all.clear();
+    // Long lines in pieces, a pair of surrogates in one of them; also where the console takes less than it is given.
+    std::wstring message(20'000, L'x');
+    const std::size_t head = std::string("0001-01-01T00:00:00.0000000 0000 W :0 ").size();
+    message.replace(7999 - head, 2, L"\xD83D\xDE00");
+    listener.TraceEvent({}, L"s", Warning, 0, message.c_str());
+    std::vector<std::size_t> pieces;
+    for (std::size_t at = 0; at < all.size(); at = all.find(')', at) + 1) {
+        pieces.push_back(all.find(')', at) - at - 1);
+    }
+    EXPECT_EQ(pieces, (std::vector<std::size_t>{7999, 8000, head + 20'002 - 15'999}));
 }
