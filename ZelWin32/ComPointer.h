@@ -54,18 +54,18 @@ private:
     Interface* m_object = nullptr;
 };
 
-/// Throws CComException with the description of the thread's error object, which it takes away.
+/// Throws CComException with the description of the thread's error object, which is cleared.
 [[noreturn]] void ThrowComError(HRESULT hr, const wchar_t* method, const wchar_t* file, int line);
 
-/// Throws CComException for a failure of a method of an object, or of a function that makes one, with the description
-/// that the call left in the thread's error object.
+/// Throws CComException if a method of an object, or a function that creates one, has failed, with the description that
+/// the call stored in the thread's error object.
 inline void CheckCom(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
     if (FAILED(hr)) {
         ThrowComError(hr, method, file, line);
     }
 }
 
-/// The same for a call that leaves no error object: what is there is of another failure.
+/// The same for a call that stores no error object; an existing one belongs to another failure.
 inline void CheckComCode(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
     if (FAILED(hr)) {
         throw CComException(hr, nullptr, method, file, line);
