@@ -34,11 +34,11 @@ constexpr std::size_t IVSize = 16;
 constexpr std::size_t LargestSecret = 64 << 20; // data protection works in memory
 constexpr unsigned long MachineKeySet = 0x20;   // CRYPT_MACHINE_KEYSET
 
-/// CryptoAPI's numbers of the digests.
+/// CryptoAPI's ALG_ID of each digest.
 const std::map<std::string, unsigned> Algorithms = {{"md4", 0x8002},    {"md5", 0x8003},    {"sha1", 0x8004},
                                                     {"sha256", 0x800C}, {"sha384", 0x800D}, {"sha512", 0x800E}};
 
-/// What the command line gives to one of the commands.
+/// The options of the commands.
 struct Options {
     std::string source, target, key, entropy, container, publicKey;
     std::string algorithm = "sha256";
@@ -73,7 +73,7 @@ SecureBytes ReadSmallFile(const std::wstring& path) {
         Fail(path + L" is too large for data protection: encrypt it with a key, and protect the key",
              ZEL_SITE(L"Zel::ReadSmallFile"));
     }
-    SecureBytes bytes(size + 1); // never a null pointer
+    SecureBytes bytes(size + 1); // so that the data pointer is never null
     bytes.resize(file.GreedyRead(bytes.data(), size));
     return bytes;
 }
@@ -115,7 +115,7 @@ void MakeKey(const Options& options) {
 
 void Encrypt(const Options& options) {
     const std::wstring source = options.GetSource();
-    CAes aes; // with a random vector for each file
+    CAes aes; // with a random IV for each file
     aes.SetKey(ReadKey(options));
     CFileStream input = OpenForReading(source);
     ZEL_TRACE(GetCryptoTrace(), L"Encrypt", Information, L"encrypting %s", source.c_str());
@@ -223,7 +223,7 @@ void Verify(const Options& options) {
     Print(L"The signature is good\n");
 }
 
-/// A command with its options, of which each command adds those that it has.
+/// Defines a command; each command adds its options.
 class Command {
 public:
     Command(CLI::App& app, const char* name, const char* text, void (*run)(const Options&))

@@ -15,7 +15,7 @@ bool IsSeparator(wchar_t c) {
     return c == L'\\' || c == L'/';
 }
 
-/// "nul", "COM1.txt", "con .x": Windows looks at what stands before the first dot, without trailing blanks.
+/// "nul", "COM1.txt", "con .x": Windows checks the part before the first dot, without trailing spaces.
 bool IsDeviceName(const std::wstring& component) {
     const std::wstring stem = CString::TrimEnd(component.substr(0, component.find(L'.')), L" ");
     const wchar_t* const devices[] = {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$", L"CLOCK$"};

@@ -24,8 +24,8 @@ struct Options {
     bool overwrite = false;
 };
 
-/// A compressed file whose last part is read byte by byte: then the place where the reader stops tells whether
-/// something follows its data.
+/// A compressed file whose last part is read byte by byte, so that the position at which the reader stops shows whether
+/// other data follows.
 class CarefulInput final : public PlainStream {
 public:
     explicit CarefulInput(CFileStream& file) : m_file(file), m_left(file.GetLength()) {}

@@ -16,7 +16,7 @@ namespace {
 
 enum ExitCode { Done = 0, Failed = 1, WrongUse = 2 };
 
-/// The arguments behind the program's name, last one first, as the parser wants them.
+/// Returns the arguments after the program's name in reverse order, as the parser requires.
 std::vector<std::string> ToArguments(int argc, wchar_t** argv) {
     std::vector<std::string> arguments;
     for (int i = argc - 1; i > 0; --i) {
