@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Log files, and what other processes and users do to them.
+/// Log files that other processes and users access.
 class LogFiles : public FolderTest {
 protected:
     void SetUp() override {
@@ -19,7 +19,7 @@ protected:
         }
         return names;
     }
-    /// The lines of all files, each a number of the last word.
+    /// Counts the lines of all files by their last word, a number.
     std::map<std::string, int> CountMessages() const {
         return CountIn(At(L"logs"));
     }
@@ -43,8 +43,8 @@ void Write(CTraceListener& listener, const std::wstring& message) {
     listener.TraceEvent({}, L"s", TraceEventType::Information, 0, message.c_str());
 }
 
-/// A process that may share no object of the system with others, whose appends are of one step as those of Windows:
-/// under Wine the test sees to that.
+/// A process that can share no object of the system with others, and whose appends are atomic as on Windows; under Wine
+/// the test ensures this.
 class Stranger {
 public:
     Stranger()
@@ -94,7 +94,7 @@ std::wstring Environment(const wchar_t* name) {
 
 } // namespace
 
-/// Of two processes only the first may share a block; each looks for every line right after it was written.
+/// Of two processes only the first may share a block. Each searches for every line directly after it was written.
 TEST_F(LogFiles, DISABLED_WritesBesideAnotherUser) {
     Stranger stranger;
     const bool isRefused = Environment(L"%ZEL_PREFIX%") == L"second";
@@ -102,7 +102,7 @@ TEST_F(LogFiles, DISABLED_WritesBesideAnotherUser) {
         stranger.Refuse();
     }
     const std::wstring file = Environment(L"%ZEL_FILE%"), folder = std::filesystem::path(file).parent_path().wstring();
-    // Today's Windows takes a deleted file out of its folder at once, Wine when the last handle is closed.
+    // Current versions of Windows remove a deleted file from its folder at once, Wine when the last handle is closed.
     int deleted = 0;
     const ImportHook deletion("DeleteFileW", [&](const wchar_t* path) -> BOOL {
         const auto gone = std::filesystem::path(folder).parent_path() / (L"gone" + std::to_wstring(++deleted));
@@ -115,13 +115,13 @@ TEST_F(LogFiles, DISABLED_WritesBesideAnotherUser) {
         const std::wstring message = Environment(L"%ZEL_PREFIX%") + std::to_wstring(i);
         Write(listener, message);
         const auto isThere = [&] { return CountIn(folder).contains(std::string(message.begin(), message.end())); };
-        missing += isThere() || isThere() || isThere() ? 0 : 1; // a roll moves it to a file that was not yet listed
+        missing += isThere() || isThere() || isThere() ? 0 : 1; // a roll may move it to a file that was not listed yet
         ::Sleep(isRefused ? 1 : 3);
     }
     EXPECT_EQ(missing, 0);
 }
 
-/// Rolls beside another process, and ends without warning.
+/// Rolls the file while another process does so too, and ends without warning.
 TEST_F(LogFiles, DISABLED_RollsAndDies) {
     Stranger stranger;
     stranger.Refuse();
@@ -143,7 +143,7 @@ TEST_F(LogFiles, ProcessesOfDifferentUsersLoseNothing) {
             for (const int i : {0, 1}) {
                 ::SetEnvironmentVariableW(L"ZEL_PREFIX", i == 0 ? L"first" : L"second");
                 threads.emplace_back([&passed, i, test] { passed[i] = RunInChild(test); });
-                ::Sleep(300); // it has the environment that it found
+                ::Sleep(300); // it uses the environment that it was started with
             }
             ::SetEvent(start);
         }
@@ -154,7 +154,7 @@ TEST_F(LogFiles, ProcessesOfDifferentUsersLoseNothing) {
     std::filesystem::remove_all(At(L"logs"));
     std::filesystem::create_directories(At(L"logs"));
     runTwo(L"LogFiles.DISABLED_RollsAndDies");
-    EmptyTemporaryFolder(); // what the processes left that were ended
+    EmptyTemporaryFolder(); // files of terminated processes
     const auto counts = CountMessages();
     EXPECT_EQ(counts.size(), 3000u);
     for (const auto& [message, count] : counts) {
@@ -185,7 +185,7 @@ TEST_F(LogFiles, NoLineIsLostWhileAHandleIsOpen) {
             }
             EXPECT_EQ(CountMessages().size(), 30u) << error;
             now += 1100;
-            Write(limited, L"rolled"); // where to is not to be opened
+            Write(limited, L"rolled"); // the target cannot be opened
         }
         EXPECT_EQ(CountMessages().size(), 31u) << error;
         now += 1100;
@@ -193,7 +193,7 @@ TEST_F(LogFiles, NoLineIsLostWhileAHandleIsOpen) {
         EXPECT_TRUE(CountMessages().contains("last"));
         EXPECT_TRUE(std::filesystem::exists(GetLog()));
     }
-    // A write that fails keeps the handle, too.
+    // A failed write also keeps the handle.
     CLogWriterTraceListener listener(L"l", GetLog().c_str(), -1, 1);
     Write(listener, L"before");
     ExpectFailing({"WriteFile", 0, ERROR_DISK_FULL}, [&] { Write(listener, L"lost"); });
@@ -206,7 +206,7 @@ TEST_F(LogFiles, NoLineIsLostWhileAHandleIsOpen) {
         Write(listener, L"after");
     }
     EXPECT_TRUE(CountMessages().contains("after"));
-    // Who may append, but not read, does so.
+    // A user who may append but not read can write.
     const ImportHook appending("CreateFileW",
                                [&](const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
                                    DWORD how, DWORD flags, HANDLE other) -> HANDLE {
@@ -223,13 +223,13 @@ TEST_F(LogFiles, NoLineIsLostWhileAHandleIsOpen) {
 }
 
 TEST_F(LogFiles, SurplusFilesAreDeletedByALaterRoll) {
-    CLogWriterTraceListener listener(L"l", GetLog().c_str(), 1, 2); // each line has a file of its own
+    CLogWriterTraceListener listener(L"l", GetLog().c_str(), 1, 2); // each line starts a new file
     const auto open = [&](const std::wstring& name, DWORD share) {
         return ::CreateFileW(At(L"logs\\" + name).c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
     };
     Write(listener, L"1");
     std::vector<HANDLE> readers;
-    for (const wchar_t* message : {L"2", L"3", L"4", L"5"}) { // the first cannot be deleted four times
+    for (const wchar_t* message : {L"2", L"3", L"4", L"5"}) { // deleting the first one fails four times
         Write(listener, message);
         readers.push_back(
             open(L"app.00000000" + std::to_wstring(readers.size() + 1) + L".log", FILE_SHARE_READ | FILE_SHARE_WRITE));
@@ -241,7 +241,7 @@ TEST_F(LogFiles, SurplusFilesAreDeletedByALaterRoll) {
     }
     Write(listener, L"6");
     EXPECT_EQ(GetNames(), (std::set<std::string>{"app.000000005.log", "app.log"}));
-    // A file to which another process still writes is not deleted: this one would lose its lines.
+    // A file to which another process still writes is not deleted, because that process would lose its lines.
     constexpr DWORD all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE writer = open(L"app.log", all);
     OVERLAPPED place{};
@@ -269,7 +269,7 @@ TEST_F(LogFiles, NobodyStopsTheOthersByALock) {
     Write(listener, L"1");
     EXPECT_EQ(GetNames().size(), 2u) << "it is rolled all the same";
     ::CloseHandle(hostile);
-    { // another process takes the number first
+    { // another process uses the number first
         const ImportHook move("MoveFileExW", [&](const wchar_t* from, const wchar_t* to, DWORD flags) -> BOOL {
             if (std::wstring(to).ends_with(L"2.log")) {
                 std::ofstream(std::filesystem::path(to)) << "";
@@ -280,7 +280,7 @@ TEST_F(LogFiles, NobodyStopsTheOthersByALock) {
     }
     EXPECT_EQ(GetNames(),
               (std::set<std::string>{"app.000000001.log", "app.000000002.log", "app.000000003.log", "app.log"}));
-    // The lock of all writers, held exclusively on the file that is there.
+    // The lock of all writers, held exclusively on the existing file.
     Put(L"logs\\other.log", "2026-01-01 foreign\r\n");
     const HANDLE all =
         ::CreateFileW(At(L"logs\\other.log").c_str(), GENERIC_READ,
@@ -293,7 +293,7 @@ TEST_F(LogFiles, NobodyStopsTheOthersByALock) {
     ::CloseHandle(all);
 }
 
-/// The block by which processes take turns under Wine, as somebody else may fill it.
+/// The block with which processes take turns under Wine, with contents of another program.
 TEST_F(LogFiles, AFalseOwnerOfTheTurnCostsLittle) {
     if (!IsWine()) {
         GTEST_SKIP() << "Windows appends in one step: there are no turns";
@@ -319,7 +319,7 @@ TEST_F(LogFiles, AFalseOwnerOfTheTurnCostsLittle) {
     });
     Write(listener, L"free");
     EXPECT_EQ(*owner, 0) << "given back";
-    *owner = 0x7FFFFFF0; // no process has this number
+    *owner = 0x7FFFFFF0; // no process has this identifier
     Write(listener, L"ended");
     EXPECT_EQ(*owner, 0) << "the turn of a process that has ended is taken";
     EXPECT_LT(sleeps, 50);

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Tests in which the running program has a configuration file of its own; each in a process of its own, since the
+/// Tests in which the running program has its own configuration file. Each runs in a process of its own, because the
 /// configuration is read once.
 class Tracing : public FolderTest {
 protected:
@@ -33,7 +33,7 @@ protected:
         }
         return lines;
     }
-    /// How often each message stands in all files of the folder; the message is the last word of a line.
+    /// Counts the messages in all files of the folder; the message is the last word of a line.
     std::map<std::string, int> CountMessages(const std::wstring& folder) const {
         std::map<std::string, int> counts;
         for (const auto& file : std::filesystem::directory_iterator(At(folder))) {
@@ -139,7 +139,7 @@ TEST_F(Tracing, DISABLED_ABrokenConfigurationIsReadAgain) {
                                            [&] { Event(source, Warning, L""); });
     Configure("<source name='A' switchValue='All'><listeners><add name='l'/></listeners></source>",
               "<sharedListeners><add name='l' type='FileLog' initializeData='relative.log'/></sharedListeners>");
-    RunInThreads(8, [&](int) { Event(source, Warning, L"x"); }); // all resolve it at once
+    RunInThreads(8, [&](int) { Event(source, Warning, L"x"); }); // all initialize it at once
     EXPECT_EQ(GetLines(L"relative.log").size(), 8u) << "beside the program";
     Configure("broken <", "");
     Event(source, Warning, L"kept"); // read once
@@ -162,7 +162,7 @@ TEST_F(Tracing, InProcessesOfTheirOwn) {
     for (const wchar_t* test : {L"DISABLED_FollowsTheConfiguration", L"DISABLED_ABrokenConfigurationIsReadAgain"}) {
         EXPECT_TRUE(RunInChild(L"Tracing." + std::wstring(test)));
     }
-    // Two processes that roll one log, and end in the midst of it: every line is there, once.
+    // Two processes roll one log and are terminated during it: every line must exist exactly once.
     std::filesystem::create_directories(At(L"shared"));
     ::SetEnvironmentVariableW(L"ZEL_FILE", At(L"shared\\log.txt").c_str());
     ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"first");
@@ -172,7 +172,7 @@ TEST_F(Tracing, InProcessesOfTheirOwn) {
         ::SetEnvironmentVariableW(L"ZEL_PREFIX", L"second");
         RunInChild(L"Tracing.DISABLED_WritesAndDies");
     }
-    EmptyTemporaryFolder(); // what the processes left that were ended
+    EmptyTemporaryFolder(); // files of terminated processes
     const auto counts = CountMessages(L"shared");
     EXPECT_EQ(counts.size(), 4000u);
     for (const auto& [message, count] : counts) {
@@ -261,7 +261,7 @@ TEST_F(Tracing, ListenersAreMadeByType) {
             provider.TraceEvent(context, L"s", Warning, 0, fault);
         }
         s_events.erase(s_events.find(L"fail 8"));
-        for (const DWORD fault : {1450, 6, 87, 534}) { // 534: an event beyond 64 KiB, which the listener prevents
+        for (const DWORD fault : {1450, 6, 87, 534}) { // 534: an event above 64 KiB, which the listener prevents
             ExpectError(fault, [&] {
                 provider.TraceEvent(context, L"s", Warning, 0, (L"fail " + std::to_wstring(fault)).c_str());
             });
@@ -282,7 +282,7 @@ TEST_F(Tracing, EightThreadsRollALogAndLoseNothing) {
     {
         CTraceSource source(L"Rolling");
         source.GetSourceSwitch().SetLevel(SourceLevels::All);
-        // Two listeners for one file, one of them by another spelling.
+        // Two listeners for one file, one of them with another spelling of the path.
         source.AddTraceListener(
             std::make_shared<CLogWriterTraceListener>(L"l", At(L"logs\\app.log").c_str(), 10'000, 1'000));
         CTraceSource other(L"AlsoRolling");
@@ -290,7 +290,7 @@ TEST_F(Tracing, EightThreadsRollALogAndLoseNothing) {
         other.AddTraceListener(
             std::make_shared<CLogWriterTraceListener>(L"m", At(L"LOGS\\.\\App.log").c_str(), 10'000, 1'000));
         std::atomic<bool> reading{true};
-        std::thread reader([&] { // gets in whenever nobody has the file open
+        std::thread reader([&] { // opens the file whenever it is free
             while (reading) {
                 ::CloseHandle(::CreateFileW(At(L"logs\\app.log").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                             OPEN_EXISTING, 0, nullptr));
@@ -334,7 +334,7 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
         }
         return ::testing::PrintToString(all);
     };
-    CLogWriterTraceListener three(L"l", At(L"logs\\app.log").c_str(), 1, 3); // every line has a file of its own
+    CLogWriterTraceListener three(L"l", At(L"logs\\app.log").c_str(), 1, 3); // every line starts a new file
     write(three, 6);
     EXPECT_EQ(names(),
               R"({ "app.000000011.log", "app.000000012.log", "app.20240101.log", "app.log", "app.other.log" })");
@@ -342,7 +342,7 @@ TEST_F(Tracing, ALogKeepsTheStatedNumberOfFiles) {
     {
         const HANDLE reader = ::CreateFileW(At(L"logs\\app.log").c_str(), GENERIC_READ,
                                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-        write(one, 2); // cannot be renamed while somebody reads it: nothing is lost
+        write(one, 2); // cannot be renamed while it is being read: nothing is lost
         EXPECT_EQ(GetLines(L"logs\\app.log").size(), 3u);
         ::CloseHandle(reader);
     }
@@ -397,7 +397,7 @@ TEST_F(Tracing, TheConsoleGetsOneCallForALine) {
     EXPECT_EQ(all,
               "[0001-01-01T00:00:00.0000000 0000 W :0 m\xC3\xBC\r\n](0001-01-01T00:00:00.0000000 0000 W :0 m\xFC\r\n)");
     all.clear();
-    // Long lines in pieces, a pair of surrogates in one of them; also where the console takes less than it is given.
+    // Long lines in pieces, with a surrogate pair at a boundary; also if the console writes less than requested.
     std::wstring message(20'000, L'x');
     const std::size_t head = std::string("0001-01-01T00:00:00.0000000 0000 W :0 ").size();
     message.replace(7999 - head, 2, L"\xD83D\xDE00");
