@@ -97,7 +97,7 @@ public:
         int stopped = 0;
         const std::unique_ptr<TextElement> root = ScanText(m_path, stopped);
         if (!root) {
-            Add(stopped, L"the search for suspicious values ended here: what follows was not looked at");
+            Add(stopped, L"the check ended here: the rest of the file was not checked");
             return m_findings;
         }
         if (root->name != L"configuration") {
@@ -145,7 +145,7 @@ private:
         }
         m_included = source->value + L", ";
         if (!m_files.back()) {
-            Add(stopped, L"the search for suspicious values ended here: what follows was not looked at");
+            Add(stopped, L"the check ended here: the rest of the file was not checked");
         }
         return m_files.back().get();
     }

@@ -116,14 +116,15 @@ void Check(const std::wstring& path) {
 } // namespace
 
 void AddConfigCommands(CLI::App& app) {
-    CLI::App& config = *app.add_subcommand("config", "Look at the settings of trace sources");
+    CLI::App& config = *app.add_subcommand("config", "Show and check the settings of trace sources");
     config.require_subcommand(1);
-    CLI::App& show = *config.add_subcommand("show", "Show what a configuration file tells trace sources");
+    CLI::App& show = *config.add_subcommand("show", "Show the settings of trace sources in a configuration file");
     const auto path = std::make_shared<std::string>();
-    show.add_option("file", *path, "The file, zel's own without");
+    show.add_option("file", *path, "The configuration file; by default that of zel");
     show.callback([path] { Show(FromUtf8(*path)); });
-    CLI::App& check = *config.add_subcommand("check", "End with 1 where a configuration file has suspicious places");
-    check.add_option("file", *path, "The file, zel's own without");
+    CLI::App& check =
+        *config.add_subcommand("check", "Check a configuration file; the exit status is 1 if it has suspicious places");
+    check.add_option("file", *path, "The configuration file; by default that of zel");
     check.callback([path] { Check(FromUtf8(*path)); });
 }
 

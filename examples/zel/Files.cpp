@@ -53,7 +53,7 @@ void Collect(const std::filesystem::path& folder, const std::wstring& entryName,
     for (const auto& item : std::filesystem::directory_iterator(folder)) {
         const std::wstring name = Join(entryName, item.path().filename().wstring());
         if (item.is_directory() && IsLink(item.path())) {
-            PrintError(L"zel: left out, since it is a link: " + item.path().wstring() + L"\n");
+            PrintError(L"zel: skipped, because it is a link: " + item.path().wstring() + L"\n");
         } else if (item.is_directory()) {
             Collect(item.path(), name, sources);
         } else {

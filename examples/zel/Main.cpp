@@ -38,15 +38,15 @@ int Run(int argc, wchar_t** argv) {
                "  zel keygen my.key\n"
                "  zel encrypt backup.zip --key my.key\n"
                "  zel hash backup.zip backup.zip.enc\n\n"
-               "Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong use.\n"
-               "`zel COMMAND --help` tells more.");
+               "Exit status: 0 success, 1 failure (the reason is on standard error), 2 invalid arguments.\n"
+               "See also `zel COMMAND --help`.");
     Zel::AddZipCommands(app);
     Zel::AddGzipCommands(app);
     Zel::AddCryptoCommands(app);
     Zel::AddConfigCommands(app);
     Zel::AddNetCommands(app);
     bool trace = false;
-    app.add_flag("--trace", trace, "Show what the program does; zel.exe.config tells where else that goes");
+    app.add_flag("--trace", trace, "Trace to standard output; zel.exe.config configures other destinations");
     app.parse_complete_callback([&trace] {
         if (trace) {
             Zel::TraceToConsole();

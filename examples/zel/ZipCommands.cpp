@@ -190,7 +190,7 @@ void List(const Options& options) {
 void CheckSize(const std::wstring& name, std::uint64_t size, const CZipArchiveEntry& entry) {
     if (size != entry.GetUncompressedSize()) {
         throw ZelCore::CFormatException(
-            CString::Format(L"Entry '%s' has %I64u bytes or more where the archive says %lu", name.c_str(), size,
+            CString::Format(L"Entry '%s' has %I64u bytes or more, but the archive declares %lu", name.c_str(), size,
                             static_cast<unsigned long>(entry.GetUncompressedSize()))
                 .c_str(),
             ZEL_SITE(L"Zel::CheckSize"));
@@ -273,17 +273,17 @@ CLI::App& AddCommand(CLI::App& zip, const char* name, const char* text, void (*r
 } // namespace
 
 void AddZipCommands(CLI::App& app) {
-    CLI::App& zip = *app.add_subcommand("zip", "Make, read and change ZIP archives");
+    CLI::App& zip = *app.add_subcommand("zip", "Create, read and change ZIP archives");
     zip.require_subcommand(1);
     std::shared_ptr<Options> options;
     const auto addSources = [&](CLI::App& command) {
-        command.add_option("path", options->items, "Files, and folders with all that they hold")->required();
+        command.add_option("path", options->items, "Files, and folders with their contents")->required();
     };
     const auto addStore = [&](CLI::App& command) {
-        command.add_flag("--store", options->store, "Store the data as it is, uncompressed");
+        command.add_flag("--store", options->store, "Store the data uncompressed");
     };
 
-    CLI::App& create = AddCommand(zip, "create", "Make a new archive of files and folders", &Create, options);
+    CLI::App& create = AddCommand(zip, "create", "Create an archive of files and folders", &Create, options);
     addSources(create);
     addStore(create);
     create.add_flag("--overwrite", options->overwrite, "Replace an existing archive");
@@ -291,24 +291,24 @@ void AddZipCommands(CLI::App& app) {
     AddCommand(zip, "list", "Show the entries with their sizes in bytes", &List, options);
 
     CLI::App& extract = AddCommand(zip, "extract", "Write entries to files", &Extract, options);
-    extract.add_option("entry", options->items, "Entries to extract; all of them without");
-    extract.add_option("--to", options->target, "The folder to extract to, the current one without");
+    extract.add_option("entry", options->items, "The entries to extract; by default all");
+    extract.add_option("--to", options->target, "The target folder; by default the current one");
     extract.add_flag("--overwrite", options->overwrite, "Replace existing files");
-    extract.footer("Nothing is extracted from an archive with names that lead out of the folder or mean a drive,\n"
-                   "a stream or a device to Windows.");
+    extract.footer("Nothing is extracted from an archive with names that lead out of the folder, or that refer to a\n"
+                   "drive, a stream or a device.");
 
     AddCommand(zip, "test", "Read every entry to its end and compare the sizes", &Test, options)
         .footer("Checksums are not verified: `unzip -t` does that.");
 
-    const char* const rewriting = "The archive is written anew: what stands in front of its entries, such as the\n"
-                                  "program of a self-extracting archive, is dropped.";
+    const char* const rewriting = "The archive is rewritten. Data before its entries, such as the program of a\n"
+                                  "self-extracting archive, is dropped.";
 
     CLI::App& add = AddCommand(zip, "add", "Add files and folders to an archive", &Add, options);
     addSources(add);
     addStore(add);
     add.footer(rewriting);
 
-    CLI::App& update = AddCommand(zip, "update", "Replace the data of entries that the archive has", &Update, options);
+    CLI::App& update = AddCommand(zip, "update", "Replace the data of existing entries", &Update, options);
     addSources(update);
     update.footer(rewriting);
 
