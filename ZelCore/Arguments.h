@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: checks of arguments that many methods share. They take the site of their caller.
+// Private to the library: argument checks shared by many methods. They take the throw site of their caller.
 
 #include "ZelCore/ArgumentException.h"
 #include "ZelCore/ArgumentNullException.h"
@@ -19,7 +19,7 @@ inline void CheckNotNull(const void* argument, const wchar_t* name, const wchar_
     }
 }
 
-/// Null throws CArgumentNullException, the empty text CArgumentException "Cannot be empty".
+/// Null throws CArgumentNullException, an empty string CArgumentException "Cannot be empty".
 inline void CheckNotEmpty(const wchar_t* argument, const wchar_t* name, const wchar_t* method, const wchar_t* file,
                           int line) {
     CheckNotNull(argument, name, method, file, line);
@@ -28,9 +28,9 @@ inline void CheckNotEmpty(const wchar_t* argument, const wchar_t* name, const wc
     }
 }
 
-constexpr std::uint64_t Largest32 = 0xFFFFFFFF; ///< what the counts of most platform calls can hold
+constexpr std::uint64_t Largest32 = 0xFFFFFFFF; ///< the largest count that most platform calls accept
 
-/// A count or size beyond the limit throws CArgumentOutOfRangeException.
+/// A value above the limit throws CArgumentOutOfRangeException.
 inline void CheckAtMost(std::uint64_t value, std::uint64_t limit, const wchar_t* name, const wchar_t* method,
                         const wchar_t* file, int line) {
     if (value > limit) {

@@ -19,7 +19,7 @@ namespace {
 
 enum Completion { Pending = 0, Synchronous = 1, Asynchronous = 2 };
 
-/// Failures of the layer below the library's own classes carry no throw site.
+/// Failures of the layer below the library's own classes have no throw site.
 [[noreturn]] void ThrowSupportFailure(HRESULT error) {
     throw ZelWin32::CWin32Exception(static_cast<unsigned long>(error), L"ATL originated", nullptr, nullptr, 0);
 }
@@ -76,7 +76,7 @@ void CAsyncResult::SetAsCompleted(bool completedSynchronously, const CException&
     std::unique_ptr<CException> failure;
     try {
         failure.reset(error.Clone());
-    } catch (const std::bad_alloc&) { // the waiter must learn that it is over
+    } catch (const std::bad_alloc&) { // the waiting thread must be woken
         Complete(completedSynchronously, nullptr, true);
         return;
     }
@@ -84,7 +84,7 @@ void CAsyncResult::SetAsCompleted(bool completedSynchronously, const CException&
 }
 
 void CAsyncResult::Complete(bool completedSynchronously, std::unique_ptr<CException> failure, bool failureLost) {
-    // Site: both forms of SetAsCompleted end here, and callers know only those.
+    // Site: both overloads of SetAsCompleted end here.
     if (m_claimed.exchange(1) != 0) {
         throw CInvalidOperationException(GetMessageText(Message::CompletedTwice),
                                          ZEL_SITE(L"ZelCore::CAsyncResult::SetAsCompleted"));
@@ -100,7 +100,7 @@ void CAsyncResult::Complete(bool completedSynchronously, std::unique_ptr<CExcept
         return;
     }
     if (m_callback != nullptr) {
-        m_callback->Invoke(this); // it may destroy this object: nothing follows
+        m_callback->Invoke(this); // may destroy this object: nothing follows
     }
 }
 

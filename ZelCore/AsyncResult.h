@@ -6,8 +6,8 @@
 #include <atomic>
 #include <memory>
 
-// The type of a result is known where it is destroyed, and the order of its virtual operations is published:
-// a virtual destructor has no place there.
+// A result is always destroyed through its own type, and the order of its virtual functions is published. It must
+// therefore not have a virtual destructor.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
@@ -15,17 +15,17 @@ namespace ZelCore {
 
 class CAsyncCallback;
 
-/// The implementation of IAsyncResult for those who write Begin and End methods.
+/// The implementation of IAsyncResult, for authors of Begin and End methods.
 ///
-/// The Begin method creates a result and starts the work. Whoever does the work calls SetAsCompleted once. The
+/// The Begin method creates a result and starts the work. The code that does the work calls SetAsCompleted once. The
 /// End method calls EndInvoke, takes the outcome and destroys the result.
 ///
-/// Life: completion is published before the waiter is woken, so an End method on another thread may return
-/// while SetAsCompleted still runs. Keep the object alive until both have returned, with a reference count
-/// that the working side shares, say. With a callback that calls the End method, SetAsCompleted touches
-/// nothing after the callback.
+/// Lifetime: completion is published before the waiting thread is woken, so an End method on another thread may return
+/// while SetAsCompleted is still running. Keep the object alive until both have returned, for example with a reference
+/// count shared with the code that does the work. If a callback calls the End method, SetAsCompleted does not access
+/// the object after the callback.
 ///
-/// Threads: SetAsCompleted, GetWaitHandle and IsCompleted may be called at the same time; no lock is taken.
+/// Threads: SetAsCompleted, GetWaitHandle and IsCompleted may be called concurrently. They take no lock.
 class ZELCORE_API CAsyncResult : public IAsyncResult {
 public:
     /// \param callback borrowed, may be null
@@ -34,32 +34,32 @@ public:
     CAsyncResult(const CAsyncResult&) = delete;
     CAsyncResult& operator=(const CAsyncResult&) = delete;
 
-    /// Closes the wait handle and drops the recorded failure. See above for when that may be.
+    /// Closes the wait handle and releases the recorded failure. See above for when it may be called.
     ~CAsyncResult();
 
     void* GetAsyncState() const override;
-    /// As IAsyncResult has it; the first call makes the event. Not to be called any more once EndInvoke has returned.
+    /// See IAsyncResult. The first call creates the event. Must not be called after EndInvoke has returned.
     void* GetWaitHandle() const override;
     /// Becomes true before the wait handle is signalled and before the callback is invoked.
     bool IsCompleted() const override;
-    /// What SetAsCompleted was told; false before.
+    /// Returns the argument of SetAsCompleted, or false before that.
     bool CompletedSynchronously() const override;
 
-    /// Records success, then signals the wait handle or else invokes the callback.
-    /// A second completion throws CInvalidOperationException and changes nothing. What the callback throws passes
-    /// through, and CWin32Exception when the event cannot be signalled: the operation is complete all the same.
+    /// Records success, then signals the wait handle or, if there is a callback, invokes it. A second completion throws
+    /// CInvalidOperationException and changes nothing. Exceptions of the callback pass through; CWin32Exception is
+    /// thrown if the event cannot be signalled. In both cases the operation is complete nevertheless.
     ///
-    /// \param completedSynchronously true when the Begin method itself has done the work
+    /// \param completedSynchronously true if the Begin method itself did the work
     void SetAsCompleted(bool completedSynchronously);
 
-    /// Records the failure, of which it keeps a clone, and completes in the same way. When there is no memory
-    /// for the clone the operation completes all the same, and EndInvoke throws std::bad_alloc.
+    /// Records a clone of the failure and completes in the same way. If there is no memory for the clone, the operation
+    /// completes nevertheless, and EndInvoke throws std::bad_alloc.
     void SetAsCompleted(bool completedSynchronously, const CException& error);
 
-    /// For the End method: waits for completion without limit, closes the wait handle and throws the recorded
-    /// failure as the type that it had. With a callback, before completion, it throws
-    /// CInvalidOperationException at once; without, CWin32Exception when the system cannot wait. It does not destroy
-    /// the object.
+    /// For the End method. Waits for completion without a time limit, closes the wait handle, and throws the recorded
+    /// failure as its original type. With a callback and before completion it throws CInvalidOperationException at
+    /// once. Without a callback it throws CWin32Exception if the system call to wait fails. It does not destroy the
+    /// object.
     void EndInvoke();
 
 private:
@@ -80,12 +80,12 @@ template <class T> class CAsyncResultT : public CAsyncResult {
 public:
     using CAsyncResult::CAsyncResult;
 
-    /// Moves the value in. To be called before SetAsCompleted, which publishes it to the waiting thread.
+    /// Moves the value in. Must be called before SetAsCompleted, which publishes it to the waiting thread.
     void SetResult(T result) {
         m_result = static_cast<T&&>(result);
     }
 
-    /// The value, to be read after EndInvoke. Valid while the object lives.
+    /// Returns the value; call it after EndInvoke. Valid while the object lives.
     const T& GetResult() const noexcept {
         return m_result;
     }

@@ -29,15 +29,15 @@ constexpr std::int64_t FloorModulo(std::int64_t value, std::int64_t divisor) noe
     return value % divisor + (value % divisor < 0 ? divisor : 0);
 }
 
-// Both conversions count years from the first of March, so that the leap day is the last one and the lengths of the
-// months before it follow one line. The fractions are those of C. Neri and L. Schneider, "Euclidean affine functions
-// and their application to calendar algorithms" (2022): exact in the ranges given here.
+// Both conversions count years from the first of March. The leap day is then the last day of the year, and a linear
+// function yields the lengths of the months before it. The fractions are those of C. Neri and L. Schneider, "Euclidean
+// affine functions and their application to calendar algorithms" (2022); they are exact in the ranges given here.
 
 constexpr std::int64_t DaysFromMarch = 306;  ///< from 1 March of year 0 to 1 January of year 1
 constexpr std::int64_t DaysPerEra = 146'097; ///< 400 years
-constexpr std::int64_t Eras = 125;           ///< added so that every day number of 64 bits of ticks is positive
+constexpr std::int64_t Eras = 125;           ///< offset that makes every day number from 64-bit ticks positive
 
-/// The number of days from 0001-01-01 to a date of the years 1 to 9999.
+/// Returns the number of days from 0001-01-01 to a date of the years 1 to 9999.
 constexpr std::int64_t ToDayNumber(int year, int month, int day) noexcept {
     const bool early = month <= 2;
     const auto y = static_cast<std::uint32_t>(year - (early ? 1 : 0));
@@ -47,7 +47,7 @@ constexpr std::int64_t ToDayNumber(int year, int month, int day) noexcept {
     return static_cast<std::int64_t>(days) + day - 1 - DaysFromMarch;
 }
 
-/// The date of any day number that 64 bits of ticks can hold.
+/// Returns the date of any day number that can result from 64-bit ticks.
 constexpr CalendarDate ToDate(std::int64_t dayNumber) noexcept {
     const auto days = static_cast<std::uint32_t>(dayNumber + DaysFromMarch + Eras * DaysPerEra);
     const std::uint32_t n1 = 4 * days + 3;

@@ -19,7 +19,7 @@ namespace {
 constexpr wchar_t Alphabet[] = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::size_t GroupsPerLine = 19;
 
-/// Values above 63 in the decoding table: what a character means when it is no digit.
+/// Values above 63 in the decoding table: the class of a character that is not a digit.
 enum Base64Class : unsigned char { Padding = 64, Space = 65, Invalid = 0x80 };
 
 constexpr auto Base64Values = [] {
@@ -33,7 +33,7 @@ constexpr auto Base64Values = [] {
     return table;
 }();
 
-/// Two digits at a time: the pair that writes a twelve-bit value.
+/// Two digits at a time: the pair that encodes a twelve-bit value.
 struct DigitPair {
     wchar_t digits[2];
 };
@@ -69,7 +69,8 @@ template <std::size_t Size> unsigned LookUp(const std::array<unsigned char, Size
     return c < Size ? table[c] : static_cast<unsigned>(Invalid);
 }
 
-/// The length of a terminated text. Texts to decode are long and the runtime counts one character at a time.
+/// Returns the length of a null-terminated text. Texts to decode are long, and the runtime counts one character at a
+/// time.
 std::size_t GetLength(const wchar_t* text) {
     const wchar_t* p = text;
     for (; reinterpret_cast<std::uintptr_t>(p) % sizeof(__m128i) != 0; ++p) {
@@ -80,7 +81,7 @@ std::size_t GetLength(const wchar_t* text) {
             return std::wcslen(text);
         }
     }
-    for (;; p += 8) { // an aligned block never reaches into the next page
+    for (;; p += 8) { // an aligned block never crosses a page boundary
         const __m128i block = _mm_load_si128(reinterpret_cast<const __m128i*>(p));
         const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi16(block, _mm_setzero_si128()));
         if (zeros != 0) {
@@ -114,7 +115,7 @@ wchar_t* EncodeRest(const unsigned char* in, std::size_t size, wchar_t* out) {
     throw CFormatException(GetMessageText(Message::InvalidBase64), method, file, line);
 }
 
-/// Reads Base64 one character at a time where a group holds anything but four digits.
+/// Decodes Base64 one character at a time if a group contains anything other than four digits.
 class CBase64 {
 public:
     CBase64(const wchar_t* begin, const wchar_t* end, unsigned char* out) : m_in(begin), m_end(end), m_out(out) {}
@@ -169,7 +170,7 @@ private:
         return false;
     }
 
-    /// False when the group was padded and so has to be the last one.
+    /// Returns false if the group was padded and must therefore be the last one.
     bool DecodeGroup(const unsigned (&v)[4]) {
         if (v[0] == Padding || v[1] == Padding || (v[2] == Padding && v[3] != Padding)) {
             ThrowInvalidBase64(ZEL_SITE(L"ZelCore::`anonymous-namespace'::CBase64::Decode"));
@@ -198,7 +199,7 @@ private:
     unsigned char* m_out;
 };
 
-/// Runs one of the runtime's number readers and insists that nothing but the number was there.
+/// Runs one of the runtime's number parsers and requires that the text contains nothing but the number.
 template <class Parse>
 auto ParseNumber(const wchar_t* value, Message invalid, Parse parse, const wchar_t* method, const wchar_t* file,
                  int line) {

@@ -50,7 +50,7 @@ struct Fields {
     CalendarDate date;
     int dayOfWeek;
     int hour, minute, second;
-    int fraction; ///< ticks of the second
+    int fraction; ///< ticks within the second
 };
 
 Fields Split(std::int64_t ticks) noexcept {
@@ -72,8 +72,8 @@ wchar_t* PutDigits(wchar_t* at, unsigned value, int count) noexcept {
     return at + count;
 }
 
-/// The text of one of the formats with a date and a time in digits, which years of four digits need not be asked for
-/// with printf. \param separator between date and time  \param withFraction the seven digits of the ticks as well
+/// Formats date and time in digits. Years of four digits are written without printf. \param separator between date and
+/// time  \param withFraction also write the seven digits of the ticks
 std::wstring FormatSortable(const wchar_t* format, std::int64_t ticks, wchar_t separator, bool withFraction,
                             std::wstring_view zone) {
     const Fields fields = Split(ticks);
@@ -103,9 +103,9 @@ std::wstring FormatSortable(const wchar_t* format, std::int64_t ticks, wchar_t s
     return {text, at};
 }
 
-/// The ticks of a date at midnight.
+/// Returns the ticks of a date at midnight.
 std::int64_t DateToTicks(int year, int month, int day) {
-    // Site: handlers know it as a method of the class.
+    // Site: published as a method of the class.
     const wchar_t* const method = L"ZelCore::CDateTime::DateToTicks";
     if (year < 1 || year > 9999) {
         throw CArgumentException(L"year", nullptr, ZEL_SITE(method));
@@ -120,7 +120,7 @@ std::int64_t DateToTicks(int year, int month, int day) {
 }
 
 [[noreturn]] void ThrowMonthsOutOfRange(std::int64_t months) {
-    // Site: thrown on behalf of the method.
+    // Site: throws for AddMonths.
     throw CArgumentOutOfRangeException(L"months", std::to_wstring(months).c_str(), nullptr,
                                        ZEL_SITE(L"ZelCore::CDateTime::AddMonths"));
 }
@@ -139,7 +139,7 @@ std::wstring SystemFormatByLocale(SystemFormatter format, LCID locale, DWORD fla
     return text;
 }
 
-/// The system cannot format years before 1601: it formats that year, and the number is exchanged in the text.
+/// The system cannot format years before 1601: 1601 is formatted instead, and its number is replaced in the text.
 std::wstring FormatDate(LCID locale, DWORD flags, SYSTEMTIME time, const wchar_t* picture) {
     const wchar_t* const firstYear = L"1601";
     const std::wstring year = CTextWriter(8).Put(L"%04hu", {time.wYear}).Take();
@@ -163,7 +163,7 @@ enum class ZoneQuery { RoundTrip, Rfc1123 };
 std::wstring GetTimeZoneString(const CDateTime& value, ZoneQuery query) {
     const wchar_t* const method = L"`anonymous-namespace'::GetTimeZoneString";
     if (query != ZoneQuery::RoundTrip && query != ZoneQuery::Rfc1123) {
-        // Unreached: the two callers ask for one of the two.
+        // Unreached: both callers pass one of the two values.
         throw CArgumentException(L"query", nullptr, ZEL_SITE(method));
     }
     if (value.GetKind() == DateTimeKind::Utc) {
@@ -173,7 +173,7 @@ std::wstring GetTimeZoneString(const CDateTime& value, ZoneQuery query) {
         return {};
     }
     if (query == ZoneQuery::Rfc1123) {
-        // Unreached: only universal times are written in this format.
+        // Unreached: only UTC values are written in this format.
         throw CNotImplementedException(nullptr, ZEL_SITE(method));
     }
     const int minutes = GetLocalOffset(value);
@@ -186,7 +186,7 @@ int GetLocalOffset(const CDateTime& value) {
     const wchar_t* const method = L"`anonymous-namespace'::GetTimeZoneString";
     TIME_ZONE_INFORMATION zone;
     ZelWin32::CheckWin32(::GetTimeZoneInformation(&zone) != TIME_ZONE_ID_INVALID, ZEL_SITE(method));
-    // The calendar repeats after 400 years, the rules of the zone do not begin before 1601.
+    // The calendar repeats every 400 years, and time zone rules do not begin before 1601.
     constexpr int firstYear = 1602, lastYear = 9998, era = 400;
     const int year = value.GetYear();
     const std::int64_t eras = year < firstYear  ? (firstYear - year + era - 1) / era
@@ -205,7 +205,7 @@ int GetLocalOffset(const CDateTime& value) {
 }
 
 void ThrowBadDateTimeFormat() {
-    // Site: thrown on behalf of the method.
+    // Site: throws for ParseExact.
     throw CArgumentException(L"format", nullptr, ZEL_SITE(L"ZelCore::CDateTime::ParseExact"));
 }
 
@@ -358,7 +358,7 @@ CDateTime CDateTime::ToLocalTime() const noexcept {
         return *this;
     }
     const FILETIME universal = GetAsFILETIME();
-    FILETIME local = universal; // what stays when the system refuses
+    FILETIME local = universal; // unchanged if the system call fails
     ::FileTimeToLocalFileTime(&universal, &local);
     return {local, DateTimeKind::Local};
 }

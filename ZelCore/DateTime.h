@@ -11,16 +11,18 @@ struct _SYSTEMTIME;
 
 namespace ZelCore {
 
-/// What a date-time refers to.
+/// The time zone of a date-time.
 enum class DateTimeKind : std::int32_t {
-    Unspecified = 0, ///< nobody said; conversions take it for what they convert from
-    Utc = 1,         ///< universal time
-    Local = 2,       ///< the time of the computer's zone
+    Unspecified = 0, ///< not specified; a conversion treats the value as its source kind
+    Utc = 1,         ///< Coordinated Universal Time (UTC)
+    Local = 2,       ///< the time zone of the computer
 };
 
-/// An instant of the proleptic Gregorian calendar, from year 1 to 9999, in ticks of 100 nanoseconds. A copyable value.
+/// A point in time in the proleptic Gregorian calendar, from year 1 to 9999, in ticks of 100 nanoseconds. A copyable
+/// value.
 ///
-/// Comparison and difference look at the ticks alone, not at the kind. Threads may read an object together.
+/// Comparison and difference use only the ticks, not the kind. An object may be read by several threads at the same
+/// time.
 class ZELCORE_API CDateTime {
 public:
     static const CDateTime MinValue; ///< 0001-01-01 00:00:00
@@ -32,65 +34,69 @@ public:
     /// \param ticks since 0001-01-01 00:00:00; not checked
     constexpr CDateTime(std::int64_t ticks, DateTimeKind kind) noexcept : m_ticks(ticks), m_kind(kind) {}
 
-    /// The same instant as a FILETIME, which counts its ticks from 1601. Nothing is checked or converted to the kind.
+    /// The same point in time as a FILETIME, whose ticks count from 1601. The value is neither checked nor converted to
+    /// the kind.
     CDateTime(const _FILETIME& time, DateTimeKind kind) noexcept;
 
-    /// The fields of a SYSTEMTIME, not converted to the kind; its day of the week is ignored. Throws CWin32Exception
-    /// for one that the system refuses: a 30 February, say, or a year before 1601.
+    /// The fields of a SYSTEMTIME, not converted to the kind. The day of the week is ignored. Throws CWin32Exception
+    /// for a value that the system rejects, for example 30 February or a year before 1601.
     CDateTime(const _SYSTEMTIME& time, DateTimeKind kind);
 
     /// A date at midnight. Throws CArgumentException for "year" (1 to 9999), "month" or "day".
     static CDateTime FromDate(int year, int month, int day, DateTimeKind kind = DateTimeKind::Unspecified);
 
-    /// The system's clock, as Utc. It advances with the system's timer, by up to 16 milliseconds at a time.
+    /// Returns the system time as Utc. It advances with the system's timer, in steps of up to 16 milliseconds.
     static CDateTime UtcNow() noexcept;
 
-    /// The same clock in the computer's zone, as Local. Throws CWin32Exception when the system cannot convert it.
+    /// Returns the system time in the computer's time zone, as Local. Throws CWin32Exception if the system cannot
+    /// convert it.
     static CDateTime Now();
 
-    /// Reads text of exactly this form. The format is one of ToString's letters (not M, m, U, Y, y), which read what
-    /// ToString writes (g also a short date and a short time), or a pattern:
+    /// Parses text that matches the format exactly. The format is one of ToString's letters (except M, m, U, Y, y),
+    /// which parse what ToString writes (g also parses a short date and a short time), or a pattern:
     ///
-    /// | letters | what they read |
+    /// | letters | parsed as |
     /// |---|---|
     /// | d dd | the day, one or two digits, two digits |
     /// | ddd dddd | the short or long name of the day of the week, which must agree with the date |
     /// | M MM MMM MMMM | the month: one or two digits, two digits, short name, long name |
-    /// | y yy yyyy | the year: one or two digits, two digits, as many digits as letters |
-    /// | H HH h hh | the hour of 24 or of 12 |
+    /// | y yy yyyy | the year: one or two digits, two digits, one digit per letter |
+    /// | H HH h hh | the hour of a 24-hour or 12-hour clock |
     /// | m mm s ss | minute, second |
-    /// | f ... fffffff | so many digits of the fraction of a second |
-    /// | F ... FFFFFFF | at most so many, with a point in front that is left out without them |
-    /// | t tt | the first letter of, or the whole of AM or PM as the locale writes it |
+    /// | f ... fffffff | one digit of the fraction of a second per letter |
+    /// | F ... FFFFFFF | at most one digit per letter; without digits the preceding point is omitted |
+    /// | t tt | the first letter of AM or PM, or the whole, as the locale writes it |
     /// | z zz zzz | the offset from universal time: hours, two digits of hours, hours and minutes |
-    /// | K | Z, an offset as of zzz, or nothing |
-    /// | 'text' "text" | the text as it stands; two quotation marks in a row are one |
-    /// | "\" | the character behind it as it stands |
-    /// | "%" | nothing: in front of a single letter, it makes a pattern of it and not one of ToString's letters |
+    /// | K | Z, an offset like zzz, or nothing |
+    /// | 'text' "text" | the literal text; two quotation marks in a row stand for one |
+    /// | "\" | the following character literally |
+    /// | "%" | nothing; before a single letter it makes that letter a pattern instead of one of ToString's letters |
     ///
-    /// All other characters stand for themselves. Z makes the value Utc, an offset makes it Local at the same instant,
-    /// otherwise it is Unspecified; u, R and r read Utc. What the pattern leaves out is the first of January of year 1,
-    /// midnight. Names are compared without regard to case. Local fields are those of
-    /// today's offset, an hour off for dates on the other side of summer time; ToUniversalTime gives the right instant
-    /// back.
+    /// All other characters are literals. Z makes the value Utc, and an offset makes it Local at the same point in
+    /// time; otherwise it is Unspecified. u, R and r yield Utc. Fields that the pattern does not contain are those of 1
+    /// January of year 1, midnight. Names are compared case-insensitively. Local fields use today's offset, so they are
+    /// one hour off for dates on the other side of a daylight-saving change; ToUniversalTime returns the correct point
+    /// in time.
     ///
-    /// Throws CArgumentNullException for "value" or "format", CArgumentException for "format" (empty, a single letter
-    /// that is unknown, an open quotation, "\" or "%" at the end, more than seven f or F or five y) and for "year",
-    /// "month" or "day" of an impossible date, CFormatException for text of another form, an impossible time, or parts
-    /// that contradict each other.
+    /// Throws CArgumentNullException for "value" or "format"; CArgumentException for "format" (empty, an unknown single
+    /// letter, an unterminated quotation, "\" or "%" at the end, more than seven f or F, or more than five y) and for
+    /// "year", "month" or "day" of an impossible date; CFormatException for text of another form, an impossible time,
+    /// or contradicting parts.
     ///
-    /// \param locale whose names and patterns are used: 127 is the invariant locale
+    /// \param locale the LCID whose names and patterns are used; 127 is the invariant locale
     static CDateTime ParseExact(const wchar_t* value, const wchar_t* format, unsigned long locale);
 
-    /// Reads what ToString writes for O, o, s, u, R and r, also with fewer digits of the fraction, without seconds or
-    /// as a date alone, between blanks. Returns false, with MinValue as the result, for any other text. Never throws.
+    /// Parses what ToString writes for O, o, s, u, R and r. Fewer digits of the fraction, a time without seconds, a
+    /// date alone, and leading and trailing white space are also accepted. Returns false and sets the result to
+    /// MinValue for any other text. Never throws.
     static bool TryParse(const std::wstring& value, CDateTime& result) noexcept;
 
-    /// Add to the value, or take away from it with a negative number; the kind stays.
+    /// Adds to the value, or subtracts for a negative number. The kind does not change.
     ///
-    /// Years and months keep the day, or take the last one of a shorter month, and throw CArgumentOutOfRangeException
-    /// for "months" beyond 120,000 months or the years 1 to 9999; the value then stays. The others go beyond these
-    /// years and wrap around at 64 bits of ticks, silently.
+    /// AddYears and AddMonths keep the day, or use the last day of a shorter month. They throw
+    /// CArgumentOutOfRangeException for "months" if the number exceeds 120,000 months or the result is outside the
+    /// years 1 to 9999; the value is then unchanged. The other functions may leave these years, and wrap around
+    /// silently at 64 bits of ticks.
     ///@{
     void AddYears(int years);
     void AddMonths(int months);
@@ -101,16 +107,16 @@ public:
     void AddMilliseconds(int milliseconds) noexcept;
     ///@}
 
-    /// Ticks of 100 nanoseconds since 0001-01-01 00:00:00, whatever the kind.
+    /// Returns the ticks of 100 nanoseconds since 0001-01-01 00:00:00, whatever the kind.
     constexpr std::int64_t GetTicks() const noexcept {
         return m_ticks;
     }
-    /// What the value refers to. It has no part in comparisons.
+    /// Returns the kind. Comparisons ignore it.
     constexpr DateTimeKind GetKind() const noexcept {
         return m_kind;
     }
-    /// Year, month and day at once, with less work than one after the other. The year of a value before MinValue is 0
-    /// or negative.
+    /// Returns year, month and day in one call, which is faster than three calls. The year of a value before MinValue
+    /// is 0 or negative.
     void GetDate(int& year, int& month, int& day) const noexcept;
     int GetYear() const noexcept;        ///< 1 to 9999 from MinValue to MaxValue
     int GetMonth() const noexcept;       ///< 1 to 12
@@ -119,24 +125,24 @@ public:
     int GetHour() const noexcept;        ///< 0 to 23
     int GetMinute() const noexcept;      ///< 0 to 59
     int GetSecond() const noexcept;      ///< 0 to 59: there are no leap seconds
-    int GetMillisecond() const noexcept; ///< 0 to 999, cut off
+    int GetMillisecond() const noexcept; ///< 0 to 999, truncated
 
-    /// The same ticks counted from 1601, whatever the kind. Before 1601 the number wraps around.
+    /// Returns the same ticks counted from 1601, whatever the kind. A value before 1601 wraps around.
     _FILETIME GetAsFILETIME() const noexcept;
 
-    /// The fields, whatever the kind, cut off below a millisecond. Also for years before 1601, which most functions of
-    /// the system refuse.
+    /// Returns the fields, whatever the kind, truncated to milliseconds. It also works for years before 1601, which
+    /// most functions of the system reject.
     _SYSTEMTIME GetAsSYSTEMTIME() const noexcept;
 
-    /// By the offset that is in force today, not on that date. Unspecified values count as universal time in the first
-    /// and as local time in the second; a value that is of the kind already stays as it is. Where the system refuses to
-    /// convert, only the kind changes.
+    /// Convert by the offset that is in force today, not on the date of the value. ToLocalTime treats an Unspecified
+    /// value as Utc, and ToUniversalTime treats it as Local. A value that already has the target kind is returned
+    /// unchanged. If the system cannot convert the value, only the kind changes.
     ///@{
     CDateTime ToLocalTime() const noexcept;
     CDateTime ToUniversalTime() const noexcept;
     ///@}
 
-    /// Formats by one letter:
+    /// Formats with a single letter:
     ///
     /// | letter | result |
     /// |---|---|
@@ -149,16 +155,17 @@ public:
     /// | u | 2024-02-29 13:14:15Z, without conversion |
     ///
     /// Throws CArgumentNullException and CArgumentException for "format", CNotImplementedException for M, m, U, Y and
-    /// y, CWin32Exception when the system cannot format.
+    /// y, and CWin32Exception if the system cannot format the value.
     ///
-    /// \param locale an LCID: 127 is the invariant locale, 1024 the user's. O, o, R, r, s and u look the same in all.
+    /// \param locale an LCID: 127 is the invariant locale, 1024 the user's. The output of O, o, R, r, s and u does not
+    ///               depend on it.
     std::wstring ToString(const wchar_t* format, unsigned long locale) const;
 
-    /// The date or the time as the locale writes it, whatever the kind. Throw CWin32Exception when the system cannot
-    /// format, for an unknown locale say.
+    /// Return the date or the time in the format of the locale, whatever the kind. Throw CWin32Exception if the system
+    /// cannot format the value, for example for an unknown locale.
     ///
-    /// Before 1602 the calendar of 1601 is used with another number: the names of the days of the week are that year's,
-    /// and a 29 February, which it does not have, is not written rightly.
+    /// Dates before 1602 are formatted with the calendar of 1601 and the year replaced: the names of the days of the
+    /// week are those of 1601, and 29 February, which 1601 does not have, is written incorrectly.
     ///@{
     std::wstring ToLongDateString(unsigned long locale) const;
     std::wstring ToShortDateString(unsigned long locale) const;
@@ -166,9 +173,9 @@ public:
     std::wstring ToShortTimeString(unsigned long locale) const;
     ///@}
 
-    /// The time from another date-time to this one, and date-times that lie so much later or earlier; they keep the
-    /// kind. Throw CArgumentOutOfRangeException for "ticks" beyond 64 bits and change nothing then; the years 1 to 9999
-    /// are not checked.
+    /// The difference between two date-times, and date-times shifted by a time span; the kind is kept. Throw
+    /// CArgumentOutOfRangeException for "ticks" beyond 64 bits and then change nothing. The range of the years 1 to
+    /// 9999 is not checked.
     ///@{
     CTimeSpan operator-(const CDateTime& other) const;
     CDateTime operator+(const CTimeSpan& span) const;
@@ -177,7 +184,7 @@ public:
     CDateTime& operator-=(const CTimeSpan& span);
     ///@}
 
-    /// By the ticks alone: the same fields are equal in different kinds.
+    /// Compare only the ticks: values with the same fields are equal even if their kinds differ.
     ///@{
     constexpr std::strong_ordering operator<=>(const CDateTime& other) const noexcept {
         return m_ticks <=> other.m_ticks;

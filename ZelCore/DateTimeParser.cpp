@@ -11,7 +11,7 @@ namespace ZelCore {
 namespace {
 
 constexpr int FractionDigits = 7;
-constexpr int TwoDigitYearLimit = 2029; // where the locale does not say
+constexpr int TwoDigitYearLimit = 2029; // if the locale does not define it
 constexpr LCID Invariant = 127;
 constexpr LCTYPE GenitiveNames = 0x10000000;
 const wchar_t* const RoundTripPattern = L"yyyy-MM-ddTHH:mm:ss.fffffff";
@@ -28,7 +28,7 @@ std::wstring GetLocaleText(LCID locale, LCTYPE type) {
     return text;
 }
 
-/// The pattern of the long time without its seconds: what the system uses for the short time.
+/// Returns the long-time pattern without its seconds, which the system uses for the short time.
 std::wstring GetShortTimePattern(LCID locale) {
     std::wstring pattern = GetLocaleText(locale, LOCALE_STIMEFORMAT);
     const std::size_t seconds = pattern.find(L's');
@@ -40,7 +40,7 @@ std::wstring GetShortTimePattern(LCID locale) {
     return pattern.erase(begin + 1, std::min(end, pattern.size()) - begin - 1);
 }
 
-/// The same for locales that name their units: nothing behind the minutes but the half of the day.
+/// The same for locales that name their units: only AM or PM may follow the minutes.
 std::wstring GetBareTimePattern(LCID locale) {
     const std::wstring pattern = GetLocaleText(locale, LOCALE_STIMEFORMAT);
     std::size_t end = 0;
@@ -56,15 +56,16 @@ std::wstring GetBareTimePattern(LCID locale) {
     return pattern.substr(0, end) + (half ? L" tt" : L"");
 }
 
-/// A pattern walked along a text, and what was found on the way.
+/// Matches a pattern against a text and stores the fields that were found.
 class Parser {
 public:
     Parser(std::wstring_view text, LCID locale) : m_text(text), m_locale(locale) {}
 
-    /// Whether the whole text is of the pattern. Throws CArgumentException for a pattern that is none.
+    /// Whether the whole text matches the pattern. Throws CArgumentException for an invalid pattern.
     bool Match(std::wstring_view pattern);
 
-    /// What was found. Throws CArgumentException for an impossible date; nothing when the parts contradict each other.
+    /// Returns the date-time, or no value if the parts contradict each other. Throws CArgumentException for an
+    /// impossible date.
     std::optional<CDateTime> GetResult() const;
 
     void SetUniversal() {
@@ -92,7 +93,7 @@ private:
     LCID m_locale;
     std::size_t m_at = 0;
     std::optional<int> m_year, m_month, m_day, m_dayOfWeek, m_hour, m_hour12, m_half, m_minute, m_second, m_fraction;
-    std::optional<int> m_offset; ///< minutes
+    std::optional<int> m_offset; ///< in minutes
     bool m_universal = false;
 };
 
@@ -154,7 +155,7 @@ bool Parser::Starts(const std::wstring& name) const {
                             static_cast<int>(name.size())) == CSTR_EQUAL;
 }
 
-/// The longest of the locale's names that stands here; its number counts from 1.
+/// Matches the longest of the locale's names at this position; numbers count from 1.
 bool Parser::MatchName(LCTYPE first, int count, std::optional<int>& field) {
     std::size_t longest = 0;
     int found = 0;
@@ -176,7 +177,7 @@ bool Parser::MatchHalfDay(int count) {
     for (std::wstring& name : names) {
         name.resize(count == 1 ? std::min<std::size_t>(name.size(), 1) : name.size());
     }
-    for (const int half : {1, 0}) { // an empty name stands everywhere
+    for (const int half : {1, 0}) { // an empty name matches everywhere
         if (!names[half].empty() && Starts(names[half])) {
             m_at += names[half].size();
             return Set(m_half, half);
@@ -185,7 +186,7 @@ bool Parser::MatchHalfDay(int count) {
     return names[0].empty() && Set(m_half, 0);
 }
 
-/// There is but one era; some systems write it twice.
+/// There is only one era. Some systems write it twice.
 bool Parser::MatchEra() {
     constexpr int largestEra = 64;
     wchar_t era[largestEra] = L"";
@@ -260,7 +261,7 @@ bool Parser::MatchRun(wchar_t letter, int count) {
 
 bool Parser::Match(std::wstring_view pattern) {
     constexpr std::wstring_view letters = L"dMyHhmsfFtgzK";
-    bool matches = true; // goes on after a mismatch: the rest of the pattern may be none
+    bool matches = true; // goes on after a mismatch, to validate the rest of the pattern
     for (std::size_t i = 0; i < pattern.size();) {
         const wchar_t c = pattern[i];
         if (c == L'\'' || c == L'"') {
@@ -272,10 +273,10 @@ bool Parser::Match(std::wstring_view pattern) {
                 if (pattern[i] == c && (i + 1 == pattern.size() || pattern[i + 1] != c)) {
                     break;
                 }
-                i += pattern[i] == c ? 1 : 0; // a doubled quotation mark is one
+                i += pattern[i] == c ? 1 : 0; // a doubled quotation mark stands for one
                 matches = matches && MatchLiteral(pattern[i]);
             }
-            if (i == begin + 1) { // also without anything around it
+            if (i == begin + 1) { // two quotation marks alone as well
                 matches = matches && MatchLiteral(c);
             }
             ++i;
@@ -301,7 +302,7 @@ bool Parser::Match(std::wstring_view pattern) {
             i = end;
         } else if (c == L'.' && i + 1 < pattern.size() && pattern[i + 1] == L'F' &&
                    (GetRest().size() < 2 || GetRest()[0] != L'.' || !IsDigit(GetRest()[1]))) {
-            i = pattern.find_first_not_of(L'F', i + 1); // the point goes with the digits
+            i = pattern.find_first_not_of(L'F', i + 1); // the point belongs to the digits
             i = std::min(i, pattern.size());
         } else {
             matches = matches && MatchLiteral(c);
@@ -331,7 +332,7 @@ std::optional<CDateTime> Parser::GetResult() const {
         return {};
     }
     const CDateTime date = CDateTime::FromDate(m_year.value_or(1), m_month.value_or(1), m_day.value_or(1));
-    // The system's first day is Monday. Before 1602 it writes the days of 1601, which has no leap day.
+    // The system's first day is Monday. Before 1602 it writes the days of 1601, which is not a leap year.
     if (const int day = m_dayOfWeek.value_or(0) % 7; m_dayOfWeek && day != date.GetDayOfWeek()) {
         constexpr int firstYear = 1601, february = 2, leapDay = 29;
         const bool isLeapDay = date.GetMonth() == february && date.GetDay() == leapDay;
@@ -351,8 +352,8 @@ std::optional<CDateTime> Parser::GetResult() const {
     if (!m_offset) {
         return CDateTime(ticks, DateTimeKind::Unspecified);
     }
-    // What was written as local time keeps its fields, also where the zone's offset has changed between then and now,
-    // and where universal time lies outside of the calendar.
+    // Text with the offset of local time keeps its fields, even if the zone's offset has changed since then, and even
+    // if the time in UTC is outside the range of the calendar.
     const CDateTime local(ticks, DateTimeKind::Local);
     if (GetLocalOffset(local) == *m_offset) {
         return local;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: reading of date-times.
+// Private to the library: parsing of date-times.
 
 #include "ZelCore/DateTime.h"
 
@@ -9,14 +9,14 @@
 
 namespace ZelCore {
 
-/// Minutes that local time is ahead of universal time at a local instant. Throws CWin32Exception.
+/// Returns by how many minutes local time is ahead of UTC at a local time. Throws CWin32Exception.
 int GetLocalOffset(const CDateTime& value);
 
-/// The date-time of a text in a format of ParseExact, which must not be empty; nothing for text of another form. Throws
-/// CArgumentException for a format that is none and for an impossible date.
+/// Parses a text in a format of ParseExact; the format must not be empty. Returns no value for text of another form.
+/// Throws CArgumentException for an invalid format and for an impossible date.
 std::optional<CDateTime> ParseDateTime(std::wstring_view text, std::wstring_view format, unsigned long locale);
 
-/// Throws what ParseExact throws for a format that is none.
+/// Throws the exception of ParseExact for an invalid format.
 [[noreturn]] void ThrowBadDateTimeFormat();
 
 } // namespace ZelCore

@@ -17,9 +17,9 @@ namespace ZelCore {
 
 namespace {
 
-/// Without an exponent and with as few digits as give the same number again.
+/// Writes no exponent and the fewest digits that parse to the same number.
 std::wstring FormatSeconds(double seconds) {
-    char digits[512]; // the largest number takes 309
+    char digits[512]; // the largest number needs 309
     const auto result = std::to_chars(digits, digits + sizeof(digits), seconds, std::chars_format::fixed);
     return {digits, result.ptr};
 }
@@ -36,7 +36,7 @@ bool IsDigit(wchar_t c) noexcept {
     return c >= L'0' && c <= L'9';
 }
 
-/// What CConvert::ToInt32 gives, for numbers of a few digits at once.
+/// Returns the result of CConvert::ToInt32; faster for numbers of a few digits.
 int ToInt32(const std::wstring& digits) {
     constexpr std::size_t fewDigits = 9;
     if (digits.size() > fewDigits) {
@@ -49,8 +49,8 @@ int ToInt32(const std::wstring& digits) {
     return value;
 }
 
-/// The nearest number, the largest one for all beyond it: digits that a double holds exactly, divided by a power of ten
-/// that it holds exactly, are rounded once and therefore rightly.
+/// Returns the nearest number; numbers beyond the range become the largest one. If the digits and the power of ten are
+/// exact as doubles, their quotient is rounded only once and is therefore correct.
 double ToDouble(const std::wstring& number) {
     constexpr std::size_t exactDigits = 15;
     if (number.size() > exactDigits) {
@@ -70,12 +70,12 @@ double ToDouble(const std::wstring& number) {
     return static_cast<double>(digits) / static_cast<double>(scale);
 }
 
-/// Walks along the text: numbers with the letter behind them, each letter once and in order.
+/// Parses numbers followed by a letter, each letter at most once and in order.
 class Reader {
 public:
     explicit Reader(const wchar_t* text) noexcept : m_at(text) {}
 
-    /// Whether a number with this letter stands here; it is then taken.
+    /// Whether a number with this letter is next; if so, it is consumed.
     bool Take(wchar_t letter, bool fraction, std::wstring& number) {
         const wchar_t* end = m_at;
         while (IsDigit(*end)) {
@@ -114,7 +114,7 @@ CDuration::CDuration(int years, int months, int days, int hours, int minutes, do
     CheckComponent(L"days", days);
     CheckComponent(L"hours", hours);
     CheckComponent(L"minutes", minutes);
-    if (!(seconds >= 0) || std::isinf(seconds)) { // also what is no number
+    if (!(seconds >= 0) || std::isinf(seconds)) { // also NaN
         const std::wstring text = std::isfinite(seconds) ? FormatSeconds(seconds) : std::to_wstring(seconds);
         throw CArgumentOutOfRangeException(L"seconds", text.c_str(), nullptr,
                                            ZEL_SITE(L"ZelCore::CDuration::CDuration"));
@@ -148,7 +148,7 @@ bool CDuration::TryParse(const wchar_t* text, CDuration& result) {
     }
     take(date);
     if (reader.TakeLetter(L'T')) {
-        any = false; // something has to follow
+        any = false; // a component has to follow
         take(time);
         if (reader.Take(L'S', true, number)) {
             parsed.m_seconds = ToDouble(number);
@@ -204,7 +204,7 @@ CTimeSpan CDuration::ToTimeSpan(const CDateTime& start) const {
     add(L"days", m_days, CTimeSpan::TicksPerDay, std::to_wstring(m_days));
     add(L"hours", m_hours, CTimeSpan::TicksPerHour, std::to_wstring(m_hours));
     add(L"minutes", m_minutes, CTimeSpan::TicksPerMinute, std::to_wstring(m_minutes));
-    constexpr double countable = 9.2e18; // below 64 bits, which doubles only come near to
+    constexpr double countable = 9.2e18; // below 64 bits, which a double cannot represent exactly
     const double milliseconds = m_seconds * 1000;
     if (!(milliseconds < countable)) {
         throw CArgumentOutOfRangeException(L"seconds", FormatSeconds(m_seconds).c_str(), nullptr, ZEL_SITE(method));

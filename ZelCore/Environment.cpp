@@ -12,12 +12,12 @@ using ZelWin32::CheckWin32;
 
 namespace {
 
-constexpr DWORD LargestExpansion = 0x7FFF; // characters with the end; some systems cut there and say nothing
+constexpr DWORD LargestExpansion = 0x7FFF; // characters with the null; some systems truncate there silently
 
 } // namespace
 
 std::wstring CEnvironment::GetUserNameW() {
-    constexpr DWORD longestName = 257; // UNLEN and the end
+    constexpr DWORD longestName = 257; // UNLEN and the terminating null
     std::wstring name(longestName, L'\0');
     DWORD length = longestName;
     CheckWin32(::GetUserNameW(name.data(), &length), ZEL_SITE(L"ZelCore::CEnvironment::GetUserNameW"));

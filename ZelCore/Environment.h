@@ -7,25 +7,26 @@
 
 namespace ZelCore {
 
-/// Questions about the process's surroundings. All throw CWin32Exception when the system has no answer. All static,
-/// asked anew each time, callable from any thread; the answers may differ between threads that act for different users.
+/// Information about the environment of the process. All functions throw CWin32Exception if the system cannot provide
+/// it. All functions are static, query the system on each call and may be called from any thread. Results may differ
+/// between threads that impersonate different users.
 class ZELCORE_API CEnvironment {
 public:
     CEnvironment() = delete;
 
-    /// The name of the user on whose behalf the thread runs, without the domain.
+    /// Returns the name of the user in whose security context the thread runs, without the domain.
     static std::wstring GetUserNameW();
 
-    /// The security identifier (SID) of that user, as the system's functions take it.
+    /// Returns the security identifier (SID) of that user, in binary form.
     static std::vector<unsigned char> GetUserSid();
 
-    /// The computer's name: format 0 its NetBIOS name, 1 its DNS host name, 3 its fully qualified DNS name, as of
-    /// GetComputerNameEx, which refuses formats that it does not know.
+    /// Returns the computer's name: format 0 is its NetBIOS name, 1 its DNS host name, 3 its fully qualified DNS name.
+    /// See GetComputerNameEx, which fails for unknown formats.
     static std::wstring GetMachineName(int format);
 
-    /// The text with "%NAME%" replaced by the environment's variables; unknown names stay. Null throws
-    /// CArgumentNullException for "text", a result of 32,766 characters or more CWin32Exception
-    /// with 111 (ERROR_BUFFER_OVERFLOW).
+    /// Replaces "%NAME%" by the value of the environment variable. Unknown names are kept. Null throws
+    /// CArgumentNullException for "text"; a result of 32,766 characters or more throws CWin32Exception with 111
+    /// (ERROR_BUFFER_OVERFLOW).
     static std::wstring ExpandEnvironmentVariables(const wchar_t* text);
 };
 

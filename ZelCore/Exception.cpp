@@ -17,7 +17,7 @@ const wchar_t* OrEmpty(const wchar_t* text) {
     return text != nullptr ? text : L"";
 }
 
-/// The compiler's own spelling of a type is mangled; people read "class ZelCore::CException".
+/// Returns the readable name of a type, "class ZelCore::CException", because type_info has the mangled one.
 std::string GetReadableName(const std::type_info& type) {
     int status = 0;
     const std::unique_ptr<char, decltype(&std::free)> readable(

@@ -5,64 +5,65 @@
 
 #include <string>
 
-/// The exception family, strings and conversions, dates and lengths of time, identifiers and versions, asynchronous
-/// results, resources.
+/// The exception family, strings and conversions, dates and time spans, identifiers and versions, asynchronous results,
+/// resources.
 namespace ZelCore {
 
-/// The root of every exception that the library throws: what failed, with which code, and where.
+/// The base class of every exception that the library throws: what failed, with which code, and where.
 ///
-/// Exceptions are thrown by value and caught as `const CException&`. A caught one can be kept with
-/// `Clone()` and thrown again later, on any thread, as its own type with `Throw()`.
+/// Exceptions are thrown by value and caught as `const CException&`. `Clone()` keeps a caught exception, and `Throw()`
+/// throws it again later, on any thread, as its original type.
 ///
-/// All text arguments may be null, which counts as empty, and are copied. The one thing that is not
-/// reported through this family is lack of memory, which stays `std::bad_alloc`.
+/// All text arguments are copied; null counts as empty. Only lack of memory is not reported through this family: it is
+/// thrown as `std::bad_alloc`.
 ///
-/// Threads: an object is read by one thread at a time; the texts are composed on first request.
+/// Threads: one thread at a time may read an object, because the texts are composed on first request.
 class ZELCORE_API CException {
 public:
     CException& operator=(const CException&) = delete;
-    /// Pointers to the texts end with the object.
+    /// Ends the validity of pointers to the texts.
     virtual ~CException();
 
     /// Returns a copy of the most-derived object on the heap. The caller owns it.
     ///
-    /// Every class of the family overrides this and Throw. A class of your own has to as well: without that, its
-    /// objects are cloned and thrown as their base class. Throws std::bad_alloc.
+    /// Every class of the family overrides Clone and Throw. A class of your own must do so too; otherwise its objects
+    /// are cloned and thrown as their base class. Throws std::bad_alloc.
     virtual CException* Clone() const;
 
-    /// Throws a copy of the most-derived object; the object itself stays as it is.
+    /// Throws a copy of the most-derived object. The object itself does not change.
     [[noreturn]] virtual void Throw() const;
 
-    /// What failed, for people: the message, in some derived classes with more behind it. Never null. Valid while the
+    /// Returns a human-readable description: the message, extended by some derived classes. Never null. Valid while the
     /// object lives.
     virtual const wchar_t* GetErrorMessage() const;
 
-    /// The whole story on one line: type, source file, line and error message, such as
-    /// "class ZelCore::CFormatException at Convert.cpp:91: Invalid base 64 string".
-    /// Composed on the first call; later calls return the same pointer, valid while the object lives.
+    /// Returns type, source file, line and error message on one line, for example "class ZelCore::CFormatException at
+    /// Convert.cpp:91: Invalid base 64 string". It is composed on the first call; later calls return the same pointer,
+    /// which is valid while the object lives.
     virtual const wchar_t* GetExceptionMessage() const;
 
-    /// The fully qualified name of the method that threw; empty where it is not known. Valid while the object lives.
+    /// Returns the fully qualified name of the method that threw, or an empty string if unknown. Valid while the object
+    /// lives.
     const wchar_t* GetMethod() const noexcept;
 
-    /// The name of the source file that threw, without its folder; empty where it is not known. Valid while the object
-    /// lives.
+    /// Returns the name of the source file that threw, without its folder, or an empty string if unknown. Valid while
+    /// the object lives.
     const wchar_t* GetSourceFile() const noexcept;
 
-    /// The line that threw; 0 where it is not known.
+    /// Returns the line that threw, or 0 if unknown.
     int GetSourceLine() const noexcept;
 
 protected:
-    /// Copies code and texts; for derived classes, since a copy of the base alone would lose the rest. Clone copies an
-    /// object whole.
+    /// Copies code and texts. Protected, because copying the base alone would slice a derived object; Clone copies the
+    /// whole object.
     CException(const CException&);
 
-    /// \param error   the numeric code of the failure: an HRESULT or the system's code
+    /// \param error   the numeric code of the failure: an HRESULT or a system error code
     /// \param message what failed
-    /// \param method, file, line  the throw site, see ZEL_SITE; of the file only the last component is kept
+    /// \param method, file, line  the throw site, see ZEL_SITE; only the last component of the file is kept
     CException(int error, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line);
 
-    /// The numeric code, as it was given to the constructor. Classes whose code tells more than their type make it
+    /// Returns the numeric code given to the constructor. Classes whose code adds information to their type make it
     /// public.
     int GetError() const noexcept;
 

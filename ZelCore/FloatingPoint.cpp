@@ -15,13 +15,13 @@ bool IsZeroOrPoint(char c) noexcept {
     return c == '0' || c == '.';
 }
 
-/// Whether a number outside of the range is beyond it, not too near to 0. It has a digit that is not 0, or it would be
-/// in the range.
+/// Whether a number outside the range is too large rather than too small. It has a digit other than 0, because 0 is in
+/// the range.
 bool IsLarge(std::string_view number, bool isHexadecimal) {
     const std::size_t exponentAt = number.find_first_of(isHexadecimal ? "pP" : "eE");
     const std::string_view digits = number.substr(0, exponentAt);
     const std::size_t point = std::min(digits.find('.'), digits.size());
-    std::size_t first = 0; // that counts
+    std::size_t first = 0; // the first significant digit
     while (first < digits.size() && IsZeroOrPoint(digits[first])) {
         ++first;
     }
@@ -30,7 +30,7 @@ bool IsLarge(std::string_view number, bool isHexadecimal) {
         const bool isSigned = number[exponentAt + 1] == '+' || number[exponentAt + 1] == '-';
         const char* const begin = number.data() + exponentAt + 1 + (isSigned ? 1 : 0);
         if (std::from_chars(begin, number.data() + number.size(), exponent).ec != std::errc()) {
-            return number[exponentAt + 1] != '-'; // more than any text has digits
+            return number[exponentAt + 1] != '-'; // the exponent exceeds the number of digits of any text
         }
         exponent *= number[exponentAt + 1] == '-' ? -1 : 1;
     }
@@ -51,7 +51,7 @@ double ReadDouble(const wchar_t* text, wchar_t** end) {
     for (const wchar_t* c = begin + (isHexadecimal ? 2 : 0); *c != L'\0' && *c < 0x80; ++c) {
         number += static_cast<char>(*c);
     }
-    // What from_chars takes and C does not: a second sign, and words behind "0x".
+    // from_chars accepts some text that C does not: a second sign, and words after "0x".
     const bool isNumber =
         !number.starts_with('-') && (!isHexadecimal || number.find_first_of("0123456789abcdefABCDEF.") == 0);
     double value = 0;

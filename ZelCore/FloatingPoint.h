@@ -1,13 +1,13 @@
 #pragma once
 
-// Private to the library: text to floating-point number.
+// Private to the library: conversion of text to floating-point numbers.
 
 namespace ZelCore {
 
-/// What wcstod reads in the "C" locale, whatever the program's locale is, and in a time that grows with the text only:
-/// the runtime's own needs minutes for a long fraction.
+/// Returns the value of wcstod in the "C" locale, independent of the program's locale. The time is linear in the length
+/// of the text; the runtime's function needs minutes for a long fraction.
 ///
-/// \param end where the number ends; `text` when there is none
+/// \param end set to the end of the number, or to `text` if there is none
 double ReadDouble(const wchar_t* text, wchar_t** end);
 
 } // namespace ZelCore

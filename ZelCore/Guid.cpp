@@ -31,9 +31,9 @@ void CheckRpc(RPC_STATUS status, const wchar_t* method, const wchar_t* file, int
     }
 }
 
-/// The upper-case letter of a GUID format.
+/// Returns the upper-case letter of a GUID format.
 wchar_t GetFormatLetter(const wchar_t* format) {
-    // Site: checks for the method.
+    // Site: checks for ToString.
     if (format == nullptr || *format == L'\0') {
         return L'D';
     }
@@ -75,7 +75,7 @@ CGuid CGuid::Parse(const wchar_t* guid) {
     constexpr std::size_t hyphenatedLength = 36;
     std::wstring text = *guid == L'{' ? std::wstring(guid + 1, ::wcsnlen(guid + 1, hyphenatedLength)) : guid;
     GUID parsed;
-    // Wine and Windows differ in what else they accept, so the length is checked here.
+    // Wine and Windows differ in the other forms that they accept, so the length is checked here.
     if (text.size() != hyphenatedLength ||
         ::UuidFromStringW(reinterpret_cast<RPC_WSTR>(text.data()), &parsed) != RPC_S_OK) {
         throw CArgumentException(L"guid", CString::Format(L"Invalid GUID string '%s'", guid).c_str(),

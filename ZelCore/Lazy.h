@@ -8,23 +8,24 @@
 
 namespace ZelCore {
 
-/// A value that its first user computes, once per object, however many threads ask at the same time.
+/// A value that is computed on first use, once per object, also if several threads request it at the same time.
 ///
-/// A computation that throws leaves the object as it was: the next user tries again. Objects may stand in static
-/// storage as `constinit`, usable before any code of their module runs. Any thread, as long as the object lives.
+/// If the computation throws, the object is unchanged and the next call tries again. Objects may be static and
+/// `constinit`, and are then usable before any code of their module runs. May be used from any thread while the object
+/// lives.
 template <class T> class CLazy {
 public:
-    /// What computes the value: a function, or a lambda that captures nothing.
+    /// The function that computes the value; may be a lambda without captures.
     using Factory = T (*)();
 
-    /// Computes nothing yet.
-    /// \param factory not null; must not ask the object that it computes the value for, which would wait for ever
+    /// Does not compute the value yet.
+    /// \param factory not null; must not request the value of the same object, which would wait forever
     explicit constexpr CLazy(Factory factory) noexcept : m_factory(factory) {}
     CLazy(const CLazy&) = delete;
     CLazy& operator=(const CLazy&) = delete;
 
-    /// The value; the first call computes it. Valid as long as the object lives. What the factory throws passes
-    /// through. Other threads wait meanwhile by CSpinWait, which is made for short work; later calls take no lock.
+    /// Returns the value, which the first call computes. Valid while the object lives. Exceptions of the factory pass
+    /// through. Other threads meanwhile wait with CSpinWait, which suits short computations; later calls take no lock.
     const T& GetValue() {
         if (!m_created.load(std::memory_order_acquire)) {
             const std::lock_guard<Threading::CSpinWait> lock(m_lock);

@@ -16,8 +16,8 @@ constexpr unsigned FirstMessage = 60001;
 constexpr std::size_t MessageCount = 36;
 constexpr std::size_t LongestMessage = 128;
 
-/// String resources are not terminated, so they are copied once. The table needs neither memory nor
-/// a destructor: exceptions are built when memory is short and while the process ends.
+/// String resources are not null-terminated, so they are copied once. The table needs no heap memory and no destructor,
+/// because exceptions are constructed when memory is short and while the process ends.
 struct MessageTable {
     std::array<std::array<wchar_t, LongestMessage>, MessageCount> texts{};
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: its own message texts, kept as numbered string resources in ZelCore.rc.
+// Private to the library: its message texts, stored as numbered string resources in ZelCore.rc.
 
 #include <string>
 
@@ -35,12 +35,12 @@ enum class Message : unsigned {
     InvalidBase16 = 60036,
 };
 
-/// The text of a message, loaded once and valid for the life of the process; empty if the resource is damaged.
-/// It never throws and never allocates, so that a failure can always be described.
+/// Returns the text of a message, loaded once and valid until the process ends; empty if the resource is damaged. It
+/// never throws or allocates, so that every failure can be described.
 const wchar_t* GetMessageText(Message message) noexcept;
 
-/// The text for a refused value: "message: argument is out of range, actual value was ...".
-/// Only for exceptions that do not compose it themselves; a null message counts as empty.
+/// Returns the text for a rejected value: "message: argument is out of range, actual value was ...". Only for
+/// exceptions that do not compose it themselves. A null message counts as empty.
 std::wstring FormatOutOfRange(const wchar_t* message, const wchar_t* actualValue);
 
 } // namespace ZelCore

@@ -17,8 +17,8 @@ namespace {
     throw CArgumentException(L"format", nullptr, ZEL_SITE(L"`anonymous-namespace'::FormatVInternal"));
 }
 
-/// Measures, then fills: `count(format, arguments)` without the terminating zero, then
-/// `fill(buffer, size, format, arguments)` with it.
+/// Determines the length, then formats: `count(format, arguments)` excludes the terminating null, `fill(buffer, size,
+/// format, arguments)` includes it.
 template <class Count, class Fill>
 std::wstring FormatVInternal(const wchar_t* format, va_list arguments, Count count, Fill fill) {
     if (*format == L'\0') {
@@ -34,12 +34,12 @@ std::wstring FormatVInternal(const wchar_t* format, va_list arguments, Count cou
     const auto length = static_cast<std::size_t>(counted);
     std::wstring text;
     bool filled = true;
-    // The operation must not rely on the size it is given: GCC 12 passes the capacity.
+    // The lambda must not use the size passed to it: GCC 12 passes the capacity.
     text.resize_and_overwrite(length, [&](wchar_t* buffer, std::size_t) {
         filled = fill(buffer, length + 1, format, arguments) >= 0;
         return filled ? length : 0;
     });
-    if (!filled) { // the counting form lets unknown conversions pass
+    if (!filled) { // the counting function accepts unknown conversions
         ThrowBadFormat();
     }
     return text;
@@ -54,7 +54,7 @@ constexpr unsigned long long LegacyWideSpecifiers = 4, ThreeDigitExponents = 0x1
 
 #ifdef _UCRT
 
-/// Without a handler this runtime ends the process when a format is malformed.
+/// Without a handler this runtime ends the process for a malformed format.
 struct ToleratesInvalidParameters {
     InvalidParameterHandler previous = ::_set_thread_local_invalid_parameter_handler(&IgnoreInvalidParameter);
     ~ToleratesInvalidParameters() {
@@ -62,7 +62,7 @@ struct ToleratesInvalidParameters {
     }
 };
 
-/// The same text as from the older runtime, which writes exponents of three digits.
+/// Yields the same text as the older runtime, which writes exponents of three digits.
 int CountText(const wchar_t* format, va_list arguments) {
     const ToleratesInvalidParameters tolerant;
     constexpr unsigned long long countsBeyondTheEnd = 2;
@@ -86,7 +86,7 @@ int FillText(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list a
 
 #endif
 
-/// The system's own copy: a name alone would also be looked for in the program's folder.
+/// Loads the system's copy: a name without a path would also be searched for in the program's folder.
 HMODULE LoadSystemLibrary(const wchar_t* name) {
     wchar_t path[MAX_PATH];
     const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
@@ -96,7 +96,7 @@ HMODULE LoadSystemLibrary(const wchar_t* name) {
     return ::LoadLibraryExW((path + (L'\\' + std::wstring(name))).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
 }
 
-/// The runtime's printf with numbered arguments. No import library of this compiler carries it.
+/// The runtime's printf with numbered arguments, which no import library of this compiler contains.
 class PositionalPrintf {
 public:
     PositionalPrintf() {
@@ -112,7 +112,7 @@ public:
     }
 
     int operator()(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list arguments) const {
-        // Without a handler that runtime ends the process when a format is malformed.
+        // Without a handler that runtime ends the process for a malformed format.
         const InvalidParameterHandler previous =
             m_setHandler != nullptr ? m_setHandler(&IgnoreInvalidParameter) : nullptr;
         const int result =
@@ -131,7 +131,7 @@ private:
     SetHandler m_setHandler = nullptr;
 };
 
-/// Ends an argument list also when formatting throws.
+/// Ends an argument list, also if formatting throws.
 struct ArgumentListEnd {
     va_list& list;
     ~ArgumentListEnd() {

@@ -6,8 +6,8 @@ namespace ZelCore::TextCodec {
 
 namespace {
 
-// Only the functions so marked use the instructions: the rest of the library runs on every 64-bit processor.
-// Blocks stay at 16 bytes, since GCC does not align the stack for more on this target.
+// Only the functions with this attribute use the instructions; the rest of the library runs on every 64-bit processor.
+// Blocks have 16 bytes, because GCC does not align the stack to more on this target.
 constexpr std::size_t Block = 16;
 
 bool HasInstructions() noexcept {
@@ -28,12 +28,12 @@ bool HasInstructions() noexcept {
     Store(out + 8, _mm_unpackhi_epi8(characters, _mm_setzero_si128()));
 }
 
-/// Sixteen characters as bytes. One that has no byte becomes 0 or 255, which is no digit either.
+/// Converts sixteen characters to bytes. A character that does not fit becomes 0 or 255, which are not digits.
 [[gnu::target("ssse3")]] inline __m128i LoadNarrow(const wchar_t* in) noexcept {
     return _mm_packus_epi16(Load(in), Load(in + 8));
 }
 
-/// Twelve bytes as sixteen values of six bits.
+/// Splits twelve bytes into sixteen values of six bits.
 [[gnu::target("ssse3")]] inline __m128i SplitIntoSixBits(__m128i bytes) noexcept {
     const __m128i pairs = _mm_shuffle_epi8(bytes, _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10));
     const __m128i odd = _mm_mulhi_epu16(_mm_and_si128(pairs, _mm_set1_epi32(0x0FC0FC00)), _mm_set1_epi32(0x04000040));
@@ -41,7 +41,7 @@ bool HasInstructions() noexcept {
     return _mm_or_si128(odd, even);
 }
 
-/// The digit of each value is the value plus an offset that depends on its range.
+/// The digit of a value is the value plus an offset that depends on its range.
 [[gnu::target("ssse3")]] inline __m128i ToBase64Digits(__m128i values) noexcept {
     const __m128i offsets = _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
                                           '0' - 52, '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
@@ -51,8 +51,8 @@ bool HasInstructions() noexcept {
     return _mm_add_epi8(values, _mm_shuffle_epi8(offsets, range));
 }
 
-/// The values of sixteen digits; false when one of them is none. Each character is looked up by both its halves:
-/// it is valid if the bits found for them have nothing in common.
+/// Converts sixteen digits to values; returns false if one is invalid. Each character is looked up by both its halves
+/// and is valid if the bits found for them do not overlap.
 [[gnu::target("ssse3")]] inline bool FromBase64Digits(__m128i digits, __m128i& values) noexcept {
     const __m128i byLow =
         _mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A);
@@ -68,14 +68,14 @@ bool HasInstructions() noexcept {
     return _mm_movemask_epi8(_mm_cmpeq_epi8(common, _mm_setzero_si128())) == 0xFFFF;
 }
 
-/// Sixteen values of six bits as twelve bytes, and four of zero.
+/// Joins sixteen values of six bits to twelve bytes, followed by four zeros.
 [[gnu::target("ssse3")]] inline __m128i JoinSixBits(__m128i values) noexcept {
     const __m128i pairs = _mm_maddubs_epi16(values, _mm_set1_epi32(0x01400140));
     const __m128i groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
     return _mm_shuffle_epi8(groups, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
 }
 
-/// The values of sixteen hexadecimal digits; false when one of them is none.
+/// Converts sixteen hexadecimal digits to values; returns false if one is invalid.
 [[gnu::target("ssse3")]] inline bool FromHexDigits(__m128i digits, __m128i& values) noexcept {
     const __m128i number = _mm_sub_epi8(digits, _mm_set1_epi8('0'));
     const __m128i letter = _mm_sub_epi8(_mm_or_si128(digits, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
@@ -99,7 +99,7 @@ bool HasInstructions() noexcept {
                                                         unsigned char* out) noexcept {
     std::size_t done = 0;
     __m128i values;
-    // A store writes 16 bytes where 12 count: the room of a second block has to follow.
+    // A store writes 16 bytes, of which 12 are valid: there must be room for a second block.
     for (; done + 2 * Block <= length && FromBase64Digits(LoadNarrow(in + done), values); done += Block, out += 12) {
         Store(out, JoinSixBits(values));
     }

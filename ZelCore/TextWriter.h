@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: formatting of short lines many times faster than the C runtime's.
+// Private to the library: formatting of short lines, many times faster than with the C runtime.
 
 #include <algorithm>
 #include <cstdint>
@@ -9,8 +9,8 @@
 
 namespace ZelCore {
 
-/// Appends text by a printf format of which it knows "%[+][0][width][.precision][h|l]" with d, u and x, and "%c",
-/// "%s", "%%". The caller answers for the number and kind of the arguments, as with printf: all formats are literals.
+/// Appends text by a printf format. Supported are "%[+][0][width][.precision][h|l]" with d, u and x, and "%c", "%s",
+/// "%%". As with printf, the caller is responsible for the number and types of the arguments; all formats are literals.
 class CTextWriter {
 public:
     struct Argument {
@@ -24,7 +24,7 @@ public:
         std::wstring_view text;
     };
 
-    /// How much the arguments take is known in advance only by the caller: `size` is a hint.
+    /// Reserves `size` characters, a hint: only the caller can estimate the length of the arguments.
     explicit CTextWriter(std::size_t size = 64) {
         m_text.reserve(size);
     }

@@ -1,12 +1,12 @@
 #pragma once
 
 /// \file
-/// Where an exception says that it was thrown.
+/// The throw site of exceptions.
 
 namespace ZelCore {
 
-/// The line that a throw site reports: its own, or one that is part of a published contract and must
-/// not move when code above it does. Made for ZEL_SITE.
+/// Returns the line that a throw site reports: its own line, or a published one, which is part of a contract and must
+/// not change when code above it moves. Used by ZEL_SITE.
 ///@{
 constexpr int SiteLine(int own) {
     return own;
@@ -27,6 +27,6 @@ constexpr int SiteLine(int, int published) {
 ///         *buffer = 1;
 ///     }
 ///
-/// A second argument replaces the line of the place itself. Helpers that check on behalf of many callers
-/// take the caller's site as their last three arguments.
+/// An optional second argument replaces the line number. Helpers that check on behalf of many callers take the caller's
+/// site as their last three arguments.
 #define ZEL_SITE(method, ...) (method), L"" __FILE__, ::ZelCore::SiteLine(__LINE__ __VA_OPT__(, ) __VA_ARGS__)

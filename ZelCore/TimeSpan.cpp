@@ -15,7 +15,7 @@ namespace {
 
 using Limits = std::numeric_limits<std::int64_t>;
 
-/// Reads between `least` and `most` digits and moves behind them; -1 when there are fewer.
+/// Parses between `least` and `most` digits and advances; returns -1 if there are fewer.
 std::int64_t ReadDigits(const wchar_t*& text, int least, int most) noexcept {
     std::int64_t number = 0;
     int count = 0;
@@ -32,7 +32,7 @@ std::int64_t ReadDigits(const wchar_t*& text, int least, int most) noexcept {
 std::int64_t ToTicks(std::int64_t days, std::int64_t hours, std::int64_t minutes, std::int64_t seconds,
                      std::int64_t milliseconds) {
     // Site: computes for the constructors.
-    // Sums of 32-bit numbers: below 64 bits up to here.
+    // Sums of 32-bit numbers stay below 64 bits up to here.
     const std::int64_t total = (((days * 24 + hours) * 60 + minutes) * 60 + seconds) * 1000 + milliseconds;
     std::int64_t ticks = 0;
     if (__builtin_mul_overflow(total, CTimeSpan::TicksPerMillisecond, &ticks)) {
@@ -91,7 +91,7 @@ bool CTimeSpan::TryParse(const wchar_t* value, CTimeSpan& result) noexcept {
         seconds > 59 || fraction < 0) {
         return false;
     }
-    // Counted downwards, where there is one tick more.
+    // The sum is negative, because the range has one more negative tick.
     std::int64_t ticks = -((hours * 60 + minutes) * 60 + seconds) * TicksPerSecond - fraction;
     std::int64_t dayTicks = 0;
     if (__builtin_mul_overflow(days, -TicksPerDay, &dayTicks) || __builtin_add_overflow(ticks, dayTicks, &ticks) ||

@@ -8,12 +8,12 @@
 
 namespace ZelCore {
 
-/// A length of time, forwards or backwards, in ticks of 100 nanoseconds. A copyable value.
+/// A signed length of time in ticks of 100 nanoseconds. A copyable value.
 ///
 /// Arithmetic beyond 64 bits (29,000 years) throws CArgumentOutOfRangeException for "ticks" and changes nothing.
 class ZELCORE_API CTimeSpan {
 public:
-    /// How many ticks a unit has.
+    /// Number of ticks per unit.
     ///@{
     static constexpr std::int64_t TicksPerMillisecond = 10'000;
     static constexpr std::int64_t TicksPerSecond = 10'000'000;
@@ -22,9 +22,9 @@ public:
     static constexpr std::int64_t TicksPerDay = 864'000'000'000;
     ///@}
 
-    static const CTimeSpan Zero;     ///< no time at all
-    static const CTimeSpan MinValue; ///< the longest one backwards, by one tick longer than MaxValue
-    static const CTimeSpan MaxValue; ///< the longest one forwards
+    static const CTimeSpan Zero;     ///< zero
+    static const CTimeSpan MinValue; ///< the smallest (negative) value; one tick longer than MaxValue
+    static const CTimeSpan MaxValue; ///< the largest value
 
     /// Zero.
     constexpr CTimeSpan() noexcept = default;
@@ -32,37 +32,37 @@ public:
     /// \param ticks of 100 nanoseconds, of either sign
     constexpr explicit CTimeSpan(std::int64_t ticks) noexcept : m_ticks(ticks) {}
 
-    /// The sum of the parts, each of any size and sign: CTimeSpan(0, 90, 0) is an hour and a half. Throw
+    /// Constructs the sum of the parts, each of any size and sign: CTimeSpan(0, 90, 0) is an hour and a half. Throws
     /// CArgumentOutOfRangeException for "ticks" beyond 64 bits.
     ///@{
     CTimeSpan(int hours, int minutes, int seconds);
     CTimeSpan(int days, int hours, int minutes, int seconds, int milliseconds = 0);
     ///@}
 
-    /// Reads "[-][d.]hh:mm:ss[.fffffff]": hours below 24, minutes and seconds below 60, one to seven digits of a
-    /// fraction. Throws CArgumentNullException for "value" and CFormatException for other text and for a length beyond
+    /// Parses "[-][d.]hh:mm:ss[.fffffff]" with hours below 24, minutes and seconds below 60, and a fraction of one to
+    /// seven digits. Throws CArgumentNullException for "value"; CFormatException for other text and for a length beyond
     /// 64 bits of ticks.
     static CTimeSpan Parse(const wchar_t* value);
 
-    /// The same without exceptions: returns false, with the result zero, for other text and for null.
+    /// Parse without exceptions: for other text and for null it returns false and sets the result to zero.
     static bool TryParse(const wchar_t* value, CTimeSpan& result) noexcept;
 
-    /// The text that Parse reads; days and the seven digits of the fraction only where they are not 0.
+    /// Returns the text that Parse reads. Days and the seven digits of the fraction are omitted if they are 0.
     std::wstring ToString() const;
 
-    /// The whole length in ticks of 100 nanoseconds.
+    /// Returns the whole length in ticks of 100 nanoseconds.
     constexpr std::int64_t GetTicks() const noexcept {
         return m_ticks;
     }
 
-    /// The parts that make up the length, all of them negative in a negative length.
+    /// The components of the length. In a negative length all of them are negative or 0.
     int GetDays() const noexcept;         ///< -10675199 to 10675199
     int GetHours() const noexcept;        ///< -23 to 23
     int GetMinutes() const noexcept;      ///< -59 to 59
     int GetSeconds() const noexcept;      ///< -59 to 59
     int GetMilliseconds() const noexcept; ///< -999 to 999
 
-    /// The whole length in one unit, with its fraction, as exactly as a double can tell.
+    /// The whole length in one unit, including its fraction, with the precision of a double.
     ///@{
     double GetTotalDays() const noexcept;
     double GetTotalHours() const noexcept;
@@ -71,12 +71,12 @@ public:
     double GetTotalMilliseconds() const noexcept;
     ///@}
 
-    /// The same length in the other direction. MinValue has none, and throws.
+    /// Returns the length with the opposite sign. Throws for MinValue, whose negation does not fit into 64 bits.
     CTimeSpan Negate() const;
-    /// The length without its sign. MinValue has none, and throws.
+    /// Returns the absolute length. Throws for MinValue, whose negation does not fit into 64 bits.
     CTimeSpan Duration() const;
 
-    /// Sums, differences and multiples of lengths, in ticks. Those with "=" change this object, unless they throw.
+    /// Sums, differences and multiples of lengths, in ticks. If a compound assignment throws, the object is unchanged.
     ///@{
     CTimeSpan operator-() const {
         return Negate();
@@ -88,7 +88,7 @@ public:
     CTimeSpan& operator-=(const CTimeSpan& other);
     ///@}
 
-    /// By the ticks: a length backwards is less than one forwards.
+    /// Compares the ticks: a negative length is less than a positive one.
     constexpr std::strong_ordering operator<=>(const CTimeSpan&) const noexcept = default;
 
 private:

@@ -10,7 +10,7 @@ namespace ZelCore {
 
 namespace {
 
-/// Reads digits into a number of at most INT_MAX; advances behind them.
+/// Parses a number of at most INT_MAX and advances.
 bool TryReadPart(const wchar_t*& text, int& part) noexcept {
     const wchar_t* const begin = text;
     long long value = 0;

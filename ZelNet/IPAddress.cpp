@@ -66,8 +66,8 @@ std::vector<unsigned char> CIPAddress::GetRawAddressBytesInNetworkOrder() const 
 
 std::wstring CIPAddress::ToString() const {
     wchar_t text[128];
-    DWORD length = static_cast<DWORD>(std::size(text));                                     // afterwards with the end
-    auto* const address = reinterpret_cast<SOCKADDR*>(const_cast<unsigned char*>(m_bytes)); // which is only read
+    DWORD length = static_cast<DWORD>(std::size(text)); // includes the null afterwards
+    auto* const address = reinterpret_cast<SOCKADDR*>(const_cast<unsigned char*>(m_bytes)); // only read
     if (::WSAAddressToStringW(address, Size, nullptr, text, &length) != 0) {
         throw CSocketException(::WSAGetLastError(), nullptr, ZEL_SITE(L"ZelNet::CIPAddress::ToString"));
     }
@@ -86,7 +86,7 @@ bool CIPAddress::Equals(const CIPAddress& other, bool ignoreScope) const {
         return Load4() == other.Load4();
     }
     if (GetFamily() != IPv6Family) {
-        // Unreached: the library compares addresses of the two families only.
+        // Unreached: the library compares only addresses of the two families.
         throw ZelCore::CInvalidOperationException(nullptr, ZEL_SITE(L"ZelNet::CIPAddress::Equals"));
     }
     return (ignoreScope || std::memcmp(m_bytes + ScopeAt, other.m_bytes + ScopeAt, Size - ScopeAt) == 0) &&

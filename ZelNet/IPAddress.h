@@ -12,10 +12,10 @@ union _SOCKADDR_INET;
 
 namespace ZelNet {
 
-/// An IPv4 or IPv6 socket address: address and port, and for IPv6 flow information and scope. A copyable value in the
-/// platform's layout (SOCKADDR_INET), all zero unless it is given something.
+/// An IPv4 or IPv6 socket address: address and port, and for IPv6 flow information and scope. A copyable value with the
+/// platform's layout (SOCKADDR_INET), zero-initialized by default.
 ///
-/// Text needs Winsock: keep a CWsaStartupGuard.
+/// Conversion from and to text requires Winsock: keep a CWsaStartupGuard.
 class ZELCORE_API CIPAddress {
 public:
     static const CIPAddress Any;          ///< 0.0.0.0
@@ -26,49 +26,49 @@ public:
     static constexpr int IPv4Family = 2;  ///< AF_INET
     static constexpr int IPv6Family = 23; ///< AF_INET6
 
-    /// All zero, of no family.
+    /// All zero, without an address family.
     constexpr CIPAddress() noexcept = default;
 
-    /// A copy of the platform's structure, of whatever family.
+    /// Copies the platform's structure, whatever its family.
     CIPAddress(const _SOCKADDR_INET& address) noexcept;
 
-    /// From 4 or 16 bytes in network order, with port 0. Throws CArgumentNullException, or CArgumentException for
+    /// From 4 or 16 bytes in network byte order, with port 0. Throws CArgumentNullException, or CArgumentException for
     /// another length, for "address".
     CIPAddress(const unsigned char* address, std::size_t length);
 
-    /// Reads what Winsock reads: for IPv6 anything with a colon, also "[::1]:80"; for IPv4 also "127.1" and
-    /// "010.0.0.1" (octal), but a port only after brackets, never with an IPv4 address. Returns false, with the result
-    /// unchanged, for other text, for null and for empty text. Never throws.
+    /// Parses what Winsock accepts. For IPv6 this is any text with a colon, also "[::1]:80". For IPv4 also "127.1" and
+    /// "010.0.0.1" (octal). A port is accepted only after brackets, never with an IPv4 address. For other text, for
+    /// null and for empty text it returns false and leaves the result unchanged. Never throws.
     static bool TryParse(const wchar_t* text, CIPAddress& result) noexcept;
 
     /// Whether the address is 127.x.x.x or ::1; false for other families.
     static bool IsLoopback(const CIPAddress& address) noexcept;
 
-    /// 4 bytes of an IPv4 address, 16 of any other, the highest first. Port and scope are not among them.
+    /// Returns 4 bytes for an IPv4 address and 16 bytes for any other, in network byte order, without port and scope.
     std::vector<unsigned char> GetRawAddressBytesInNetworkOrder() const;
 
-    /// As Winsock writes it, with the port when that is not 0: "127.0.0.1:80", "[::1]:80", "fe80::1%3". Throws
-    /// CSocketException for a family that it does not know.
+    /// Returns the text that Winsock writes, with the port unless that is 0: "127.0.0.1:80", "[::1]:80", "fe80::1%3".
+    /// Throws CSocketException for a family that Winsock does not support.
     std::wstring ToString() const;
 
-    /// IPv4Family, IPv6Family, or another AF_ number; 0 for an address that was given nothing.
+    /// Returns IPv4Family, IPv6Family or another AF_ number; 0 for a default-constructed address.
     int GetFamily() const noexcept {
         return m_bytes[0] | m_bytes[1] << 8;
     }
-    /// The port in the processor's byte order; 0 for none.
+    /// Returns the port in host byte order; 0 for none.
     std::uint16_t GetPort() const noexcept {
         return static_cast<std::uint16_t>(m_bytes[2] << 8 | m_bytes[3]);
     }
-    /// Changes the port, which is given in the processor's byte order. It has no part in comparisons.
+    /// Sets the port, which is in host byte order. Comparisons ignore it.
     void SetPort(std::uint16_t port) noexcept {
         m_bytes[2] = static_cast<unsigned char>(port >> 8);
         m_bytes[3] = static_cast<unsigned char>(port);
     }
-    /// Writes the address into the platform's structure, all of its 28 bytes.
+    /// Writes the address to the platform's structure, all 28 bytes of it.
     void CopyTo(_SOCKADDR_INET& address) const noexcept;
 
     /// The order of addresses: by the number of the family, so that IPv4 comes before IPv6, then byte by byte. Ports
-    /// and scopes play no part. Two addresses of the same other family throw CInvalidOperationException.
+    /// and scopes are ignored. Two addresses of the same other family throw CInvalidOperationException.
     ///@{
     friend bool operator<(const CIPAddress& a, const CIPAddress& b) {
         const int family = a.GetFamily(), other = b.GetFamily();
@@ -95,7 +95,7 @@ public:
 private:
     friend class CDns;
 
-    static constexpr std::size_t Size = 28; ///< of a SOCKADDR_INET
+    static constexpr std::size_t Size = 28; ///< size of a SOCKADDR_INET
     static constexpr std::size_t IPv4At = 4;
     static constexpr std::size_t IPv6At = 8;
     static constexpr std::size_t ScopeAt = 24;
@@ -123,7 +123,7 @@ private:
     alignas(4) unsigned char m_bytes[Size] = {};
 };
 
-/// The order of addresses, as of the friends of CIPAddress.
+/// The order of addresses, see the friend functions of CIPAddress.
 ///@{
 bool operator<(const CIPAddress& a, const CIPAddress& b);
 bool operator<=(const CIPAddress& a, const CIPAddress& b);

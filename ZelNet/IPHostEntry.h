@@ -8,25 +8,25 @@
 
 namespace ZelNet {
 
-/// What the resolver knows of a host. A copyable value: what the methods return is valid while the object lives and is
-/// not assigned to.
+/// The resolver's information about a host. A copyable value. References returned by its methods are valid while the
+/// object lives and is not assigned to.
 class CIPHostEntry {
 public:
-    /// Nothing is known.
+    /// An empty entry.
     CIPHostEntry() = default;
-    /// Takes over addresses and name as they are.
+    /// Takes over addresses and name unchanged.
     CIPHostEntry(std::vector<CIPAddress> addresses, std::wstring hostName)
         : m_addresses(std::move(addresses)), m_hostName(std::move(hostName)) {}
 
-    /// The IPv4 and IPv6 addresses, in the order of the resolver.
+    /// Returns the IPv4 and IPv6 addresses in the order of the resolver.
     const std::vector<CIPAddress>& GetAddressList() const noexcept {
         return m_addresses;
     }
-    /// Always empty: the resolver does not tell other names.
+    /// Always empty: the resolver does not return aliases.
     const std::vector<std::wstring>& GetAliases() const noexcept {
         return m_aliases;
     }
-    /// The canonical name; empty where the resolver gave none.
+    /// Returns the canonical name; empty if the resolver returned none.
     const std::wstring& GetHostName() const noexcept {
         return m_hostName;
     }

@@ -8,18 +8,18 @@ struct WSAData;
 
 namespace ZelNet {
 
-/// Keeps Winsock initialised as long as it lives. Guards may be nested.
+/// Keeps Winsock initialized while the guard lives. Guards may be nested.
 class ZELCORE_API CWsaStartupGuard {
 public:
-    /// Starts Winsock, or counts one more user of it. Throws CSocketException when it is not there or too old.
-    /// \param first,second the minor and the major version that is asked for
+    /// Initializes Winsock, or increments its use count. Throws CSocketException if it is unavailable or too old.
+    /// \param first,second the requested minor and major version
     explicit CWsaStartupGuard(int first = 2, int second = 2);
     CWsaStartupGuard(const CWsaStartupGuard&) = delete;
     CWsaStartupGuard& operator=(const CWsaStartupGuard&) = delete;
-    /// Counts one user less; with the last one in the process all sockets are closed.
+    /// Decrements the use count. The last guard of the process closes all sockets.
     ~CWsaStartupGuard();
 
-    /// What Winsock said of itself. Valid while the guard lives.
+    /// Returns the information that Winsock reported about itself. Valid while the guard lives.
     const WSAData& GetData() const noexcept {
         return *m_data;
     }

@@ -11,7 +11,7 @@ namespace ZelWin32 {
 
 namespace {
 
-/// A null _bstr_t converts to a null pointer; a BSTR may be empty without being null.
+/// A null _bstr_t converts to a null pointer, and an empty BSTR need not be null.
 std::wstring ToText(const _bstr_t& text) {
     return text.length() != 0 ? std::wstring(static_cast<const wchar_t*>(text), text.length()) : std::wstring();
 }

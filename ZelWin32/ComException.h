@@ -14,12 +14,12 @@ public:
     /// \param method,file,line  the throw site, see ZEL_SITE
     CComException(long hr, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line);
 
-    /// \param error   its rich description is used where it carries one; nothing of it is kept
+    /// \param error   its rich error description is used if there is one; the object is not stored
     /// \param message what was attempted; may be null
     /// \param method,file,line  the throw site, see ZEL_SITE
     CComException(const _com_error& error, const wchar_t* message, const wchar_t* method, const wchar_t* file,
                   int line);
-    /// A copy has its own code and texts. Pointers to an object's texts end with it.
+    /// A copy has its own code and texts. Pointers to the texts of an object are valid until it is destroyed.
     ///@{
     CComException(const CComException&);
     ~CComException() override;
@@ -28,13 +28,13 @@ public:
     CComException* Clone() const override;
     [[noreturn]] void Throw() const override;
 
-    /// The HRESULT, negative for a failure.
+    /// Returns the HRESULT, which is negative for a failure.
     long GetError() const noexcept;
 
-    /// The name of the component that reported the error; empty when it left none.
+    /// Returns the name of the component that reported the error; empty if it did not provide one.
     static std::wstring GetComErrorSource(const _com_error& error);
 
-    /// The description that the component left, or else the standard text of the HRESULT.
+    /// Returns the description provided by the component, or else the standard text of the HRESULT.
     static std::wstring GetComErrorDescription(const _com_error& error);
 };
 

@@ -4,17 +4,17 @@
 
 namespace ZelWin32 {
 
-/// COM for the calling thread as long as the guard lives, in the multithreaded apartment; a thread that is in another
-/// apartment already stays there.
+/// Initializes COM for the calling thread while the guard lives, in the multithreaded apartment. A thread that is
+/// already in another apartment stays there.
 ///
-/// Release what COM gave before the guard ends, and end it on the thread that made it.
+/// Release all COM objects before the guard is destroyed, and destroy the guard on the thread that created it.
 class ZELCORE_API CComInitGuard {
 public:
-    /// Guards may be nested; COM ends with the outermost. Throws CComException when the system refuses.
+    /// Guards may be nested; the outermost one uninitializes COM. Throws CComException if the system call fails.
     CComInitGuard();
     CComInitGuard(const CComInitGuard&) = delete;
     CComInitGuard& operator=(const CComInitGuard&) = delete;
-    /// Ends COM on the thread, unless the guard has found it there in another apartment.
+    /// Uninitializes COM on the thread, unless the thread was already in another apartment.
     ~CComInitGuard();
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: owners of what COM gives, and the one translation of its failures.
+// Private to the library: owners of COM objects and texts, and the translation of COM failures.
 
 #include "ZelWin32/ComException.h"
 #include "ZelWin32/Windows.h"
@@ -12,7 +12,7 @@
 
 namespace ZelWin32 {
 
-/// Holds one reference to an object.
+/// Owns one reference to an object.
 template <class Interface> class ComPointer {
 public:
     ComPointer() noexcept = default;
@@ -41,7 +41,7 @@ public:
     Interface* operator->() const noexcept {
         return m_object;
     }
-    /// Where a call stores a new reference; an old one is released first.
+    /// The address for a call that returns a new reference. The old reference is released first.
     Interface** Receive() noexcept {
         *this = ComPointer();
         return &m_object;
@@ -54,31 +54,31 @@ private:
     Interface* m_object = nullptr;
 };
 
-/// Throws CComException with the description of the thread's error object, which it takes away.
+/// Throws CComException with the description of the thread's error object, which is cleared.
 [[noreturn]] void ThrowComError(HRESULT hr, const wchar_t* method, const wchar_t* file, int line);
 
-/// Throws CComException for a failure of a method of an object, or of a function that makes one, with the description
-/// that the call left in the thread's error object.
+/// Throws CComException if a method of an object, or a function that creates one, has failed, with the description that
+/// the call stored in the thread's error object.
 inline void CheckCom(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
     if (FAILED(hr)) {
         ThrowComError(hr, method, file, line);
     }
 }
 
-/// The same for a call that leaves no error object: what is there is of another failure.
+/// The same for a call that stores no error object; an existing one belongs to another failure.
 inline void CheckComCode(HRESULT hr, const wchar_t* method, const wchar_t* file, int line) {
     if (FAILED(hr)) {
         throw CComException(hr, nullptr, method, file, line);
     }
 }
 
-/// Forgets the error object that somebody else's failure has left on the thread. To be called before a row of calls
-/// that are checked by CheckCom: a call that fails without a word would be given that one's description.
+/// Clears the error object that an earlier failure of other code left on the thread. Call it before a series of calls
+/// checked by CheckCom; otherwise a call that fails without an error object would get that description.
 inline void ForgetComError() noexcept {
     ::SetErrorInfo(0, nullptr);
 }
 
-/// Text in the form that COM takes and gives.
+/// An owner of a BSTR.
 class ComText {
 public:
     ComText() noexcept = default;
@@ -97,7 +97,7 @@ public:
     BSTR Get() const noexcept {
         return m_text;
     }
-    /// Gives the text away to whoever frees it.
+    /// Releases ownership of the text to the caller.
     BSTR Detach() noexcept {
         return std::exchange(m_text, nullptr);
     }
@@ -113,7 +113,7 @@ private:
     BSTR m_text = nullptr;
 };
 
-/// A variant that is cleared at the end.
+/// A variant that is cleared by the destructor.
 struct ComVariant : VARIANT {
     ComVariant() noexcept {
         ::VariantInit(this);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: the system's lock between threads of a process.
+// Private to the library: the system's lock between the threads of a process.
 
 #include "ZelCore/ThrowSite.h"
 #include "ZelWin32/ComException.h"
@@ -8,7 +8,7 @@
 
 namespace ZelWin32 {
 
-/// Re-entrant; std::lock_guard works with it.
+/// Recursive; can be used with std::lock_guard.
 class CCriticalSection {
 public:
     /// Throws CComException with the HRESULT of the last error.

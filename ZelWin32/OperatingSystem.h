@@ -4,13 +4,13 @@
 
 namespace ZelWin32 {
 
-/// Questions about the system that the process runs on.
+/// Information about the operating system.
 class ZELCORE_API COperatingSystem {
 public:
     COperatingSystem() = delete;
 
-    /// Major and minor version and build, as the system reports them to this program: systems after 6.2 report 6.2
-    /// to programs whose manifest does not name them. The revision is 0. Throws CWin32Exception.
+    /// Returns the major and minor version and the build as the system reports them to this program; the revision is 0.
+    /// Systems after version 6.2 report 6.2 to programs whose manifest does not list them. Throws CWin32Exception.
     static ZelCore::CVersion GetVersion();
 };
 

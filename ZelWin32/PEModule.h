@@ -6,22 +6,22 @@
 
 namespace ZelWin32 {
 
-/// Questions about the executable files loaded into the process. Module handles are borrowed, never released: they are
-/// valid as long as somebody else keeps the module loaded. All static, callable from any thread.
+/// Information about the modules loaded into the process. Module handles are borrowed and never released: they are
+/// valid while the module stays loaded. All functions are static and may be called from any thread.
 class ZELCORE_API CPEModule {
 public:
     CPEModule() = delete;
 
-    /// The handle of the module that an address of code or static data belongs to; null when there is none.
-    /// A null address gives the running program.
+    /// Returns the handle of the module that contains an address of code or static data, or null if there is none. A
+    /// null address returns the handle of the running program.
     static void* GetModuleHandleOf(const void* address) noexcept;
 
-    /// The handle of a module that is loaded already; of the running program for null. It loads nothing. Throws
-    /// CWin32Exception with the name when there is none.
+    /// Returns the handle of a module that is already loaded; null is the running program. It loads nothing. Throws
+    /// CWin32Exception with the name if there is no such module.
     static void* Load(const wchar_t* name);
 
-    /// The full path of a loaded module; of the running program for a null handle.
-    /// Throws CWin32Exception for a handle that is no module.
+    /// Returns the full path of a loaded module; a null handle is the running program. Throws CWin32Exception for a
+    /// handle that is not a module.
     static std::wstring GetModuleFileNameW(void* module);
 };
 

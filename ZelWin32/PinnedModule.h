@@ -1,14 +1,14 @@
 #pragma once
 
-// Private to the library: keeps it loaded while others may still call it.
+// Private to the library: keeps the library loaded while it may still be called.
 
 #include "ZelWin32/Windows.h"
 
 namespace ZelWin32 {
 
-/// The library stays loaded until the process ends, whatever its users release. For callbacks that the system may be
-/// running on a thread of its own when the last user releases the library. False, with the last error set, when the
-/// system refuses.
+/// Keeps the library loaded until the process ends, even if all its users release it. Required for callbacks that the
+/// system may be running on its own thread when the last user releases the library. Returns false, with the last error
+/// set, if the system call fails.
 inline bool PinOwnModule() noexcept {
     HMODULE module = nullptr;
     return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,

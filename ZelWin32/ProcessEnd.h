@@ -1,16 +1,16 @@
 #pragma once
 
-// Private to the library: whether anybody is left to wait for.
+// Private to the library: detects the end of the process.
 
 #include "ZelWin32/Windows.h"
 
-/// Of ntdll; the compiler's headers lack it.
+/// Exported by ntdll, missing in the compiler's headers.
 extern "C" __declspec(dllimport) BOOLEAN __stdcall RtlDllShutdownInProgress();
 
 namespace ZelWin32 {
 
-/// True for the last destructors of a process, those of DLLs' static objects say: the system has ended all other
-/// threads, wherever they were.
+/// True during the last destructors of a process, for example those of static objects of DLLs. The system has then
+/// terminated all other threads, wherever they were.
 inline bool IsProcessEnding() noexcept {
     return ::RtlDllShutdownInProgress() != FALSE;
 }

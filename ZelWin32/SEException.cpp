@@ -10,8 +10,8 @@ namespace ZelWin32 {
 
 namespace {
 
-/// The C runtime keeps a translator of its own for code built by compilers that ask it. Its import library
-/// for this compiler lacks the function, so it is looked up by its decorated name.
+/// The C runtime has its own translator for code built by compilers that call it. The runtime's import library for this
+/// compiler does not contain the function, so it is looked up by its decorated name.
 CSEException::CSETranslatorSentry::Translator
 SetRuntimeTranslator(CSEException::CSETranslatorSentry::Translator translator) noexcept {
     using Translator = CSEException::CSETranslatorSentry::Translator;
@@ -32,7 +32,7 @@ CSEException::CSETranslatorSentry::CSETranslatorSentry(Translator translator) : 
     const Translator chosen = translator != nullptr ? translator : &SETranslator;
     if (!EnterSETranslation(m_impl->scope, chosen, this)) {
         delete m_impl;
-        // Unreached: the first scope of a process fails only without slots or memory.
+        // Unreached: the first scope of a process fails only without FLS slots or memory.
         ThrowLastError(ZEL_SITE(L"ZelWin32::CSEException::CSETranslatorSentry::CSETranslatorSentry"));
     }
     m_impl->runtimePrevious = SetRuntimeTranslator(chosen);
@@ -56,7 +56,7 @@ void CSEException::CSETranslatorSentry::SETranslator(unsigned int code, _EXCEPTI
 CSEException::CSEException(unsigned long code, const void* address, const wchar_t* method, const wchar_t* file,
                            int line)
     : CWin32Exception(code, nullptr, method, file, line), m_address(address) {
-    // A null address would stand for the program itself.
+    // A null address would refer to the program itself.
     if (void* const module = address != nullptr ? CPEModule::GetModuleHandleOf(address) : nullptr) {
         const std::wstring path = CPEModule::GetModuleFileNameW(module);
         m_module = path.substr(path.find_last_of(L'\\') + 1);

@@ -9,8 +9,8 @@ struct _EXCEPTION_POINTERS;
 
 namespace ZelWin32 {
 
-/// A structured exception (an access violation, a division by zero, a raised code) arrived inside the scope
-/// of a CSETranslatorSentry. The code is the structured exception's, such as 0xC0000005.
+/// A structured exception (for example an access violation, a division by zero or a raised code) occurred inside the
+/// scope of a CSETranslatorSentry. The code is that of the structured exception, for example 0xC0000005.
 class ZELCORE_API CSEException : public CWin32Exception {
 public:
     /// Translates the structured exceptions of one thread into C++ exceptions while it is in scope:
@@ -22,40 +22,41 @@ public:
     ///         std::printf("%08lX\n", e.GetError());
     ///     }
     ///
-    /// The library's own translator throws ZelCore::Remoting::CRpcException for the codes 1700 to 1999, which
-    /// RPC client stubs raise, and CSEException for every other code. Sentries nest; leaving the scope puts
-    /// back what was there before.
+    /// The default translator throws ZelCore::Remoting::CRpcException for the codes 1700 to 1999, which RPC client
+    /// stubs raise, and CSEException for every other code. Sentries nest; leaving the scope restores the previous
+    /// state.
     ///
-    /// Every structured handler between the fault and the sentry is asked first, as the system would ask it; only what
-    /// none of them handles is translated. So are vectored handlers that were registered before the process's first
-    /// sentry. Never translated are the exceptions of language runtimes, the naming of threads, breakpoints, single
-    /// steps and stack overflows. While a translator runs, its own faults go to the sentry outside of its own.
+    /// Every structured exception handler between the fault and the sentry is called first, as the system would call
+    /// it; only exceptions that none of them handles are translated. The same applies to vectored handlers that were
+    /// registered before the first sentry of the process. The following are never translated: exceptions of language
+    /// runtimes, thread naming, breakpoints, single steps and stack overflows. While a translator runs, its own faults
+    /// are translated by the next outer sentry.
     ///
-    /// A function unwinds from a fault in its own instructions only if it was compiled with -fnon-call-exceptions;
-    /// codes raised by functions that it calls need nothing. A fault inside a function that the compiler holds for one
-    /// that cannot throw, such as strlen, memcpy or anything noexcept, ends the process with std::terminate: its
-    /// callers have no unwinding for that call.
+    /// A fault in a function's own instructions unwinds that function only if it was compiled with
+    /// -fnon-call-exceptions; codes raised by functions that it calls have no such requirement. A fault inside a
+    /// function that the compiler treats as non-throwing, for example strlen, memcpy or any noexcept function, ends the
+    /// process with std::terminate, because its callers have no unwind information for that call.
     ///
     /// The first sentry of a process keeps the library loaded until the process ends.
     ///
-    /// Threads: create it on the thread whose exceptions it is to translate, on the stack, and destroy it there
-    /// in reverse order of creation. Fibers: a sentry belongs to the fiber that created it. Code built for the C
-    /// runtime's own translator, which belongs to the thread, has the one that was installed last.
+    /// Threads: create the object on the stack of the thread whose exceptions it translates, and destroy it there in
+    /// reverse order of creation. Fibers: a sentry belongs to the fiber that created it. For code built for the C
+    /// runtime's own translator, which belongs to the thread, the translator installed last is in effect.
     class ZELCORE_API CSETranslatorSentry {
     public:
-        /// Throws a C++ exception for a structured one, which then leaves from the place of the fault. If it returns,
-        /// a faulting instruction is run once more with all registers as they were, in case that the translator has
-        /// mended the cause; when it faults again in the same way, and for a raised code at once, the system searches
-        /// for a handler as if there were no sentry. The translator runs on the thread and the stack of the fault; what
-        /// the pointers lead to is borrowed for the call.
+        /// Throws a C++ exception for a structured one; it leaves from the place of the fault. If the translator
+        /// returns after a fault, the instruction is executed once more with all registers unchanged, in case the
+        /// translator has removed the cause. If it faults again in the same way, and for a raised code at once, the
+        /// system searches for a handler as if there were no sentry. The translator runs on the thread and the stack of
+        /// the fault; the pointers are borrowed for the call.
         using Translator = void(__cdecl*)(unsigned int code, _EXCEPTION_POINTERS* pointers);
 
-        /// Begins to translate. Throws CWin32Exception when the system has no room for it.
-        /// \param translator null for the library's own
+        /// Starts to translate. Throws CWin32Exception if the system has no resources for it.
+        /// \param translator null for the default translator
         explicit CSETranslatorSentry(Translator translator);
         CSETranslatorSentry(const CSETranslatorSentry&) = delete;
         CSETranslatorSentry& operator=(const CSETranslatorSentry&) = delete;
-        /// Puts back what was there before.
+        /// Restores the previous state.
         ~CSETranslatorSentry();
 
     private:
@@ -66,7 +67,7 @@ public:
         impl* m_impl;
     };
 
-    /// A copy has its own code and texts. Pointers to an object's texts end with it.
+    /// A copy has its own code and texts. Pointers to the texts of an object are valid until it is destroyed.
     ///@{
     CSEException(const CSEException&);
     ~CSEException() override;
@@ -75,15 +76,15 @@ public:
     CSEException* Clone() const override;
     [[noreturn]] void Throw() const override;
 
-    /// The address of the instruction that faulted. For a code that was raised, the place in the system that raised it.
+    /// Returns the address of the faulting instruction. For a raised code it is the place in the system that raised it.
     const void* GetAddress() const noexcept;
 
-    /// The file name, without folder, of the module that the address lies in; empty where it lies in none, after a call
-    /// through a bad pointer for example. Valid while the object lives.
+    /// Returns the file name, without folder, of the module that contains the address. It is empty if there is none,
+    /// for example after a call through an invalid pointer. Valid while the object lives.
     const wchar_t* GetModule() const noexcept;
 
-    /// The distance of the address from the start of its module, in bytes, which symbol files are searched by; 0 where
-    /// there is no module.
+    /// Returns the offset of the address from the start of its module, in bytes, for lookup in symbol files; 0 if there
+    /// is no module.
     std::size_t GetOffset() const noexcept;
 
 private:

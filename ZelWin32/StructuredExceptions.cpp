@@ -13,8 +13,9 @@ void ZelRaiseTranslated();
 [[noreturn]] void ZelThrowTranslated(ZelWin32::SETranslationScope* scope);
 }
 
-// The thread continues here after a fault, as if the faulting instruction had called it with the scope in rcx. A fault
-// leaves the stack aligned in any way, so the frame is addressed through rbp and the stack aligned by hand.
+// After a fault the thread continues here, as if the faulting instruction had called this function with the scope in
+// rcx. A fault may leave the stack with any alignment, so the frame is addressed through rbp and the stack is aligned
+// explicitly.
 __asm__(".text\n"
         ".globl ZelRaiseTranslated\n"
         ".def ZelRaiseTranslated; .scl 2; .type 32; .endef\n"
@@ -35,14 +36,15 @@ namespace ZelWin32 {
 
 namespace {
 
-/// Raised by language runtimes and debuggers for their own purposes, or impossible to handle on the spot.
+/// Codes that language runtimes and debuggers raise for their own purposes, or that cannot be handled at the place of
+/// the fault.
 bool IsForeign(DWORD code) noexcept {
     constexpr DWORD foreign[] = {
         0x20474343,
         0x21474343,
         0x22474343, // this compiler's throw, unwind and forced unwind
         0xE06D7363, // the other compiler's throw
-        0x406D1388, // naming of a thread
+        0x406D1388, // thread naming
         EXCEPTION_BREAKPOINT,
         EXCEPTION_SINGLE_STEP,
         EXCEPTION_STACK_OVERFLOW,
@@ -52,7 +54,7 @@ bool IsForeign(DWORD code) noexcept {
 }
 
 const NT_TIB& GetThreadBlock() noexcept {
-    const NT_TIB* block = nullptr; // NtCurrentTeb makes the compiler warn of its own code
+    const NT_TIB* block = nullptr; // NtCurrentTeb causes a warning of the compiler
     __asm__("movq %%gs:0x30, %0" : "=r"(block));
     return *block;
 }
@@ -63,21 +65,21 @@ bool IsOnStack(DWORD64 address) noexcept {
            address <= reinterpret_cast<DWORD64>(block.StackBase) - sizeof(DWORD64);
 }
 
-/// What asking the handlers between a fault and the sentry came to.
+/// The result of calling the handlers between a fault and the sentry.
 enum class Answer {
-    None,        ///< nobody handles it
-    Continue,    ///< a handler mended the fault: the thread goes on with the context
-    Unreachable, ///< the frames do not lead to the sentry; nor would a C++ exception get there
+    None,        ///< no handler handles it
+    Continue,    ///< a handler removed the cause: the thread continues with the context
+    Unreachable, ///< the frames do not lead to the sentry, so a C++ exception would not get there
 };
 
-/// The search that the system would do, as far as the sentry: the same handlers, in the same order, with the same
-/// arguments. A handler that handles the exception unwinds the stack and does not return.
+/// Repeats the system's search up to the sentry: the same handlers, in the same order, with the same arguments. A
+/// handler that handles the exception unwinds the stack and does not return.
 class HandlerSearch {
 public:
     HandlerSearch(EXCEPTION_POINTERS& pointers, const SETranslationScope& scope) noexcept
         : m_record(*pointers.ExceptionRecord), m_fault(*pointers.ContextRecord), m_scope(scope),
           m_walk(*pointers.ContextRecord), m_entry(GetThreadBlock().ExceptionList) {
-        m_walk.ContextFlags &= ~DWORD{0x40}; // the extended state lies after the original, and is not copied
+        m_walk.ContextFlags &= ~DWORD{0x40}; // the extended state is stored after the original and is not copied
     }
 
     Answer Run() {
@@ -91,7 +93,7 @@ public:
             if (answer != Answer::None) {
                 return answer;
             }
-            if (m_walk.Rsp <= before) { // frames lie in order, or somebody has damaged the stack
+            if (m_walk.Rsp <= before) { // frames are in order, unless the stack is damaged
                 return Answer::Unreachable;
             }
         }
@@ -123,7 +125,7 @@ private:
                 return Answer::None;
             case ExceptionContinueExecution:
                 return Answer::Continue;
-            case ExceptionCollidedUnwind: // the fault happened while another exception unwound this frame: go on there
+            case ExceptionCollidedUnwind: // the fault occurred while another exception unwound this frame: go on there
                 ::RtlVirtualUnwind(UNW_FLAG_NHANDLER, m_dispatch.ImageBase, m_dispatch.ControlPc,
                                    m_dispatch.FunctionEntry, &m_walk, &m_dispatch.HandlerData,
                                    &m_dispatch.EstablisherFrame, nullptr);
@@ -135,7 +137,7 @@ private:
         }
     }
 
-    /// Wine keeps its guards in the list of handlers that 32-bit programs have; elsewhere it is empty.
+    /// Wine keeps its guards in the list of handlers of 32-bit programs; on other systems the list is empty.
     Answer AskEntries() {
         while (m_entry != m_scope.handlerChain && IsOnStack(reinterpret_cast<DWORD64>(m_entry)) &&
                reinterpret_cast<DWORD64>(m_entry) < m_walk.Rsp) {
@@ -173,8 +175,8 @@ private:
 
 DWORD g_slot = FLS_OUT_OF_INDEXES;
 
-/// The innermost scope that the fault lies in. Left out are scopes whose translator runs, and such as were left
-/// without their destructor, by longjmp for example.
+/// Returns the innermost scope that contains the fault. It skips scopes whose translator is running, and scopes left
+/// without their destructor, for example by longjmp.
 SETranslationScope* FindScope(DWORD64 stackPointer) noexcept {
     const auto isBelow = [&](const void* address) { return stackPointer < reinterpret_cast<DWORD64>(address); };
     auto scope = static_cast<SETranslationScope*>(::FlsGetValue(g_slot));
@@ -184,7 +186,7 @@ SETranslationScope* FindScope(DWORD64 stackPointer) noexcept {
     return scope;
 }
 
-/// A code raised by a call is not raised again by running an instruction once more.
+/// A code raised by a call would not be raised again by executing one instruction again.
 bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
     const auto function = [](DWORD64 address) -> const void* {
         DWORD64 base = 0;
@@ -196,13 +198,13 @@ bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
         const FARPROC raise = handle != nullptr ? ::GetProcAddress(handle, name) : nullptr;
         return raise != nullptr && own != nullptr && own == function(reinterpret_cast<DWORD64>(raise));
     };
-    constexpr DWORD severity = 0xF0000000; // the processor's faults are the system's errors and warnings
+    constexpr DWORD severity = 0xF0000000; // the processor's faults have the system's severities error and warning
     const bool isOfProcessor =
         (record.ExceptionCode & severity) == 0xC0000000 || (record.ExceptionCode & severity) == 0x80000000;
     return !isOfProcessor || isOf(L"kernelbase", "RaiseException") || isOf(L"ntdll", "RtlRaiseException");
 }
 
-/// Whether the exception is the one that was let go: the same instruction with the same registers.
+/// Whether the exception is the declined one: the same instruction with the same registers.
 bool IsDeclined(const EXCEPTION_POINTERS& pointers, const SETranslationScope& scope) noexcept {
     const EXCEPTION_RECORD &now = *pointers.ExceptionRecord, &then = scope.record;
     const DWORD64 *const first = &pointers.ContextRecord->Rax, *const last = &pointers.ContextRecord->Rip;
@@ -213,7 +215,7 @@ bool IsDeclined(const EXCEPTION_POINTERS& pointers, const SETranslationScope& sc
 }
 
 void Redirect(CONTEXT& context, SETranslationScope& scope) noexcept {
-    // The unwinder looks up one byte before a return address: the faulting instruction itself.
+    // The unwinder looks up the byte before a return address: here the faulting instruction itself.
     context.Rsp -= sizeof(DWORD64);
     *reinterpret_cast<DWORD64*>(context.Rsp) = context.Rip + 1;
     context.Rip = reinterpret_cast<DWORD64>(&ZelRaiseTranslated);
@@ -222,8 +224,8 @@ void Redirect(CONTEXT& context, SETranslationScope& scope) noexcept {
     context.EFlags &= ~directionAlignmentAndTrap;
 }
 
-/// Runs the translator on the stack of the fault, with the system's own records. What it throws is kept, and thrown
-/// where the fault happened; when it returns, it has mended the fault or declined it.
+/// Runs the translator on the stack of the fault, with the system's own records. Its exception is stored and thrown at
+/// the place of the fault. If it returns, it has removed the cause or declined the exception.
 LONG Translate(EXCEPTION_POINTERS& pointers, SETranslationScope& scope) {
     const int mark = 0;
     scope.running = &mark;
@@ -240,7 +242,7 @@ LONG Translate(EXCEPTION_POINTERS& pointers, SETranslationScope& scope) {
     if (WasRaisedByCall(*pointers.ExceptionRecord)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    // The instruction runs once more, with all registers as they were. Whether the fault is mended shows then.
+    // The instruction is executed again with all registers unchanged; this shows whether the cause was removed.
     scope.record = *pointers.ExceptionRecord;
     scope.context = *pointers.ContextRecord;
     scope.declined = true;
@@ -258,7 +260,7 @@ LONG Dispatch(EXCEPTION_POINTERS& pointers) {
     switch (HandlerSearch(pointers, *scope).Run()) {
     case Answer::None:
         return Translate(pointers, *scope);
-    case Answer::Continue: // where that is not allowed, the system says so when it comes to the same handler
+    case Answer::Continue: // if that is not allowed, the system reports it when it calls the same handler
         return (pointers.ExceptionRecord->ExceptionFlags & EXCEPTION_NONCONTINUABLE) != 0
                    ? EXCEPTION_CONTINUE_SEARCH
                    : EXCEPTION_CONTINUE_EXECUTION;
@@ -274,13 +276,13 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
     return result;
 }
 
-/// From the first sentry until the process ends: another thread may be inside the handler at any time.
+/// Registered until the process ends, because another thread may be inside the handler at any time.
 bool Register() noexcept {
     if (!PinOwnModule()) {
         return false;
     }
     g_slot = ::FlsAlloc(nullptr);
-    // The last one: handlers that were there first, which commit memory on demand for example, are asked first.
+    // Registered last: handlers registered before, which for example commit memory on demand, are called first.
     return g_slot != FLS_OUT_OF_INDEXES && ::AddVectoredExceptionHandler(0, &OnException) != nullptr;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: what an access token tells.
+// Private to the library: queries of access tokens.
 
 #include "ZelWin32/LastError.h"
 #include "ZelWin32/Windows.h"
@@ -9,7 +9,7 @@
 
 namespace ZelWin32 {
 
-/// A structure of GetTokenInformation with what it points to. Throws CWin32Exception.
+/// Returns a structure of GetTokenInformation together with the data that it points to. Throws CWin32Exception.
 inline std::vector<unsigned char> GetTokenBytes(HANDLE token, TOKEN_INFORMATION_CLASS what, const wchar_t* method,
                                                 const wchar_t* file, int line) {
     DWORD size = 0;
@@ -21,7 +21,7 @@ inline std::vector<unsigned char> GetTokenBytes(HANDLE token, TOKEN_INFORMATION_
     return bytes;
 }
 
-/// The security identifier of the token's user. Throws CWin32Exception.
+/// Returns the security identifier (SID) of the token's user. Throws CWin32Exception.
 inline std::vector<unsigned char> GetTokenUserSid(HANDLE token, const wchar_t* method, const wchar_t* file, int line) {
     const std::vector<unsigned char> user = GetTokenBytes(token, TokenUser, method, file, line);
     const PSID sid = reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid;

@@ -8,10 +8,10 @@
 
 namespace ZelWin32 {
 
-/// Closes its handle when it goes out of scope, and then leaves the thread's last error as it was, so that
-/// unwinding never hides why something failed.
+/// Closes its handle when it goes out of scope. The thread's last error is preserved, so that unwinding does not hide
+/// the cause of a failure.
 ///
-/// Traits give `Type`, `Invalid()` and `Close(Type)`.
+/// Traits provide `Type`, `Invalid()` and `Close(Type)`.
 template <class Traits> class UniqueHandle {
 public:
     using Type = typename Traits::Type;

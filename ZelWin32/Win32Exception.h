@@ -2,19 +2,19 @@
 
 #include "ZelCore/Exception.h"
 
-/// Failures of the system, structured exceptions, modules, COM's start and end.
+/// System errors, structured exceptions, modules, initialization of COM.
 namespace ZelWin32 {
 
-/// A system call failed. The code is the system's own.
+/// A system call failed. The code is the system error code.
 ///
-/// The text of the code is asked for when somebody wants it, on that thread and in its language.
+/// The text of the code is retrieved on first request, on the requesting thread and in its language.
 class ZELCORE_API CWin32Exception : public ZelCore::CException {
 public:
     /// \param error   the system error code, as GetLastError returns it
     /// \param message what was attempted; may be null
     /// \param method,file,line  the throw site, see ZEL_SITE
     CWin32Exception(unsigned long error, const wchar_t* message, const wchar_t* method, const wchar_t* file, int line);
-    /// A copy has its own code and texts. Pointers to an object's texts end with it.
+    /// A copy has its own code and texts. Pointers to the texts of an object are valid until it is destroyed.
     ///@{
     CWin32Exception(const CWin32Exception&);
     ~CWin32Exception() override;
@@ -23,17 +23,18 @@ public:
     CWin32Exception* Clone() const override;
     [[noreturn]] void Throw() const override;
 
-    /// The message, if there is one, followed by the text of the code. Valid while the object lives.
+    /// Returns the message, if there is one, followed by the text of the code. Valid while the object lives.
     const wchar_t* GetErrorMessage() const override;
 
-    /// The text of the code; a derived class may know codes that the system does not.
+    /// Returns the text of the code. A derived class may know codes that the system does not.
     virtual std::wstring GetErrorText() const;
 
-    /// The system's error code, such as 5 for ERROR_ACCESS_DENIED; of CSEException the structured exception's.
+    /// Returns the system error code, for example 5 for ERROR_ACCESS_DENIED; for CSEException the structured
+    /// exception's code.
     unsigned long GetError() const noexcept;
 
-    /// The system's text for an error code in the language of the user, "Error 5: Access is denied.",
-    /// or "Unknown error: 5" for a code without a text.
+    /// Returns the system's text for an error code in the language of the user, "Error 5: Access is denied.", or
+    /// "Unknown error: 5" for a code without a text.
     static std::wstring FormatMessageW(unsigned long error);
 
 private:

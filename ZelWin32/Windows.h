@@ -1,7 +1,7 @@
 #pragma once
 
-// Private to the library: the one place that includes the platform's headers, so that their order and
-// their macros are the same everywhere. Public headers do without them.
+// Private to the library: includes the platform's headers, so that their order and macros are the same everywhere.
+// Public headers do not include them.
 
 #include <winsock2.h>
 
@@ -11,7 +11,7 @@
 #include <shlwapi.h>
 #include <wincrypt.h>
 
-// The library's own methods of these names must not be renamed in one source file and not in another.
+// Some methods of the library have these names, which must not be replaced by macros in some source files only.
 #undef GetObject
 #undef GetMessage
 #undef Yield

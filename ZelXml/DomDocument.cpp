@@ -19,13 +19,13 @@ using ZelWin32::ComVariant;
 
 namespace {
 
-// The compiler's headers do not have them.
+// Missing in the compiler's headers.
 constexpr CLSID Document60 = {0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 constexpr CLSID Document30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
 constexpr IID DocumentId = {0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 constexpr IID Document2Id = {0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
-// Site: both ways to make a document.
+// Site: both overloads of CreateDocument.
 const wchar_t* const Method = L"ZelXml::CreateDocument";
 
 void SetProperty(IXMLDOMDocument2& document, const wchar_t* name, const wchar_t* text) {
@@ -41,7 +41,7 @@ void SetProperty(IXMLDOMDocument2& document, const wchar_t* name, const wchar_t*
     CheckCom(document.setProperty(ComText(name, ZEL_SITE(Method)).Get(), value), ZEL_SITE(Method));
 }
 
-/// Walks over declaration, comments and processing instructions. `get(i)` is the i-th of so many characters.
+/// Skips the XML declaration, comments and processing instructions. `get(i)` returns character i of `length`.
 template <class Get> bool DeclaresType(std::size_t length, Get get) {
     std::size_t at = 0;
     const auto starts = [&](std::string_view text) {
@@ -58,7 +58,7 @@ template <class Get> bool DeclaresType(std::size_t length, Get get) {
         }
         return found;
     };
-    constexpr std::string_view ends = ">?- \t\r\n"; // what is left of an end is no beginning
+    constexpr std::string_view ends = ">?- \t\r\n"; // a remaining part of such an end cannot start a declaration
     do {
         while (at < length && (get(at) == 0xFEFF || (get(at) < 0x80 && ends.contains(static_cast<char>(get(at)))))) {
             ++at;
@@ -83,7 +83,7 @@ DocumentPointer CreateDocument() {
     CheckCom(hr, ZEL_SITE(Method));
     ComPointer<IXMLDOMDocument2> extended;
     CheckCom(document->QueryInterface(Document2Id, reinterpret_cast<void**>(extended.Receive())), ZEL_SITE(Method));
-    // First of all: the older version searches by another language, and crashes on mistakes in it.
+    // Must be first: the older version uses another query language by default, and crashes on errors in it.
     SetProperty(*extended.Get(), L"SelectionLanguage", L"XPath");
     SetProperty(*extended.Get(), L"ProhibitDTD", nullptr);
     CheckCom(document->put_async(VARIANT_FALSE), ZEL_SITE(Method));
@@ -93,7 +93,7 @@ DocumentPointer CreateDocument() {
 }
 
 DocumentPointer CreateDocument(const unsigned char* data, std::size_t size, const std::wstring& path) {
-    // Unreached: takes a file of 1 GiB.
+    // Unreached: requires a file of 1 GiB.
     ZelCore::CheckAtMost(size, LargestDocument, L"size", ZEL_SITE(Method));
     DocumentPointer document = CreateDocument();
     ComVariant source;
@@ -101,19 +101,19 @@ DocumentPointer CreateDocument(const unsigned char* data, std::size_t size, cons
     CheckComCode(source.parray != nullptr ? S_OK : E_OUTOFMEMORY, ZEL_SITE(Method));
     source.vt = VT_ARRAY | VT_UI1;
     if (size != 0) {
-        std::memcpy(source.parray->pvData, data, size); // nobody else has it yet
+        std::memcpy(source.parray->pvData, data, size); // the array is not shared yet
     }
     VARIANT_BOOL loaded = VARIANT_FALSE;
     const HRESULT hr = document->load(source, &loaded);
     if (loaded == VARIANT_FALSE) {
         const ParseError error = GetParseError(*document.Get());
-        if (error.code == 0) { // refused before it was parsed
+        if (error.code == 0) { // rejected before parsing
             CheckCom(hr, ZEL_SITE(Method));
             CheckComCode(E_FAIL, ZEL_SITE(Method));
         }
         const std::wstring place =
             error.line == 0 ? path : CString::Format(L"%s(%ld,%ld)", path.c_str(), error.line, error.column);
-        // Some parsers end their reasons with the end of a line; those of others are one word.
+        // Some parsers end the reason with a line break, and in others it is a single word.
         throw CXmlException(static_cast<int>(error.code),
                             (L"Invalid XML in " + place + L": " + CString::TrimEnd(error.reason, L"\r\n")).c_str(),
                             ZEL_SITE(Method));
@@ -155,7 +155,7 @@ bool HasDocumentType(IXMLDOMDocument& document) {
 }
 
 bool MayHaveDocumentType(const unsigned char* file, std::size_t size) {
-    // What counts is ASCII, in units of one byte or of two with the low one first or last.
+    // The relevant characters are ASCII, in units of one byte, or of two bytes in either byte order.
     const bool isWide = size > 1 && (file[0] == 0 || file[1] == 0 || file[0] >= 0xFE);
     const std::size_t low = isWide && (file[0] == 0 || file[0] == 0xFE) ? 1 : 0;
     if (!isWide) {

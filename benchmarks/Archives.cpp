@@ -33,7 +33,7 @@ std::size_t GetSmallSize(std::size_t index) {
     return 1024 + index * 7919 % 3072;
 }
 
-/// What it takes without a library: a checksum, deflate, and a file that is written as the data comes.
+/// The same work without the library: a checksum, deflate, and a file written in pieces.
 void DeflateToFile(HANDLE file, z_stream& zlib, const unsigned char* data, std::size_t size) {
     static unsigned char output[16384];
     uLong checksum = 0;

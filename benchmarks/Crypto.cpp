@@ -26,7 +26,7 @@ constexpr std::size_t SmallSize = 4u << 20;
 constexpr int Records = 1000;
 constexpr int ColdRecords = 50;
 
-/// Endless data to read, and nowhere to write to: costs what a copy costs.
+/// Reads endless data and discards written data, at the cost of a copy.
 class MemoryEnds final : public Zel::PlainStream {
 public:
     explicit MemoryEnds(std::size_t left = 0) : m_left(left) {}
@@ -44,7 +44,7 @@ private:
 
 CAes& GetAes() {
     static CAes aes = [] {
-        CAes made; // with a key at hand: generating one would load the provider
+        CAes made; // the key is set, because generating one would load the provider
         made.SetKey(ZelCore::SecureBytes(32, 1));
         made.SetIV(ZelCore::SecureBytes(16, 2));
         return made;
@@ -52,7 +52,7 @@ CAes& GetAes() {
     return aes;
 }
 
-/// The calls that make and use a key by hand.
+/// The same work with direct calls that create and use a key.
 class RawCipher {
 public:
     RawCipher() {
@@ -100,7 +100,7 @@ private:
     inline static unsigned char m_buffer[LargePiece + 16];
 };
 
-/// Nobody sees the end of the stream: it is not closed, and never written to in reading.
+/// The end of the stream is not processed: it is not closed, and when reading it is never reached.
 void WriteOurs(std::size_t total, std::size_t piece) {
     MemoryEnds target;
     const auto encryptor = GetAes().CreateEncryptor();

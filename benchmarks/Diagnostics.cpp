@@ -160,7 +160,7 @@ IXMLDOMDocument* MakeDocument() {
     IXMLDOMDocument* document = nullptr;
     const CLSID version = {0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
     const IID id = {0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
-    GetConfiguration(); // initialises COM
+    GetConfiguration(); // initializes COM
     ::CoCreateInstance(version, nullptr, CLSCTX_INPROC_SERVER, id, reinterpret_cast<void**>(&document));
     VARIANT_BOOL loaded = VARIANT_FALSE;
     const BSTR text = ::SysAllocString(MakeConfiguration().c_str());
@@ -169,7 +169,7 @@ IXMLDOMDocument* MakeDocument() {
     return document;
 }
 
-/// The same questions to the same nodes: the name, then the attribute or child of each property.
+/// The same queries to the same nodes: the name, then the attribute or child of each property.
 void SectionRaw() {
     static IXMLDOMDocument* const document = MakeDocument();
     IXMLDOMElement* root = nullptr;

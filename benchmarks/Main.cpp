@@ -30,7 +30,7 @@ void PrintRow(const char* name, const char* against, double ours, double raw, do
 
 double Run(const Benchmark& benchmark) {
     std::vector<double> ours, raw;
-    benchmark.raw(); // both sides have run once before the clock counts
+    benchmark.raw(); // both sides run once before the measurement
     benchmark.ours();
     for (int i = 0; i < benchmark.repeats; ++i) {
         raw.push_back(Time(benchmark.raw));
@@ -75,14 +75,14 @@ std::wstring GetScratchPath(const wchar_t* name) {
 
 } // namespace ZelBench
 
-/// zelbench FOLDER [--only TEXT] [ARCHIVE ENTRY SECONDS]: the folder for temporary files, and the archive that Python
-/// opened in that many seconds.
+/// zelbench FOLDER [--only TEXT] [ARCHIVE ENTRY SECONDS]: the folder for temporary files, and an archive with the time
+/// in which Python opened it.
 int wmain(int argc, wchar_t** argv) {
     using namespace ZelBench;
     if (argc < 2) {
         return 2;
     }
-    ::SetEnvironmentVariableW(L"TMP", argv[1]); // Wine takes the variable from its registry, not from its caller
+    ::SetEnvironmentVariableW(L"TMP", argv[1]); // Wine takes the variable from its registry, not from its parent
     ++argv;
     --argc;
     std::string only;

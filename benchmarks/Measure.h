@@ -6,20 +6,20 @@
 
 namespace ZelBench {
 
-/// One figure: our way and the raw way to do the same work, as a ratio of medians.
+/// One figure: the ratio of the medians of the library and of direct calls for the same work.
 struct Benchmark {
     const char* name;
     const char* against;
-    double target; ///< the ratio to stay below
-    int repeats;   ///< measurements of either side, taken in turn; at least five
+    double target; ///< the ratio should be below
+    int repeats;   ///< measurements of each side, alternating; at least five
     std::function<void()> ours;
     std::function<void()> raw;
 };
 
-/// Seconds that one call takes.
+/// Returns the time of one call in seconds.
 double Time(const std::function<void()>& action);
 
-/// Measures both sides in turn, prints the line of the result and returns the ratio.
+/// Measures both sides alternately, prints the line of the result and returns the ratio.
 double Run(const Benchmark& benchmark);
 
 void PrintRow(const char* name, const char* against, double ours, double raw, double target);
@@ -31,17 +31,17 @@ std::vector<Benchmark> MakeCryptoBenchmarks();
 std::vector<Benchmark> MakeDiagnosticsBenchmarks();
 std::vector<Benchmark> MakeNetBenchmarks();
 
-/// Small records encrypted one by one, which by hand load the system's provider each time. To be run first: the
-/// library keeps the provider loaded from its first use on.
+/// Encrypts small records one by one; direct calls load the system's provider each time. Must run first, because the
+/// library keeps the provider loaded after its first use.
 void RunRecordsBenchmark();
 
-/// The time to open an archive and read one entry, against what Python took for it (in seconds).
+/// Measures the time to open an archive and read one entry, relative to that of Python (in seconds).
 void RunOpenBenchmark(const std::wstring& archive, const std::wstring& entry, double python);
 
-/// Text that compresses like source code and logs, the same on every run.
+/// Returns text that compresses like source code and logs, identical in every run.
 std::string MakeMixedText(std::size_t size);
 
-/// A path in the folder for temporary files.
+/// Returns a path in the folder for temporary files.
 std::wstring GetScratchPath(const wchar_t* name);
 
 } // namespace ZelBench

@@ -21,7 +21,7 @@ constexpr std::size_t TextSize = 100u << 20;
 constexpr std::size_t FileSize = 64u << 20;
 constexpr std::size_t BufferSize = 16384;
 
-/// A stream over a block of memory; reading and writing cost what a copy costs.
+/// A stream over a block of memory; reading and writing cost as much as a copy.
 class BlockStream final : public Zel::PlainStream {
 public:
     explicit BlockStream(std::string& block) : m_block(block) {}

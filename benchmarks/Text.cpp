@@ -18,7 +18,7 @@ using ZelCore::CString;
 
 constexpr std::size_t InputSize = 65536;
 
-/// Keeps the compiler from dropping work whose result nobody uses.
+/// Prevents the compiler from removing work whose result is not used.
 template <class T> void Use(const T& value) {
     __asm__ volatile("" : : "r"(&value) : "memory");
 }

@@ -12,9 +12,9 @@ target_compile_options(zel_settings INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual>)
 target_link_options(zel_settings INTERFACE -Wl,--no-insert-timestamp)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  target_link_libraries(zel_settings INTERFACE winpthread) # GCC's driver adds it by itself
-  # Classes whose destructors are not virtual by contract can be derived from: std::unique_ptr and std::shared_ptr of
-  # them are what clang warns of, inside of the standard library.
+  target_link_libraries(zel_settings INTERFACE winpthread) # GCC's driver adds it automatically
+  # By contract some classes that can be derived from have no virtual destructor. clang warns of std::unique_ptr and
+  # std::shared_ptr of them, inside the standard library.
   target_compile_options(zel_settings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-delete-non-abstract-non-virtual-dtor>)
 endif()
 if(ZEL_WERROR)

@@ -1,7 +1,7 @@
-# zel_copy_runtime(TARGET): copies ZelCore.dll and the C++ runtime's DLLs beside a program, as often as it is linked. The
-# same call works with an installed package and with the sources as a subproject.
+# zel_copy_runtime(TARGET): copies ZelCore.dll and the C++ runtime's DLLs to the folder of a program each time it is
+# linked. The same call works with an installed package and with the sources as a subproject.
 function(zel_copy_runtime target)
-  if(TARGET zel_runtime) # the sources: the runtime's files are made by the build
+  if(TARGET zel_runtime) # a build of the sources creates the runtime's files
     get_target_property(files zel_runtime ZEL_RUNTIME_FILES)
     add_dependencies(${target} zel_runtime)
     set(files $<TARGET_FILE:ZelCore> ${files})

@@ -1,7 +1,7 @@
-# zel_add_idl(TARGET FILE.idl): a static library TARGET of the header, client stub and server stub of an interface, and
-# of the memory functions that stubs need. The client's functions get the prefix "Client", so that one program can hold
-# both sides. The project has to have the language C. Needs widl: Debian's mingw-w64-tools, MSYS2's
-# mingw-w64-x86_64-tools.
+# zel_add_idl(TARGET FILE.idl): creates a static library TARGET from the header, client stub and server stub of an
+# interface, and the memory functions that stubs need. The client's functions get the prefix "Client", so that one
+# program can contain both sides. The project must enable the language C. Requires widl: Debian's mingw-w64-tools, or
+# MSYS2's mingw-w64-x86_64-tools.
 function(zel_add_idl target idl)
   if(NOT CMAKE_C_COMPILER_LOADED)
     message(FATAL_ERROR "zel_add_idl needs the language C: project(${PROJECT_NAME} C CXX)")

@@ -1,4 +1,4 @@
-# The same target with clang; it takes headers, start files and the C++ library from MinGW-w64 GCC.
+# The same target with clang, which uses headers, start files and the C++ library of MinGW-w64 GCC.
 if(CMAKE_HOST_WIN32)
   set(CMAKE_C_COMPILER clang)
   set(CMAKE_CXX_COMPILER clang++)

@@ -1,4 +1,4 @@
-# What both cross compilers share: the target, its libraries and the way to run its programs.
+# Shared by both cross compilers: the target, its libraries and the command that runs its programs.
 set(ZEL_TRIPLET x86_64-w64-mingw32)
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -8,5 +8,5 @@ set(CMAKE_FIND_ROOT_PATH /usr/${ZEL_TRIPLET})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH) # CMAKE_PREFIX_PATH leads out of the root
-set(CMAKE_CROSSCOMPILING_EMULATOR sh ${CMAKE_CURRENT_LIST_DIR}/wine) # also where the file's mode was lost
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH) # CMAKE_PREFIX_PATH is outside of the root
+set(CMAKE_CROSSCOMPILING_EMULATOR sh ${CMAKE_CURRENT_LIST_DIR}/wine) # works even if the file's mode was lost

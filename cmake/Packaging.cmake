@@ -1,8 +1,8 @@
-# What an installation lays out, and the two archives of a release: `cmake --install`, `cpack`.
+# The contents of an installation (`cmake --install`) and of the two archives of a release (`cpack`).
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
-# Files and folders have the same rights whatever the builder's umask is.
+# Files and folders have the same permissions, whatever the umask of the user who builds.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ZelCore)
@@ -31,7 +31,7 @@ install(PROGRAMS cmake/wine DESTINATION ${package_folder} COMPONENT package)
 configure_file(cmake/package/zelcore.pc.in ${PROJECT_BINARY_DIR}/package/zelcore.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/zelcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT package)
 
-# The package's page ends where the repository's part begins.
+# The package's README ends before the part about the repository.
 file(READ README.md readme)
 string(REGEX REPLACE "\n## In the repository\n.*" "" readme "${readme}")
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/package/README.md CONTENT "${readme}" @ONLY)

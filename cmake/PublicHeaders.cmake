@@ -1,5 +1,5 @@
-# zel_public_headers: every header that does not say in its first lines that it is private. What a public header
-# includes has to be public too, or nobody could compile it after an installation.
+# zel_public_headers: every header that is not marked as private in its first lines. A public header may include only
+# public ones; otherwise it could not be compiled after an installation.
 file(GLOB_RECURSE zel_headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
   ${PROJECT_SOURCE_DIR}/ZelCore/*.h ${PROJECT_SOURCE_DIR}/ZelNet/*.h
   ${PROJECT_SOURCE_DIR}/ZelWin32/*.h ${PROJECT_SOURCE_DIR}/ZelXml/*.h)
@@ -20,8 +20,9 @@ foreach(header IN LISTS zel_public_headers)
   endforeach()
 endforeach()
 
-# The target header_check compiles each of them alone: twice in a row and before the platform's headers, and after
-# them; as it comes, and with the macros that thin the platform's headers out. With the flags of a strict user, not ours.
+# The target header_check compiles each of them alone: twice in a row before the platform's headers, and after them;
+# without macros, and with the macros that reduce the platform's headers. It uses the flags of a strict user and not
+# those of the project.
 set(zel_platform "#include <winsock2.h>\n#include <windows.h>\n")
 set(zel_lean "#define NOMINMAX\n#define WIN32_LEAN_AND_MEAN\n#define UNICODE\n")
 set(sources)

@@ -1,5 +1,5 @@
-# The shipped DLL has no symbols; they lie beside it in a file of their own, which debuggers find by the link. Without
-# --preserve-dates the time of the build would stand in both.
+# The shipped DLL has no symbols. They are in a separate file, which debuggers find through a link. Without
+# --preserve-dates both files would contain the time of the build.
 find_program(ZEL_OBJCOPY NAMES ${ZEL_TRIPLET}-objcopy objcopy REQUIRED NO_CMAKE_FIND_ROOT_PATH)
 add_custom_command(TARGET ZelCore POST_BUILD
   COMMAND ${ZEL_OBJCOPY} --preserve-dates --only-keep-debug ZelCore.dll ZelCore.dll.debug

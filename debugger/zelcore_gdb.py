@@ -1,6 +1,6 @@
-"""gdb shows ZelCore's values as text: source this file, or put "source .../zelcore_gdb.py" into ~/.gdbinit.
+"""Shows ZelCore's values as text in gdb: source this file, or put "source .../zelcore_gdb.py" into ~/.gdbinit.
 
-They are read from memory; nothing of the program is called, so a minidump or a half-dead process will do.
+They are read from memory, without calling functions of the program, so a minidump or a damaged process is sufficient.
 """
 import datetime
 import ipaddress
@@ -13,13 +13,13 @@ TICKS_PER_SECOND = 10_000_000
 
 
 def read(value, member):
-    """The bytes of an array member."""
+    """Returns the bytes of an array member."""
     field = value[member]
     return bytes(gdb.selected_inferior().read_memory(int(field.address), field.type.sizeof))
 
 
 def wide(value):
-    """The text of a std::wstring, without help from the printers of the C++ library."""
+    """Returns the text of a std::wstring, without the printers of the C++ library."""
     size = int(value["_M_string_length"])
     if size > 1 << 20:
         return "<damaged>"
@@ -78,7 +78,7 @@ def address(value):
 
 
 def exception(value):
-    """Of any class of the family: what it is, where it was thrown, and what it says."""
+    """Prints an exception of the family: its type, its throw site and its message."""
     try:
         value = value.cast(value.dynamic_type)
     except gdb.error:

@@ -1,5 +1,5 @@
 # Shared by ./demo, ./test and benchmarks/run: packages, builds, and Wine where it is needed.
-# Sourced, from the repository's folder.
+# Must be sourced from the repository's folder.
 
 say() { printf '== %s\n' "$*"; }
 die() { printf 'failed: %s\n' "$*" >&2; exit 1; }
@@ -8,7 +8,7 @@ wine=$PWD/cmake/wine
 
 is_windows() { [ -n "${MSYSTEM:-}" ]; }
 
-# install_packages NAME...: what is not there yet, by name.
+# install_packages NAME...: installs the packages that are missing.
 install_packages() {
     local missing=() name
     for name in "$@"; do
@@ -23,7 +23,7 @@ install_packages() {
         >"$PWD/build/apt.log" 2>&1 || { tail -n 20 "$PWD/build/apt.log"; die "apt-get"; }
 }
 
-# set_up [EXTRA...]: everything that a build and a test run need, and the extra packages.
+# set_up [EXTRA...]: installs everything that a build and a test run need, and the extra packages.
 set_up() {
     mkdir -p build
     if is_windows; then
@@ -37,52 +37,52 @@ set_up() {
         [ ${#missing[@]} -eq 0 ] || { say "installing ${missing[*]}"; pacman -S --needed --noconfirm "${missing[@]}"; }
         return
     fi
-    # g++ is the foreign compiler that a test of the package configures with.
+    # g++ is used by a test of the package that configures with an unsupported compiler.
     install_packages gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev wine \
         wine64 cmake ninja-build googletest libcli11-dev unzip zip openssl pkg-config python3 g++ "$@"
     export LC_ALL=C.UTF-8 WINEPREFIX=$PWD/build/wine WINEDEBUG=-all WINEDLLOVERRIDES='winedbg.exe=d;mscoree=d;mshtml=d'
 }
 
-# wine_server: the process id of the server of our prefix; nothing when none is running.
+# wine_server: prints the process id of the Wine server of this prefix, or nothing if none is running.
 wine_server() {
     local process
     for process in /proc/[0-9]*; do
         case $(readlink "$process/exe" 2>/dev/null) in
-        # Not through a pipe: one that breaks early counts as a failure.
+        # Not through a pipe: with pipefail, a reader that ends early makes the pipe fail.
         */wineserver*) grep -qxzF "WINEPREFIX=$WINEPREFIX" "$process/environ" 2>/dev/null &&
-            { printf '%s\n' "${process#/proc/}"; return 0; } ;; # plain, it fails in a trap after a failure
+            { printf '%s\n' "${process#/proc/}"; return 0; } ;; # a plain return fails in a trap after a failure
         esac
     done
     return 0
 }
 
-# start_wine: a server that stays until the script ends. Without it every test would start the services anew, and
+# start_wine: starts a server that runs until the script ends. Without it every test would start the services again, and
 # those keep the test runner's pipes open.
 start_wine() {
     is_windows && return
     local tries
-    for tries in 1 2 3 4 5 6 7 8; do # a server that is about to end would take our programs down with it
+    for tries in 1 2 3 4 5 6 7 8; do # a server that is about to end would end our programs
         [ -n "$(wine_server)" ] || break
         sleep 1
     done
     local server
     server=$(wine_server)
-    if [ -n "$server" ] && [ ! -e "$WINEPREFIX/system.reg" ]; then # of a folder that was deleted
+    if [ -n "$server" ] && [ ! -e "$WINEPREFIX/system.reg" ]; then # the server of a deleted folder
         kill -KILL "$server"
         server=
     fi
-    [ -z "$server" ] || return 0 # somebody else's, and theirs to end
+    [ -z "$server" ] || return 0 # started by another process, which ends it
     mkdir -p "$WINEPREFIX"
     /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 || die "the Wine server does not start"
     own_wine_server=yes
     trap stop_wine EXIT
     "$wine" wineboot -i </dev/null >/dev/null 2>&1 || die "Wine does not start"
-    # The first ordinary program starts the desktop's processes, which keep its pipes. So it has none.
+    # The first ordinary program starts the desktop's processes, which inherit its pipes. Therefore it gets none.
     "$wine" wineboot </dev/null >/dev/null 2>&1 || die "Wine does not boot"
     "$wine" cmd /c exit </dev/null >/dev/null 2>&1 || die "Wine does not run programs"
 }
 
-# Ends our server and with it what runs in its prefix; others stay.
+# Ends the server that start_wine started, and with it all programs of its prefix. Other servers keep running.
 stop_wine() {
     local server
     [ -n "${own_wine_server:-}" ] || return 0
@@ -90,18 +90,18 @@ stop_wine() {
     [ -z "$server" ] || kill -INT "$server" || true
 }
 
-# run_program FILE ARGUMENT...: runs one of our programs, under Wine where that is needed.
+# run_program FILE ARGUMENT...: runs a Windows program, under Wine if necessary.
 run_program() {
     if is_windows; then "$@"; else "$wine" "$@"; fi
 }
 
-# build PRESET: configures once, then builds what has changed. Warnings are errors where ZEL_WERROR is ON.
+# build PRESET: configures once, then builds what has changed. With ZEL_WERROR=ON warnings are errors.
 build() {
     say "building $1"
     if [ ! -f "build/$1/build.ninja" ]; then
         cmake --preset "$1" >"build/$1.configure.log" 2>&1 || { tail -n 30 "build/$1.configure.log"; die "cmake"; }
     fi
-    # A newer compiler may warn of more: that is for developers to mend, and must not keep others from building.
+    # A newer compiler may report more warnings. Developers fix them; they must not prevent others from building.
     if ! grep -qx "ZEL_WERROR:BOOL=${ZEL_WERROR:-OFF}" "build/$1/CMakeCache.txt"; then
         cmake "build/$1" "-DZEL_WERROR=${ZEL_WERROR:-OFF}" >>"build/$1.configure.log" 2>&1 || die "cmake"
     fi

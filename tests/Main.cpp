@@ -16,7 +16,7 @@ namespace {
 
 const char* g_sites = nullptr;
 
-/// Notes where an exception of the library was thrown, for scripts/coverage.
+/// Records where an exception of the library was thrown, for scripts/coverage.
 [[noreturn]] void NoteAndThrow(void* object, std::type_info* type, void (*destroy)(void*)) {
     void* root = object;
     if (typeid(ZelCore::CException).__do_catch(type, &root, 1)) {

@@ -31,7 +31,7 @@ namespace {
 
 constexpr std::size_t LargestText = 0x3FFFFFFF; // characters
 
-// The compiler's libraries do not have it.
+// Missing in the compiler's libraries.
 constexpr IID ElementId = {0x2933BF86, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 
 [[noreturn]] void ThrowConfiguration(const std::wstring& message, const wchar_t* method, const wchar_t* file,
@@ -63,7 +63,7 @@ NodePointer SelectNode(IXMLDOMNode* from, const std::wstring& query) {
     return node;
 }
 
-/// The value of an attribute; false when it is absent.
+/// Reads the value of an attribute; returns false if it is absent.
 bool GetAttribute(IXMLDOMElement* element, const wchar_t* name, std::wstring& value) {
     const wchar_t* const method = L"ZelCore::Configuration::GetAttribute";
     ComVariant variant;
@@ -72,7 +72,7 @@ bool GetAttribute(IXMLDOMElement* element, const wchar_t* name, std::wstring& va
         return false;
     }
     if (variant.vt != VT_BSTR) {
-        // Unreached: attributes of a document without a schema are text.
+        // Unreached: in a document without a schema, attributes are text.
         CheckCom(::VariantChangeType(&variant, &variant, 0, VT_BSTR), ZEL_SITE(method));
     }
     value.assign(variant.bstrVal != nullptr ? variant.bstrVal : L"", ::SysStringLen(variant.bstrVal));
@@ -88,14 +88,14 @@ std::wstring GetText(IXMLDOMNode* in) {
     return text.ToString();
 }
 
-/// \param where the file behind a colon, if there is one
+/// \param where a colon and the file name, or empty
 void RefuseDocumentType(bool hasOne, const std::wstring& where, const wchar_t* method, const wchar_t* file, int line) {
     if (hasOne) {
         ThrowConfiguration(L"A configuration must not have a document type definition" + where, method, file, line);
     }
 }
 
-/// Reads a file while no writer has it locked.
+/// Reads a file while it is not locked by a writer.
 ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     using IO::CFileStream;
     CFileStream file(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
@@ -104,9 +104,9 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     CheckAtMost(static_cast<std::size_t>(length), ZelXml::LargestDocument, L"size",
                 ZEL_SITE(L"ZelCore::Configuration::ReadDocument"));
     file.Lock(0, length, CFileStream::LockType::Shared);
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(length) + 1); // never without a pointer
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(length) + 1); // so that the data pointer is never null
     const std::size_t read = file.GreedyRead(bytes.data(), static_cast<std::size_t>(length));
-    if (read != static_cast<std::size_t>(length)) { // cut meanwhile
+    if (read != static_cast<std::size_t>(length)) { // truncated meanwhile
         throw ZelWin32::CWin32Exception(ERROR_HANDLE_EOF, path.c_str(),
                                         ZEL_SITE(L"ZelCore::Configuration::ReadDocument"));
     }
@@ -116,14 +116,15 @@ ZelXml::DocumentPointer ReadDocument(const std::wstring& path) {
     const wchar_t* const method = L"ZelCore::Configuration::ReadDocument";
     RefuseDocumentType(ZelXml::MayHaveDocumentType(bytes.data(), bytes.size()), L": " + path, ZEL_SITE(method));
     ZelXml::DocumentPointer document = ZelXml::CreateDocument(bytes.data(), bytes.size(), path);
-    // Unreached: takes an encoding in which a document type looks different, and no known parser has one.
+    // Unreached: requires an encoding in which a document type looks different; no known parser supports one.
     RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), L": " + path, ZEL_SITE(method));
     return document;
 }
 
-/// The element that a section is read from: itself, or the root of the file that it names, put in its place.
+/// Returns the element from which a section is read: the element itself, or the root of the file that it names, which
+/// replaces it.
 ElementPointer IncludeConfigSource(ElementPointer element, const std::wstring& configurationPath) {
-    // Site: its only caller, for both failures of the attribute.
+    // Site: its only caller reports both failures of the attribute.
     const wchar_t* const method = L"ZelCore::Configuration::CConfiguration::GetSection";
     std::wstring path;
     if (!GetAttribute(element.Get(), L"configSource", path)) {
@@ -146,7 +147,7 @@ ElementPointer IncludeConfigSource(ElementPointer element, const std::wstring& c
     CheckCom(included->get_documentElement(root.Receive()), ZEL_SITE(method));
     NodePointer parent, replaced;
     CheckCom(element->get_parentNode(parent.Receive()), ZEL_SITE(method));
-    CheckComCode(root && parent ? S_OK : E_FAIL, ZEL_SITE(method)); // the parser may keep a failure to itself
+    CheckComCode(root && parent ? S_OK : E_FAIL, ZEL_SITE(method)); // the parser may not report a failure
     CheckCom(parent->replaceChild(root.Get(), element.Get(), replaced.Receive()), ZEL_SITE(method));
     return root;
 }
@@ -240,10 +241,10 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     const wchar_t* const method = L"ZelCore::Configuration::CConfigurationManager::OpenExeConfigurationBuffer";
     CheckNotNull(text, L"text", ZEL_SITE(method));
     CheckAtMost(length, LargestText, L"length", ZEL_SITE(method));
-    while (length != 0 && text[length - 1] == L'\0') { // counted with its end
+    while (length != 0 && text[length - 1] == L'\0') { // the length may include terminating nulls
         --length;
     }
-    if (std::find(text, text + length, L'\0') != text + length) { // where the parser would stop
+    if (std::find(text, text + length, L'\0') != text + length) { // the parser would stop there
         ThrowConfiguration(L"A configuration must not have characters of the value 0", ZEL_SITE(method));
     }
     RefuseDocumentType(ZelXml::MayHaveDocumentType({text, length}), L"", ZEL_SITE(method));
@@ -255,7 +256,7 @@ CConfiguration CConfigurationManager::OpenExeConfigurationBuffer(const wchar_t* 
     if (error.code != 0 || loaded == VARIANT_FALSE) {
         ThrowConfiguration(error.reason, ZEL_SITE(method));
     }
-    // Unreached: as for files.
+    // Unreached: see the overload for files.
     RefuseDocumentType(ZelXml::HasDocumentType(*document.Get()), L"", ZEL_SITE(method));
     return {document.Get(), std::wstring()};
 }
@@ -275,10 +276,10 @@ void CConfigurationElement::Deserialize(IXMLDOMElement* xmlIn) {
     }
     PropertyList properties;
     GetProperties(properties);
-    // Some systems' getAttributeNode stops at the first attribute of the name, of whatever namespace.
+    // On some systems getAttributeNode finds the first attribute of that name in any namespace.
     ComPointer<IXMLDOMNamedNodeMap> attributes;
     CheckCom(xmlIn->get_attributes(attributes.Receive()), ZEL_SITE(method));
-    // Unreached: an element always has a list, be it empty.
+    // Unreached: an element always has a list, which may be empty.
     CheckComCode(attributes ? S_OK : E_FAIL, ZEL_SITE(method));
     for (CConfigurationPropertyBase* property : properties) {
         const ComText name(property->GetName(), ZEL_SITE(method));
@@ -334,7 +335,7 @@ void Deserialize(IXMLDOMNode* in, std::int64_t& value) {
 }
 
 IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node) {
-    // Site: the collection form of Deserialize, the rest of which is a template in the header.
+    // Site: the overload of Deserialize for collections; the rest of it is a template in the header.
     CheckNotNull(node, L"node", ZEL_SITE(L"ZelCore::Configuration::Deserialize"));
     return ToElement(node).Detach();
 }

@@ -11,7 +11,7 @@ namespace ZelCore::Configuration {
 
 class CConfigurationPropertyBase;
 
-/// An XML element that is read into typed properties. Derive from it, make the properties members and name them:
+/// An XML element that is read into typed properties. Derive from it, declare the properties as members and list them:
 ///
 ///     class CServerElement final : public CConfigurationElement {
 ///     public:
@@ -23,31 +23,33 @@ class CConfigurationPropertyBase;
 ///         CConfigurationProperty<std::uint32_t> m_port{L"port", false, 80};
 ///     };
 ///
-/// It holds pointers to its own members only while it is being read; it is destroyed through its own class.
+/// The pointers to its own members are used only while it is being read. Destroy an element through its own type.
 class ZELCORE_API CConfigurationElement {
 public:
-    /// Properties in the order in which they are read; pointers to members, which nobody owns.
+    /// Properties in the order in which they are read: non-owning pointers to members.
     using PropertyList = std::vector<CConfigurationPropertyBase*>;
 
-    /// \param elementName the tag that the element is expected to have; for information only, null counts as empty
+    /// \param elementName the expected tag of the element; informational only, null counts as empty
     explicit CConfigurationElement(const wchar_t* elementName);
 
-    /// Reads the properties in their order, each from the attribute of its name or else from the child element. What is
-    /// absent keeps its value. Throws CConfigurationException for the first required one that is absent,
-    /// CArgumentNullException for "xmlIn", and what reading a value throws; properties read before stay read.
+    /// Reads the properties in order, each from the attribute of its name or otherwise from the child element. A
+    /// property that is absent keeps its value. Throws CConfigurationException for the first required property that is
+    /// absent, CArgumentNullException for "xmlIn", and exceptions from reading a value. Properties read before the
+    /// failure keep their new values.
     ///
     /// \param xmlIn borrowed for the call
     virtual void Deserialize(IXMLDOMElement* xmlIn);
 
-    /// Appends pointers to the properties, in the order of reading.
+    /// Appends pointers to the properties, in the order in which they are read.
     virtual void GetProperties(PropertyList& properties) = 0;
 
-    /// The tag of the constructor, which is not compared with the one that is read. Valid while the element lives.
+    /// Returns the tag given to the constructor, which is not compared with the actual one. Valid while the element
+    /// lives.
     const std::wstring& GetElementName() const noexcept {
         return m_elementName;
     }
-    /// The attribute "name": "none" without it or where it is empty, "NOT PARSED" before it was read. Valid while the
-    /// element lives and is not read again.
+    /// Returns the attribute "name": "none" if it is absent or empty, "NOT PARSED" before the element was read. Valid
+    /// while the element lives and is not read again.
     const std::wstring& GetName() const noexcept {
         return m_name;
     }

@@ -11,28 +11,28 @@ struct IXMLDOMNode;
 
 namespace ZelCore::Configuration {
 
-/// What a configuration element reads from one attribute or child element. Make it a member of the element: the element
-/// finds it by the pointer that GetProperties gives.
+/// A value that a configuration element reads from one attribute or child element. Declare it as a member of the
+/// element, which finds it through GetProperties.
 class ZELCORE_API CConfigurationPropertyBase {
 public:
-    /// \param name     the attribute's or child element's; null counts as empty
+    /// \param name     the name of the attribute or child element; null counts as empty
     /// \param required whether an element without it is an error
     CConfigurationPropertyBase(const wchar_t* name, bool required);
     virtual ~CConfigurationPropertyBase();
 
-    /// Takes the value from an attribute or element, which is borrowed. Throws CArgumentNullException for null, and
-    /// what the text of the node gives reason for; the status then stays.
+    /// Reads the value from an attribute or element, which is borrowed. Throws CArgumentNullException for null, and
+    /// exceptions caused by the text of the node; the status is then unchanged.
     virtual void Deserialize(IXMLDOMNode* node) = 0;
 
     /// Whether an element without the property is an error.
     bool IsRequired() const noexcept {
         return m_required;
     }
-    /// The name of the attribute or child element. Valid while the property lives.
+    /// Returns the name of the attribute or child element. Valid while the property lives.
     const std::wstring& GetName() const noexcept {
         return m_name;
     }
-    /// "NOT PARSED" until a value was read, then "PARSED".
+    /// Returns "NOT PARSED" until a value was read, then "PARSED".
     const std::wstring& GetStatus() const noexcept {
         return m_status;
     }
@@ -44,7 +44,7 @@ protected:
     CConfigurationPropertyBase& operator=(const CConfigurationPropertyBase&) = default;
     ///@}
 
-    /// To be called by Deserialize once it has the value: makes the status "PARSED".
+    /// Sets the status to "PARSED". Deserialize calls it after the value has been read.
     void SetParsed();
 
 private:
@@ -53,42 +53,42 @@ private:
     std::wstring m_status;
 };
 
-/// \name How the text of a node becomes a value
-/// All throw CArgumentNullException for "in", and leave the value as it was when they throw.
+/// \name Conversion of the text of a node to a value
+/// All throw CArgumentNullException for "in". If they throw, the value is unchanged.
 ///@{
 
-/// The text as it stands.
+/// The unchanged text.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::wstring& value);
 /// True for "true" in any case, false for all other text.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, bool& value);
-/// Leading decimal digits with a sign; 0 without any; a negative number wraps around. Numbers above 2147483647 are not
-/// read as what they are.
+/// Leading decimal digits with an optional sign; 0 if there are none. A negative number wraps around. Numbers above
+/// 2147483647 are not read correctly.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::uint32_t& value);
 ZELCORE_API void Deserialize(IXMLDOMNode* in, unsigned long& value);
-/// Leading decimal digits with a sign; 0 without any.
+/// Leading decimal digits with an optional sign; 0 if there are none.
 ZELCORE_API void Deserialize(IXMLDOMNode* in, std::int64_t& value);
 ///@}
 
-/// Reads a value by one of these functions, or by a function of that name beside the value's own type: so a type of
-/// yours becomes a property.
+/// Reads a value with one of these functions, or with a function of that name in the namespace of the value's type.
+/// This makes a type of your own usable as a property.
 template <class T> void DeserializeValue(IXMLDOMNode* in, T& value) {
     Deserialize(in, value);
 }
 
-/// The element that a collection is read from. Throws CArgumentNullException for "node", CComException for another
-/// node, an attribute say; the caller releases the element.
+/// Returns the element from which a collection is read; the caller releases it. Throws CArgumentNullException for
+/// "node", and CComException for a node that is not an element, for example an attribute.
 ZELCORE_API IXMLDOMElement* GetCollectionElement(IXMLDOMNode* node);
 
-/// Gives back what GetCollectionElement returned; not null.
+/// Releases an element that GetCollectionElement returned; not null.
 ZELCORE_API void ReleaseElement(IXMLDOMElement* element) noexcept;
 
-/// A property of a scalar type (N is 1): text, bool, numbers, and what DeserializeValue can read. CConfigurationSection
-/// shows some.
+/// A property of a scalar type (N is 1): text, bool, numbers, and types that DeserializeValue can read. See
+/// CConfigurationSection for examples.
 template <class T, int N = 1> class CConfigurationProperty : public CConfigurationPropertyBase {
 public:
-    /// \param name     the attribute's or child element's
+    /// \param name     the name of the attribute or child element
     /// \param required whether an element without it is an error
-    /// \param value    what the property has where the element lacks it
+    /// \param value    the value if the element does not have the property
     CConfigurationProperty(const wchar_t* name, bool required, T value = T())
         : CConfigurationPropertyBase(name, required), m_value(std::move(value)) {}
 
@@ -96,7 +96,7 @@ public:
         DeserializeValue(node, m_value);
         SetParsed();
     }
-    /// The value that was read, or else the one of the constructor. Valid while the property lives.
+    /// Returns the value that was read, or otherwise the one of the constructor. Valid while the property lives.
     ///@{
     virtual T& GetValue() {
         return m_value;
@@ -111,15 +111,15 @@ private:
 };
 
 /// A property that is a collection of elements (N is 0), read from a child element. T is a
-/// CConfigurationElementCollection; CConfigurationSection shows one.
+/// CConfigurationElementCollection. See CConfigurationSection for an example.
 template <class T> class CConfigurationProperty<T, 0> : public CConfigurationPropertyBase {
 public:
-    /// \param name     the child element's
-    /// \param required whether an element without it is an error; an empty one is there
+    /// \param name     the name of the child element
+    /// \param required whether an element without it is an error; an empty one counts as present
     CConfigurationProperty(const wchar_t* name, bool required) : CConfigurationPropertyBase(name, required) {}
 
-    /// Adds the entries of the element. Throws as GetCollectionElement and as reading an entry does; entries read
-    /// before stay.
+    /// Adds the entries of the element. Throws the exceptions of GetCollectionElement and of reading an entry. Entries
+    /// read before the failure are kept.
     void Deserialize(IXMLDOMNode* node) override {
         struct Owner {
             IXMLDOMElement* element;
@@ -130,7 +130,7 @@ public:
         m_value.Deserialize(owner.element);
         SetParsed();
     }
-    /// The collection, empty where the element lacks it. Valid while the property lives.
+    /// Returns the collection, which is empty if the element does not have it. Valid while the property lives.
     ///@{
     virtual T& GetValue() {
         return m_value;

@@ -24,11 +24,11 @@ class ZELCORE_API CConfigurationSection : public CConfigurationElement {
 public:
     using CConfigurationElement::CConfigurationElement;
 
-    /// The "type" of the section's declaration, character by character.
+    /// Returns the "type" of the section's declaration; it must match exactly.
     virtual std::wstring GetTypeName() = 0;
 
 protected:
-    /// For derived classes: as CConfigurationElement is copied.
+    /// For derived classes: copies as CConfigurationElement does.
     ///@{
     CConfigurationSection(const CConfigurationSection&) = default;
     CConfigurationSection& operator=(const CConfigurationSection&) = default;
@@ -36,7 +36,7 @@ protected:
     ~CConfigurationSection() = default;
 };
 
-/// A group of sections. Sections in groups are reached by their names, "group/section": there is nothing to read here.
+/// A group of sections. Sections in groups are read by their names, "group/section"; a group itself has no content.
 class ZELCORE_API CConfigurationSectionGroup {};
 
 } // namespace ZelCore::Configuration

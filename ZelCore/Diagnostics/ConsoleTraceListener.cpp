@@ -11,13 +11,13 @@ namespace ZelCore::Diagnostics {
 
 namespace {
 
-/// A handle left over from who started the process, or a pipe whose reader has gone.
+/// The error of an invalid inherited handle, or of a pipe whose reader has ended.
 bool IsNobodyThere(DWORD error) {
     return error == ERROR_INVALID_HANDLE || error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA;
 }
 
-/// A console refuses texts that do not fit into a buffer of 64 KiB, which others use too. A pair of surrogates stays
-/// together.
+/// A console rejects text that does not fit into a buffer of 64 KiB, which is shared with other data. A surrogate pair
+/// is not split.
 DWORD GetPieceLength(const std::wstring& text, std::size_t at) {
     constexpr std::size_t longest = 8000; // characters
     const std::size_t length = std::min(text.size() - at, longest);
@@ -61,7 +61,7 @@ void CConsoleTraceListener::TraceEvent(const TraceEventContext& context, const w
             }
             ZelWin32::ThrowLastError(ZEL_SITE(method));
         }
-        if (written == 0) { // a pipe that does not wait
+        if (written == 0) { // a non-blocking pipe
             return;
         }
         at += written;

@@ -9,38 +9,38 @@
 
 namespace ZelCore::Diagnostics {
 
-/// The type of an entry, with the system's values.
+/// The type of an entry; the values are those of the system.
 enum class EventLogEntryType : std::uint16_t {
-    Error = 0x1,         ///< something was lost
-    Warning = 0x2,       ///< something may be lost later
-    Information = 0x4,   ///< something was done
-    SuccessAudit = 0x8,  ///< access was granted
-    FailureAudit = 0x10, ///< access was refused
+    Error = 0x1,         ///< data or functionality was lost
+    Warning = 0x2,       ///< a problem that may cause a loss later
+    Information = 0x4,   ///< a successful operation
+    SuccessAudit = 0x8,  ///< a successful access
+    FailureAudit = 0x10, ///< a denied access
 };
 
-/// Writes entries to the Windows event log. May be shared by threads.
+/// Writes entries to the Windows event log. May be used from several threads.
 class ZELCORE_API CEventLog {
 public:
     /// \param source the name under which an application registered its messages; null throws CArgumentNullException,
-    ///               empty CArgumentException
-    /// \param server the computer, null for this one
+    ///               an empty name CArgumentException
+    /// \param server the computer; null for the local one
     ///
-    /// Throws CWin32Exception when the system refuses.
+    /// Throws CWin32Exception if the system call fails.
     explicit CEventLog(const wchar_t* source, const wchar_t* server = nullptr);
     CEventLog(const CEventLog&) = delete;
     CEventLog& operator=(const CEventLog&) = delete;
-    /// Gives the source's handle back to the system.
+    /// Deregisters the source.
     ~CEventLog();
 
-    /// Writes an entry on behalf of the current user.
+    /// Writes an entry for the current user.
     ///
-    /// \param strings what is put into the message of the identifier; at most 65,535, otherwise
-    ///                CArgumentOutOfRangeException for "strings"
-    /// \param type    how the entry is shown
-    /// \param eventId the message's identifier in the source's message file, with its severity bits
-    /// \param category the source's own; 0 for none
+    /// \param strings the insertion strings of the message; more than 65,535 throw CArgumentOutOfRangeException for
+    ///                "strings"
+    /// \param type    the type of the entry
+    /// \param eventId the message identifier in the source's message file, with its severity bits
+    /// \param category a category of the source; 0 for none
     ///
-    /// Throws CWin32Exception when the system refuses the entry; nothing is written then.
+    /// Throws CWin32Exception if the system rejects the entry; nothing is then written.
     void WriteEntry(const std::vector<std::wstring>& strings, EventLogEntryType type, std::uint32_t eventId,
                     std::uint16_t category) const;
 

@@ -22,7 +22,7 @@ using EventWriteStringFunction = ULONG(WINAPI*)(Handle, UCHAR, std::uint64_t, co
 using EventUnregisterFunction = ULONG(WINAPI*)(Handle);
 
 template <class Function> Function Find(const char* name) {
-    // Site: the only caller.
+    // Site: called only by the constructor.
     const auto module = static_cast<HMODULE>(ZelWin32::CPEModule::Load(L"advapi32.dll"));
     const FARPROC function = ::GetProcAddress(module, name);
     ZelWin32::CheckWin32(function != nullptr,
@@ -30,7 +30,7 @@ template <class Function> Function Find(const char* name) {
     return reinterpret_cast<Function>(reinterpret_cast<void*>(function));
 }
 
-/// The levels of event tracing: 1 critical to 5 verbose.
+/// Returns the level of event tracing: 1 (critical) to 5 (verbose).
 UCHAR GetLevel(TraceEventType type) {
     constexpr UCHAR information = 4;
     const auto bits = static_cast<std::uint32_t>(type);
@@ -42,7 +42,7 @@ UCHAR GetLevel(TraceEventType type) {
     return information;
 }
 
-/// Failures of the tracing session: its buffers are full, the event is larger than one of them, or its file is full.
+/// Failures of the tracing session: its buffers are full, the event does not fit into one, or its file is full.
 bool IsFaultOfSession(ULONG error) {
     return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_MORE_DATA || error == ERROR_LOG_FILE_FULL;
 }
@@ -87,7 +87,7 @@ CEventProviderTraceListener::~CEventProviderTraceListener() = default;
 
 void CEventProviderTraceListener::TraceEvent(const TraceEventContext& context, const wchar_t*, TraceEventType type,
                                              unsigned int, const wchar_t* message) {
-    constexpr std::size_t longest = 31'000; // characters; an event holds 64 KiB with its headers
+    constexpr std::size_t longest = 31'000; // characters; an event is limited to 64 KiB, including its headers
     std::wstring line = CTraceFormatter::Format(context, type, message);
     line.resize(std::min(line.size(), longest));
     const ULONG error = m_impl->Write(type, line.c_str());

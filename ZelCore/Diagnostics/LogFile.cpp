@@ -16,21 +16,21 @@ namespace ZelCore::Diagnostics {
 namespace {
 
 constexpr unsigned SpinRounds = 200;
-constexpr unsigned RoundsPerCheck = 20;   // sleeping rounds between two looks at the owner
-constexpr ULONGLONG LongestWait = 2000;   // milliseconds for an owner that lives but does not go on
-constexpr ULONGLONG DistrustTime = 60000; // milliseconds without turns after that
-constexpr ULONGLONG OpenInterval = 1000;  // milliseconds after which the file is opened anew
-constexpr std::int64_t RetryShare = 10;   // a file that could not be rolled may grow by a tenth until the next try
-constexpr unsigned LinesPerLook = 16;     // of this process, until it asks for the file's true size
+constexpr unsigned RoundsPerCheck = 20;   // sleeping rounds between two checks of the owner
+constexpr ULONGLONG LongestWait = 2000;   // milliseconds to wait for a live owner that makes no progress
+constexpr ULONGLONG DistrustTime = 60000; // milliseconds without turns afterwards
+constexpr ULONGLONG OpenInterval = 1000;  // milliseconds after which the file is reopened
+constexpr std::int64_t RetryShare = 10;   // a file that could not be rolled may grow by a tenth before the next attempt
+constexpr unsigned LinesPerLook = 16;     // lines of this process between two queries of the actual size
 constexpr std::size_t NumberDigits = 9;
-constexpr int OpenTries = 20; // ten milliseconds apart, for a reader that shares nothing
+constexpr int OpenTries = 20; // ten milliseconds apart, for a reader that does not share the file
 constexpr int LockTries = 20; // one millisecond apart
-constexpr int RollTries = 3;  // where other processes are faster with the new file, too
+constexpr int RollTries = 3;  // other processes may also create the new file first
 
-// Two bytes of every log file that carry locks, far beyond its end: locks are mandatory where there is data.
+// Two bytes of every log file that are locked, far beyond its end, because locks are mandatory for existing data.
 enum class LockByte : DWORD {
-    InUse,  // shared by all that have the file open to write, exclusive for who deletes it
-    Rolling // exclusive for who renames it
+    InUse,  // shared by all processes that write the file, exclusive for the one that deletes it
+    Rolling // exclusive for the process that renames the file
 };
 constexpr DWORD LockOffsetHigh = 0x40000000;
 
@@ -41,11 +41,11 @@ struct FindTraits : ZelWin32::FileTraits {
 };
 
 std::wstring ToUpper(std::wstring text) {
-    ::CharUpperBuffW(text.data(), static_cast<DWORD>(text.size())); // not by the locale of the process
+    ::CharUpperBuffW(text.data(), static_cast<DWORD>(text.size())); // independent of the locale of the process
     return text;
 }
 
-/// The same text for every spelling of a path: by the true name of the folder, which exists.
+/// Returns the same text for every spelling of a path, by the actual name of the folder, which exists.
 std::wstring MakeKey(const std::wstring& path) {
     const std::size_t name = path.find_last_of(L"\\/") + 1;
     const ZelWin32::FileHandle folder(::CreateFileW(path.substr(0, name).c_str(), 0,
@@ -58,7 +58,7 @@ std::wstring MakeKey(const std::wstring& path) {
     return ToUpper(full.empty() ? path : full + L"\\" + path.substr(name));
 }
 
-/// FNV-1a
+/// FNV-1a.
 std::uint64_t Hash(const std::wstring& text) {
     std::uint64_t hash = 0xCBF29CE484222325;
     for (const wchar_t c : text) {
@@ -73,7 +73,7 @@ bool HasEnded(DWORD process) {
                   : ::GetLastError() == ERROR_INVALID_PARAMETER;
 }
 
-/// "C:\logs\app.log" in the parts "C:\logs\app." and ".log".
+/// Splits "C:\logs\app.log" into "C:\logs\app." and ".log".
 std::pair<std::wstring, std::wstring> SplitPath(const std::wstring& path) {
     const std::size_t name = path.find_last_of(L"\\/") + 1;
     const std::size_t dot = path.rfind(L'.');
@@ -81,7 +81,7 @@ std::pair<std::wstring, std::wstring> SplitPath(const std::wstring& path) {
     return {path.substr(0, extension) + L".", path.substr(extension)};
 }
 
-/// The numbers of the files that were rolled, in ascending order. Other names with digits are somebody else's.
+/// Returns the numbers of the rolled files in ascending order. Other names with digits belong to other programs.
 std::vector<std::uint64_t> FindRolled(const std::wstring& stem, const std::wstring& extension) {
     std::vector<std::uint64_t> numbers;
     WIN32_FIND_DATAW data;
@@ -100,7 +100,7 @@ std::vector<std::uint64_t> FindRolled(const std::wstring& stem, const std::wstri
     return numbers;
 }
 
-/// Takes a lock if nobody else has it; the handle needs the right to read. False with the last error.
+/// Acquires a lock if it is free; the handle needs read access. Returns false with the last error.
 bool TryLock(HANDLE file, LockByte byte, DWORD flags) noexcept {
     OVERLAPPED place{};
     place.Offset = static_cast<DWORD>(byte);
@@ -115,7 +115,7 @@ void Unlock(HANDLE file, LockByte byte) noexcept {
     ::UnlockFileEx(file, 0, 1, 0, &place);
 }
 
-/// Keeps others from rolling the file, or goes on without after a while.
+/// Prevents other processes from rolling the file, or continues without the lock after a while.
 class RollingLock {
 public:
     explicit RollingLock(HANDLE file) noexcept : m_file(file) {
@@ -140,7 +140,7 @@ private:
     bool m_locked = false;
 };
 
-/// Unless a process still has the file open to write.
+/// Deletes a rolled file unless a process still has it open for writing.
 void DeleteRolled(const std::wstring& path) noexcept {
     const ZelWin32::FileHandle file(::CreateFileW(path.c_str(), FILE_READ_DATA,
                                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -149,22 +149,22 @@ void DeleteRolled(const std::wstring& path) noexcept {
         ::GetLastError() == ERROR_LOCK_VIOLATION) {
         return;
     }
-    ::DeleteFileW(path.c_str()); // with the lock held: nobody begins to write meanwhile
+    ::DeleteFileW(path.c_str()); // with the lock held, so that no process starts to write meanwhile
     if (file) {
         Unlock(file.Get(), LockByte::InUse);
     }
 }
 
-/// Wine looks for the end of the file and then writes there, so that lines of two processes may meet. It has to be
-/// asked for by name: nothing else tells.
+/// Wine determines the end of the file and then writes there, so that lines of two processes may overlap. The only way
+/// to detect this is to look for Wine by name.
 bool AppendsInTwoSteps() noexcept {
     return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
 } // namespace
 
-/// Lets processes append one after the other where the system does not see to that. Threads of this one are kept away
-/// by the lock taken before.
+/// Lets processes append one after the other if the system does not ensure it. Threads of this process are excluded by
+/// the lock taken before.
 class CLogFile::Turn {
 public:
     explicit Turn(CLogFile& file) noexcept : m_owner(file.m_turns) {
@@ -182,14 +182,14 @@ public:
     }
 
 private:
-    /// False where the owner neither ends nor goes on: it must not stop this process.
+    /// Returns false if the owner neither ends nor makes progress, so that it cannot block this process.
     bool Wait(CLogFile& file) const noexcept {
         const DWORD self = ::GetCurrentProcessId();
         ULONGLONG start = 0;
         for (unsigned round = 0;; ++round) {
             std::uint32_t holder = 0;
             if (m_owner->compare_exchange_strong(holder, self) || holder == self) {
-                return true; // an owner with our id has ended, and we were given its number
+                return true; // an earlier owner had the same process identifier
             }
             if (round < SpinRounds) {
                 ::SwitchToThread();
@@ -249,7 +249,7 @@ void CLogFile::MapTurns(const std::wstring& key) {
 }
 
 ZelWin32::FileHandle CLogFile::OpenHandle(int tries) const {
-    // Site: both ways to open report one place.
+    // Site: a step of Open, for both access modes.
     const wchar_t* const method = L"ZelCore::Diagnostics::CLogFile::Open";
     const auto open = [this](DWORD moreAccess) {
         return ZelWin32::FileHandle(::CreateFileW(m_path.c_str(),
@@ -258,15 +258,15 @@ ZelWin32::FileHandle CLogFile::OpenHandle(int tries) const {
                                                   OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     };
     for (int i = 1;; ++i) {
-        ZelWin32::FileHandle file = open(FILE_READ_DATA); // for the locks
+        ZelWin32::FileHandle file = open(FILE_READ_DATA); // to lock
         if (!file && ::GetLastError() == ERROR_ACCESS_DENIED) {
-            file = open(0); // who may only append does without
+            file = open(0); // a user with only append access works without locks
         }
         const DWORD error = ::GetLastError();
         if (file) {
             return file;
         }
-        if (error == ERROR_PATH_NOT_FOUND && i == 1) { // somebody has removed the folder
+        if (error == ERROR_PATH_NOT_FOUND && i == 1) { // the folder was removed
             IO::CDirectory::Create(IO::CPath::GetDirectoryName(m_path.c_str()).c_str(), nullptr);
         } else if (error == ERROR_SHARING_VIOLATION && i < tries) {
             ::Sleep(10);
@@ -276,13 +276,13 @@ ZelWin32::FileHandle CLogFile::OpenHandle(int tries) const {
     }
 }
 
-/// Whether the name means this file; also where that cannot be told.
+/// Whether the name refers to this file; true if this cannot be determined.
 bool CLogFile::IsCurrent(const ZelWin32::FileHandle& file) const {
     const ZelWin32::FileHandle named(::CreateFileW(m_path.c_str(), FILE_READ_ATTRIBUTES,
                                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                                    OPEN_EXISTING, 0, nullptr));
     if (!named) {
-        const DWORD error = ::GetLastError(); // access denied: its deletion is pending
+        const DWORD error = ::GetLastError(); // access denied: the deletion is pending
         return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND && error != ERROR_ACCESS_DENIED;
     }
     BY_HANDLE_FILE_INFORMATION a, b;
@@ -291,7 +291,7 @@ bool CLogFile::IsCurrent(const ZelWin32::FileHandle& file) const {
             a.nFileIndexLow == b.nFileIndexLow);
 }
 
-/// Opens the file under its name; on failure an open one stays.
+/// Opens the file by its name. On failure an open file stays open.
 void CLogFile::Open(int tries) {
     const wchar_t* const method = L"ZelCore::Diagnostics::CLogFile::Open";
     for (int i = 1;; ++i) {
@@ -301,13 +301,13 @@ void CLogFile::Open(int tries) {
             throw ZelWin32::CWin32Exception(::GetLastError(), m_path.c_str(), ZEL_SITE(method));
         }
         const bool isDeleted = !TryLock(file.Get(), LockByte::InUse, 0) && ::GetLastError() == ERROR_LOCK_VIOLATION;
-        // From here on nobody deletes it, but somebody may have done so before.
+        // From here on the file cannot be deleted, but it may have been deleted before.
         if (i < LockTries && (isDeleted || !IsCurrent(file))) {
             ::Sleep(1);
             continue;
         }
         if (m_file) {
-            Unlock(m_file.Get(), LockByte::InUse); // closing would do it too, but not always at once
+            Unlock(m_file.Get(), LockByte::InUse); // closing unlocks too, but not always at once
         }
         m_file = std::move(file);
         m_size = size.QuadPart;
@@ -315,7 +315,7 @@ void CLogFile::Open(int tries) {
     }
 }
 
-/// False where that fails and an open handle can go on.
+/// Returns false if opening fails and there is an open handle to continue with.
 bool CLogFile::TryOpen(int tries) {
     m_openedAt = ::GetTickCount64();
     try {
@@ -340,12 +340,12 @@ void CLogFile::LookAtSize(std::uint64_t now) {
     }
 }
 
-/// What was open stays open until the new file is: whatever fails, the line has a place.
+/// The old file stays open until the new one is open, so that the line can be written whatever fails.
 void CLogFile::Roll(const LogLimits& limits) {
     bool isRenamed = true;
     {
         const RollingLock lock(m_file.Get());
-        if (IsCurrent(m_file)) { // no other process has been faster
+        if (IsCurrent(m_file)) { // no other process has rolled it
             isRenamed = Rename();
         }
     }
@@ -364,7 +364,7 @@ std::wstring CLogFile::ToRolledPath(std::uint64_t number) const {
     return stem + digits + extension;
 }
 
-/// True where the name is free then; false where somebody keeps the file from being renamed.
+/// Returns true if the name is free afterwards, and false if the file cannot be renamed.
 bool CLogFile::Rename() const {
     const auto [stem, extension] = SplitPath(m_path);
     for (int i = 0; i < RollTries; ++i) {
@@ -376,14 +376,14 @@ bool CLogFile::Rename() const {
         if (error == ERROR_FILE_NOT_FOUND) {
             return true;
         }
-        if (error != ERROR_ALREADY_EXISTS && error != ERROR_FILE_EXISTS) { // somebody has taken the number
+        if (error != ERROR_ALREADY_EXISTS && error != ERROR_FILE_EXISTS) { // another process has used the number
             return false;
         }
     }
     return false;
 }
 
-/// All but the newest. What cannot be deleted now is surplus at the next roll again.
+/// Deletes all rolled files but the newest. Files that cannot be deleted now are tried again at the next roll.
 void CLogFile::DeleteSurplus(std::uint32_t maximumFiles) const {
     const auto [stem, extension] = SplitPath(m_path);
     const std::vector<std::uint64_t> rolled = FindRolled(stem, extension);
@@ -406,7 +406,7 @@ void CLogFile::Append(const char* bytes, std::size_t size) {
         if (!succeeded || written == 0) {
             const DWORD error = succeeded ? ERROR_DISK_FULL : ::GetLastError();
             m_cut = m_cut || at != 0;
-            m_openedAt = 0; // the next line tries with a new handle, or with this one if there is none
+            m_openedAt = 0; // the next line reopens the file, or uses this handle if that fails
             throw ZelWin32::CWin32Exception(error, m_path.c_str(), ZEL_SITE(method));
         }
     }
@@ -421,7 +421,7 @@ void CLogFile::Write(const std::string& line, const LogLimits& limits) {
     }
     if (limits.maximumSize != -1) {
         LookAtSize(now);
-        if (m_size <= limits.maximumSize) { // what could not be rolled is larger: another process has rolled it
+        if (m_size <= limits.maximumSize) { // if it is smaller, another process has rolled the file
             m_rollAgainAt = 0;
         }
         const auto length = static_cast<std::int64_t>(line.size());

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: objects that are shared by name as long as somebody holds them.
+// Private to the library: objects that are shared by name while they are in use.
 
 #include "ZelWin32/CriticalSection.h"
 

@@ -6,14 +6,14 @@
 
 namespace ZelCore::Diagnostics {
 
-/// The switches of the process by name. A switch lives as long as somebody holds it. Any thread.
+/// The switches of the process by name. A switch lives while it is in use. May be used from any thread.
 class ZELCORE_API CSourceSwitchManager {
 public:
     CSourceSwitchManager() = delete;
 
-    /// The live switch of the name, or a new one from "switches" of the program's configuration. Throws
-    /// CArgumentNullException for "switchName", CConfigurationException for a name that is not there, and what reading
-    /// the configuration throws.
+    /// Returns the existing switch of that name, or a new one from "switches" of the program's configuration. Throws
+    /// CArgumentNullException for "switchName", CConfigurationException for an unknown name, and exceptions from
+    /// reading the configuration.
     static std::shared_ptr<CSourceSwitch> GetSourceSwitch(const wchar_t* switchName);
 };
 

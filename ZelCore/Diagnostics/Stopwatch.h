@@ -6,23 +6,23 @@
 
 namespace ZelCore::Diagnostics {
 
-/// Measures time between Start and Stop with the system's high-resolution counter. It is stopped at first, with nothing
-/// measured. A copyable value; one thread at a time.
+/// Measures the time between Start and Stop with the system's high-resolution counter. It is initially stopped, with an
+/// elapsed time of 0. A copyable value. Not thread-safe: one thread at a time.
 class ZELCORE_API CStopwatch {
 public:
-    /// Goes on from what was measured before; does nothing while it is running.
+    /// Starts or resumes measuring. Does nothing while it is running.
     void Start();
-    /// Does nothing while it is stopped.
+    /// Stops measuring. Does nothing while it is stopped.
     void Stop();
 
-    /// In ticks of GetTimestamp, with the interval that is running.
+    /// Returns the elapsed time in ticks of GetTimestamp, including the running interval.
     std::int64_t GetElapsedTicks() const;
 
-    /// Ticks per second of GetTimestamp: the counter's, or 10,000,000 where there is no such counter and timestamps
-    /// are ticks of CDateTime. May be called from any thread, as GetTimestamp.
+    /// Returns the ticks of GetTimestamp per second: those of the counter, or 10,000,000 if there is no such counter
+    /// and timestamps are ticks of CDateTime. Like GetTimestamp, it may be called from any thread.
     static std::int64_t GetFrequency();
 
-    /// The counter as it is now. Only differences mean something, and only on one computer until it restarts.
+    /// Returns the current counter value. Only differences are meaningful, and only on one computer until it restarts.
     static std::int64_t GetTimestamp();
 
 private:

@@ -4,20 +4,21 @@
 
 namespace ZelCore::Diagnostics {
 
-/// The text of an event as the library's listeners write it. All static, callable from any thread.
+/// The text of an event as written by the library's listeners. All functions are static and may be called from any
+/// thread.
 class ZELCORE_API CTraceFormatter {
 public:
     CTraceFormatter() = delete;
 
-    /// "2024-02-29T13:14:15.1234567Z 0abc W File.cpp:12 message": the universal time, the thread, the first letter of
-    /// the type, file name and line. The thread's number is hexadecimal, of four digits at least. Without an end of
-    /// line; a message may have several lines, null counts as empty.
+    /// Formats "2024-02-29T13:14:15.1234567Z 0abc W File.cpp:12 message": UTC time, thread identifier, first letter of
+    /// the type, file name and line, without a line break at the end. The thread identifier is hexadecimal with at
+    /// least four digits. The message may have several lines; null counts as empty.
     static std::wstring Format(const TraceEventContext& context, TraceEventType type, const wchar_t* message);
 
-    /// The same with CR LF as UTF-8.
+    /// The same text as UTF-8, followed by CR LF.
     static std::string FormatLine(const TraceEventContext& context, TraceEventType type, const wchar_t* message);
 
-    /// "Critical" to "Transfer", "Unknown" for any other value. Valid as long as the library is loaded.
+    /// Returns "Critical" to "Transfer", or "Unknown" for any other value. Valid while the library is loaded.
     static const wchar_t* GetTypeName(TraceEventType type) noexcept;
 };
 

@@ -15,7 +15,7 @@ void CTraceListener::Flush() {}
 
 void CTraceListener::Deliver(const TraceEventContext& context, const wchar_t* source, TraceEventType type,
                              unsigned int id, const wchar_t* message) {
-    // Taken before the call, so that of several threads only one tells it.
+    // Reset before the call, so that only one of several threads reports it.
     const std::uint64_t lost = m_lost.load(std::memory_order_relaxed) != 0 ? m_lost.exchange(0) : 0;
     try {
         if (lost == 0) {

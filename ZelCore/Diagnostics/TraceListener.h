@@ -11,47 +11,49 @@ namespace ZelCore::Diagnostics {
 
 /// Where and when an event was traced.
 struct TraceEventContext {
-    std::wstring function;     ///< as the caller gave it; may be empty
-    std::wstring file;         ///< the source file as the caller gave it, mostly with its path; may be empty
+    std::wstring function;     ///< as passed by the caller; may be empty
+    std::wstring file;         ///< the source file as passed by the caller, usually with its path; may be empty
     int line = 0;              ///< in that file
-    unsigned int threadId = 0; ///< the system's number of the tracing thread
+    unsigned int threadId = 0; ///< the system's identifier of the tracing thread
     CDateTime timestamp;       ///< Utc
 };
 
-/// Receives the events that passed the switch of its sources: one call for each, from any thread, several at a time.
+/// Receives the events that passed the switch of its sources: one call per event, from any thread, possibly
+/// concurrently.
 ///
-/// Sources share listeners and keep them alive. To write one of your own, implement TraceEvent, guard what it changes,
-/// and hand it to CTraceSource::AddTraceListener: the configuration knows the library's own only.
+/// Sources share listeners and keep them alive. A listener class of your own implements TraceEvent, synchronizes access
+/// to its state, and is added with CTraceSource::AddTraceListener. The configuration supports only the library's own
+/// listeners.
 class ZELCORE_API CTraceListener {
 public:
     /// Null throws CArgumentNullException for "name".
     explicit CTraceListener(const wchar_t* name);
     CTraceListener(const CTraceListener&) = delete;
     CTraceListener& operator=(const CTraceListener&) = delete;
-    /// Sources that use the listener hold a reference: it ends after the last of them.
+    /// Sources that use the listener hold a reference: it is destroyed after the last of them.
     virtual ~CTraceListener();
 
-    /// Hands on what the listener holds back; the library's own hold nothing back. Sources do not call it: who needs it
-    /// does.
+    /// Writes buffered data; the library's own listeners do not buffer. Sources do not call it; the program may call it
+    /// when needed.
     virtual void Flush();
 
-    /// Takes an event. What it needs later it copies: all arguments are borrowed for the call.
+    /// Receives an event. All arguments are borrowed for the call: copy data that is needed later.
     ///
     /// \param source  the name of the tracing source
     /// \param id      0 for the events of trace sources
     /// \param message never null from trace sources
     ///
-    /// What it throws leaves CTraceSource::TraceEvent after the other listeners got the event, unless the listener
-    /// counts its failures.
+    /// An exception thrown here is thrown by CTraceSource::TraceEvent after the other listeners have received the
+    /// event, unless the listener counts its failures.
     virtual void TraceEvent(const TraceEventContext& context, const wchar_t* source, TraceEventType type,
                             unsigned int id, const wchar_t* message) = 0;
 
-    /// The name under which sources and configuration know the listener. Valid while it lives.
+    /// Returns the name used by sources and the configuration. Valid while the listener lives.
     const std::wstring& GetName() const noexcept {
         return m_name;
     }
 
-    /// Whether failures of TraceEvent are counted instead of leaving CTraceSource::TraceEvent; at first they leave. The
+    /// Whether failures of TraceEvent are counted instead of thrown by CTraceSource::TraceEvent; false by default. The
     /// configuration sets it by the attribute "countFailures" of a shared listener. May be set at any time.
     ///@{
     bool CountsFailures() const noexcept {
@@ -62,13 +64,13 @@ public:
     }
     ///@}
 
-    /// How many events were lost since the last one that succeeded, by failures that were counted. The message of the
-    /// next event that succeeds begins with "(3 events before this one were lost) ", and the count with 0 again.
+    /// Returns the number of events lost by counted failures since the last event that succeeded. The message of the
+    /// next successful event begins with "(3 events before this one were lost) ", and the count is reset to 0.
     std::uint64_t GetLostCount() const noexcept {
         return m_lost;
     }
 
-    /// Hands an event on to TraceEvent as trace sources do: counts or passes on what it throws, and tells how many
+    /// Passes an event to TraceEvent as trace sources do: counts or passes on its exceptions, and reports how many
     /// events were lost before.
     void Deliver(const TraceEventContext& context, const wchar_t* source, TraceEventType type, unsigned int id,
                  const wchar_t* message);

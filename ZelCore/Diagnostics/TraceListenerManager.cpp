@@ -15,7 +15,7 @@ namespace ZelCore::Diagnostics {
 
 namespace {
 
-// Site: both forms and their helpers.
+// Site: both overloads and their helpers.
 const wchar_t* const Method = L"ZelCore::Diagnostics::CTraceListenerManager::GetTraceListener";
 
 Registry<CTraceListener>& GetRegistry() {
@@ -47,7 +47,7 @@ std::shared_ptr<CTraceListener> CTraceListenerManager::GetTraceListener(const wc
                 ZEL_SITE(Method));
         }
         auto& entry = *found->second;
-        // The lock is held already; what the other form checks is checked there.
+        // The lock is already held; the other overload checks its arguments.
         auto listener =
             GetTraceListener(listenerName, entry.type.GetValue().c_str(), entry.initializeData.GetValue().c_str(),
                              entry.maximumFileSize.GetValue(), entry.maximumNumberOfFiles.GetValue());

@@ -11,7 +11,7 @@ namespace ZelCore::Diagnostics {
 
 namespace {
 
-/// Looks for the name, then for what stands before its last dot, and so on.
+/// Looks for the name, then for the part before its last dot, and so on.
 template <class Map> typename Map::iterator FindWithAncestors(Map& map, std::wstring name) {
     for (;;) {
         if (const auto found = map.find(name); found != map.end()) {

@@ -16,15 +16,15 @@ using ZelWin32::CWin32Exception;
 
 namespace {
 
-/// Where the creation of the levels of a path starts.
+/// The part of a path before its first component that can be created.
 struct PathRoot {
     std::wstring prefix;
     std::size_t firstPiece = 0;
 };
 
-constexpr std::size_t LargestForShell = 240; // characters: MAX_PATH, with room for what it puts behind them
+constexpr std::size_t LargestForShell = 240; // characters: MAX_PATH, less what the shell appends
 
-/// The system's tests know one separator only, and take the prefix of long paths for a UNC name.
+/// PathIsUNC recognizes only one separator, and takes the prefix of long paths for a UNC name.
 std::wstring ToUncTestForm(const wchar_t* path) {
     std::wstring form(path);
     std::replace(form.begin(), form.end(), L'/', L'\\');
@@ -42,7 +42,7 @@ PathRoot FindRoot(const std::wstring& form, const std::vector<std::wstring>& pie
     if (IsLong(form)) { // "", "", "?", "C:"
         return {L"\\\\?\\" + pieces[3] + L"\\", 4};
     }
-    if (pieces[0].ends_with(L':')) { // not "C:a", which is a folder
+    if (pieces[0].ends_with(L':')) { // not "C:a", which is a directory
         return {pieces[0] + L"\\", 1};
     }
     if (::PathIsUNCW(form.c_str()) && pieces.size() >= 4) { // "", "", server, share
@@ -60,14 +60,14 @@ struct FindTraits : ZelWin32::FileTraits {
 struct TreeEntry {
     std::wstring path;
     DWORD attributes;
-    bool isLink = false; ///< stands for something elsewhere; other reparse points are files and folders of this place
+    bool isLink = false; ///< refers to another place; other reparse points are files and folders here
 };
 
 bool IsLink(DWORD attributes, DWORD reparseTag) {
     return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsReparseTagNameSurrogate(reparseTag);
 }
 
-/// What has a name, or an entry that is not there.
+/// Returns the file or folder of that name, or an entry that does not exist.
 TreeEntry FindEntry(const std::wstring& path) {
     TreeEntry entry{path, ::GetFileAttributesW(path.c_str())};
     if (entry.attributes != INVALID_FILE_ATTRIBUTES && (entry.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
@@ -82,8 +82,8 @@ bool IsThere(const TreeEntry& entry) {
     return entry.attributes != INVALID_FILE_ATTRIBUTES;
 }
 
-/// A folder with all that it holds, each folder before what is in it; or what else has the name, if anything. Links are
-/// not followed. What cannot be listed is for the deletion to complain about.
+/// Returns a folder with all its contents, each folder before its contents; for anything else only the entry itself.
+/// Links are not followed. A folder that cannot be listed is reported when its deletion fails.
 std::vector<TreeEntry> ListTree(const std::wstring& root) {
     std::vector<TreeEntry> entries{FindEntry(root)};
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -103,7 +103,7 @@ std::vector<TreeEntry> ListTree(const std::wstring& root) {
     return entries;
 }
 
-/// Deletes entries, the last first.
+/// Deletes entries in reverse order.
 void DeleteEntries(const std::vector<TreeEntry>& entries, bool throwIfMissing) {
     // Site: does the work of the method.
     for (std::size_t i = entries.size(); i-- > 0;) {
@@ -119,9 +119,9 @@ void DeleteEntries(const std::vector<TreeEntry>& entries, bool throwIfMissing) {
     }
 }
 
-/// What the shell must not see. It joins names in buffers of MAX_PATH characters, and what is too long becomes
-/// something else, the current directory for instance; it leaves out blanks and dots at the end of names; and some
-/// shells follow links.
+/// Entries that must not be passed to the shell. It joins names in buffers of MAX_PATH characters, and a longer path
+/// becomes a different one, for example the current directory. It also removes trailing spaces and dots from names, and
+/// some shells follow links.
 bool IsBeyondShell(const TreeEntry& entry) {
     return entry.path.size() > LargestForShell || entry.path.ends_with(L'.') || entry.path.ends_with(L' ') ||
            entry.isLink;
@@ -137,13 +137,13 @@ void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     std::wstring list = CPath::GetFullPath(directoryPath);
     const std::wstring longForm = ToLongForm(list);
     const std::vector<TreeEntry> entries = ListTree(longForm);
-    if (!IsThere(entries[0]) && IsThere(FindEntry(list))) { // of a form that nobody knows
+    if (!IsThere(entries[0]) && IsThere(FindEntry(list))) { // in a form that the long form does not cover
         throw CWin32Exception(ERROR_BAD_PATHNAME, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
     if (IsThere(entries[0]) && (entries[0].attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) { // the shell would delete it
         throw CWin32Exception(ERROR_DIRECTORY, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
-    // The shell knows no paths with a prefix, and may say that it has deleted them.
+    // The shell does not support paths with a prefix, and may report success for them.
     if (isLong || std::any_of(entries.begin(), entries.end(), IsBeyondShell)) {
         DeleteEntries(entries, throwIfMissing);
         return;
@@ -154,14 +154,14 @@ void DeleteRecursively(const wchar_t* directoryPath, bool throwIfMissing) {
     operation.pFrom = list.c_str();
     operation.fFlags = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
     const int result = ::SHFileOperationW(&operation);
-    constexpr int invalidPath = 124; // a code of the shell's own
+    constexpr int invalidPath = 124; // a shell-specific code
     if (result != 0 && (throwIfMissing || (result != ERROR_FILE_NOT_FOUND && result != invalidPath))) {
         throw CWin32Exception(static_cast<DWORD>(result), nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
     if (result == 0 && operation.fAnyOperationsAborted) {
         throw CWin32Exception(ERROR_CANCELLED, nullptr, ZEL_SITE(L"ZelCore::IO::CDirectory::Delete"));
     }
-    if (IsThere(FindEntry(longForm))) { // whatever the shell took it for
+    if (IsThere(FindEntry(longForm))) { // the shell deleted something else
         DeleteEntries(ListTree(longForm), throwIfMissing);
     }
 }
@@ -199,8 +199,8 @@ void CDirectory::Create(const wchar_t* directoryPath, _SECURITY_ATTRIBUTES* secu
         }
     }
     std::vector<std::wstring> pieces = CString::Split(directoryPath, L"\\/");
-    // At the end of a path the system leaves out blanks and dots. With a backslash behind them it would not, and make a
-    // folder that nobody finds by the same name.
+    // The system removes trailing spaces and dots from a path, but not before a backslash. With one it would create a
+    // folder that cannot be found by the same name.
     if (const std::wstring trimmed = CString::TrimEnd(pieces.back(), L" ."); !IsLong(form) && !trimmed.empty()) {
         pieces.back() = trimmed;
     }
@@ -209,7 +209,7 @@ void CDirectory::Create(const wchar_t* directoryPath, _SECURITY_ATTRIBUTES* secu
     for (std::size_t i = root.firstPiece; i < pieces.size(); ++i) {
         prefix += pieces[i] + L"\\";
         if (pieces[i].empty() || ::CreateDirectoryW(prefix.c_str(), securityAttributes)) {
-            continue; // an empty piece would only name the level above once more
+            continue; // an empty component refers to the parent
         }
         const DWORD error = ::GetLastError();
         if (error != ERROR_ALREADY_EXISTS) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to CFile and CDirectory: what the system says of a path.
+// Private to CFile and CDirectory: existence tests by file attributes.
 
 #include "ZelCore/Arguments.h"
 #include "ZelWin32/Win32Exception.h"
@@ -12,7 +12,7 @@ constexpr bool IsMissing(DWORD error) noexcept {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
-/// Whether the path exists and is of the wanted kind. An error that leaves it open throws.
+/// Whether the path exists and is of the wanted kind. Throws for an error from which this cannot be determined.
 inline bool ExistsAs(bool directory, const wchar_t* path, const wchar_t* method, const wchar_t* file, int line) {
     if (*path == L'\0') {
         return false;
@@ -29,7 +29,7 @@ inline bool ExistsAs(bool directory, const wchar_t* path, const wchar_t* method,
            ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) == directory;
 }
 
-/// Throws for the last error unless it says that there was nothing to delete and the caller does not mind.
+/// Throws for the last error, unless it is "not found" and `throwIfMissing` is false.
 inline void ThrowDeleteError(bool throwIfMissing, const wchar_t* method, const wchar_t* file, int line) {
     const DWORD error = ::GetLastError();
     if (throwIfMissing || !IsMissing(error)) {

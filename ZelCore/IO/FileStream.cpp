@@ -24,7 +24,7 @@ using ZelWin32::CWin32Exception;
 
 namespace {
 
-/// One system call moves at most 4 GiB less one byte; pieces of this size keep every file system happy.
+/// One system call transfers at most 4 GiB less one byte; all file systems accept pieces of this size.
 constexpr std::size_t LargestPiece = 0x40000000;
 constexpr std::size_t LargestOverlapped = Largest32;
 
@@ -50,9 +50,9 @@ void CheckNotNegative(std::int64_t value, const wchar_t* name, const wchar_t* me
 } // namespace
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // it counts its references and deletes itself
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // reference-counted, deletes itself
 
-/// The stream and the side that completes the operation share it.
+/// Shared by the stream and the code that completes the operation.
 class CFileStream::CFileStreamAsyncResult final : public CAsyncResultT<std::size_t> {
 public:
     CFileStreamAsyncResult(CAsyncCallback* callback, void* state, bool isRead, std::size_t count,
@@ -75,14 +75,14 @@ public:
     std::size_t GetCount() const noexcept {
         return m_count;
     }
-    /// Where the operation begins.
+    /// The position at which the operation begins.
     std::int64_t GetPosition() const noexcept {
         return m_position;
     }
     bool HasCallback() const noexcept {
         return m_hasCallback;
     }
-    /// A failure that there was no memory to keep as an exception; 0 when there is none.
+    /// A failure for which there was no memory to keep it as an exception; 0 if there is none.
     void SetError(DWORD error) noexcept {
         m_error = error;
     }
@@ -103,8 +103,8 @@ private:
 
 #pragma GCC diagnostic pop
 
-/// The overlapped structure of a stream. The system holds a reference while an operation is under way, so that
-/// a stream may let go of it at any time.
+/// The overlapped structure of a stream. The system holds a reference while an operation is in progress, so that a
+/// stream may release it at any time.
 class CFileStream::CFileIOCOmpletionCallback final : private Threading::CIOCOmpletionCallback {
 public:
     CFileIOCOmpletionCallback(impl& stream, const RefPtr<COutstandingOperations>& outstanding) noexcept
@@ -121,7 +121,7 @@ public:
 
     OVERLAPPED* Start(const RefPtr<CFileStreamAsyncResult>& result, std::int64_t position) noexcept {
         static_cast<OVERLAPPED&>(*this) = OVERLAPPED{};
-        Internal = static_cast<ULONG_PTR>(STATUS_PENDING); // until the system writes the outcome
+        Internal = static_cast<ULONG_PTR>(STATUS_PENDING); // until the system writes the result
         Offset = LowPart(position);
         OffsetHigh = HighPart(position);
         m_result = result;
@@ -131,19 +131,19 @@ public:
         return this;
     }
 
-    /// Tells the operations that this structure serves one after the other apart.
+    /// Distinguishes the successive operations of this structure.
     std::uint64_t GetOperation() const noexcept {
         return m_operation;
     }
 
-    /// Cuts the tie to the stream. False when the completion has begun and will go its way.
+    /// Detaches it from the stream. Returns false if the completion has already begun, which then continues.
     bool Retire() noexcept {
         return Leave(m_state.load() >> StateBits, Retired);
     }
 
-    /// Retires an operation that the system refused to start. It is still reported where the system has written its
-    /// outcome: some do so for a full disk. The system's reference is then given up only after a while, else at once.
-    /// False when the report has come already, and the operation counts as started.
+    /// Retires an operation that the system refused to start. If the system has written a result, as some versions do
+    /// for a full disk, the operation is still reported; the system's reference is then released only after a while,
+    /// otherwise at once. Returns false if the report has already arrived and the operation counts as started.
     bool Abandon(std::uint64_t operation) noexcept;
 
     void OnCompleted(unsigned long error, unsigned long bytesTransferred) noexcept override;
@@ -159,7 +159,7 @@ private:
     static CFileIOCOmpletionCallback* s_oldestAbandoned;
     static CFileIOCOmpletionCallback** s_abandonedEnd;
 
-    /// The one way out of the pending state: of the pool, the stream and its End method one succeeds.
+    /// The only exit from the pending state. Of the pool, the stream and its End method exactly one succeeds.
     bool Leave(std::uint64_t operation, State state) noexcept {
         std::uint64_t expected = operation << StateBits | Pending;
         return m_state.compare_exchange_strong(expected, operation << StateBits | state);
@@ -291,7 +291,7 @@ void CFileStream::CFileIOCOmpletionCallback::Deliver(CFileStreamAsyncResult& res
                                                      DWORD bytesTransferred) noexcept {
     try {
         m_stream->CompleteIOCallback(result, error, bytesTransferred);
-    } catch (...) { // thrown by the callback, and the pool has no use for it
+    } catch (...) { // thrown by the callback; there is no caller to report it to
     }
 }
 
@@ -300,7 +300,7 @@ CFileStream::impl::impl(const wchar_t* fileName, DWORD desiredAccess, DWORD shar
     : name(fileName), handle(::CreateFileW(fileName, desiredAccess, shareMode, securityAttributes, creationDisposition,
                                            flagsAndAttributes, nullptr)),
       asynchronous((flagsAndAttributes & FILE_FLAG_OVERLAPPED) != 0) {
-    // Site: opens for the constructor, which is what callers see.
+    // Site: opens the file for the constructor.
     if (!handle) {
         const DWORD error = ::GetLastError();
         throw CWin32Exception(error, CString::Format(GetMessageText(Message::CannotCreateFileStream), fileName).c_str(),
@@ -321,7 +321,7 @@ CFileStream::impl::impl(const wchar_t* fileName, DWORD desiredAccess, DWORD shar
 template <class Transfer>
 const IAsyncResult* CFileStream::impl::Begin(bool isRead, std::size_t count, CAsyncCallback* callback, void* state,
                                              Transfer transfer, const wchar_t* method, const wchar_t* file, int line) {
-    if (closing) { // a callback that goes on reading would keep Close waiting
+    if (closing) { // a callback that keeps reading would block Close
         ThrowInvalidOperation(Message::InvalidHandle, method, file, line);
     }
     CheckIdle(method, file, line);
@@ -329,12 +329,12 @@ const IAsyncResult* CFileStream::impl::Begin(bool isRead, std::size_t count, CAs
         completion = RefPtr<CFileIOCOmpletionCallback>(new CFileIOCOmpletionCallback(*this, outstanding));
     }
     pending = RefPtr<CFileStreamAsyncResult>(new CFileStreamAsyncResult(callback, state, isRead, count, position));
-    // The callback may end the operation, and the stream with it, before the system call has returned.
+    // The callback may end the operation and destroy the stream before the system call has returned.
     CFileStreamAsyncResult* const result = pending.Get();
     const RefPtr<CFileIOCOmpletionCallback> started = completion;
     OVERLAPPED* const overlapped = started->Start(pending, position);
     const std::uint64_t operation = started->GetOperation();
-    const bool isInCallback = outstanding->IsDeliveringHere(); // for which whoever ends the stream waits
+    const bool isInCallback = outstanding->IsDeliveringHere(); // a thread that destroys the stream waits for it
     if (!transfer(handle.Get(), static_cast<DWORD>(count), overlapped)) {
         const DWORD error = ::GetLastError();
         if (error != ERROR_IO_PENDING && started->Abandon(operation)) {
@@ -351,7 +351,7 @@ const IAsyncResult* CFileStream::impl::Begin(bool isRead, std::size_t count, CAs
 
 std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead, const wchar_t* method,
                                    const wchar_t* file, int line) {
-    // Site: reports what the completion could not.
+    // Site: throws the failure that CompleteIOCallback could not keep as an exception.
     CheckNotNull(asyncResult, L"asyncResult", method, file, line);
     if (asyncResult != pending.Get() || pending->IsRead() != isRead) {
         throw CArgumentException(L"asyncResult", GetMessageText(Message::ForeignAsyncResult), method, file, line);
@@ -361,17 +361,18 @@ std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead,
     } catch (...) {
         const RefPtr<CFileStreamAsyncResult> ended = std::move(pending);
         if (!ended->IsCompleted() && !ended->HasCallback()) {
-            // The system has no event to wait with. The caller's buffer is the system's until the end all the same.
+            // The system cannot create an event to wait for. The system uses the caller's buffer until the operation
+            // has ended.
             ::CancelIoEx(handle.Get(), nullptr);
             while (!ended->IsCompleted()) {
                 ::Sleep(1);
             }
-            position = ended->GetPosition(); // nobody learns what was read or written
+            position = ended->GetPosition(); // the number of bytes read or written is lost
             throw;
         }
         if (!ended->IsCompleted()) {
-            // EndInvoke refused to wait. The system still works on the operation and will report to nobody,
-            // unless the report is under way already: then it ends at once and counts.
+            // EndInvoke refused to wait. The operation continues without reporting to anyone, unless the report is
+            // already in progress: then it completes at once and is valid.
             if (completion->Retire()) {
                 completion = {};
                 throw;
@@ -385,14 +386,14 @@ std::size_t CFileStream::impl::End(const IAsyncResult* asyncResult, bool isRead,
         throw;
     }
     const RefPtr<CFileStreamAsyncResult> ended = std::move(pending);
-    if (ended->GetError() != ERROR_SUCCESS) { // there was no memory to tell at once
+    if (ended->GetError() != ERROR_SUCCESS) { // there was no memory to record the exception
         throw CWin32Exception(ended->GetError(), nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::CompleteIOCallback"));
     }
     return ended->GetResult();
 }
 
 void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD error, DWORD bytesTransferred) {
-    // Site: the completion is known by the name of the stream.
+    // Site: published as a method of the stream itself.
     if (error == ERROR_SUCCESS && !result.IsRead() && bytesTransferred < result.GetCount()) {
         error = ERROR_DISK_FULL;
         position += bytesTransferred;
@@ -406,7 +407,7 @@ void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD
     std::optional<CWin32Exception> failure;
     try {
         failure.emplace(error, nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::CompleteIOCallback"));
-    } catch (const std::bad_alloc&) { // whoever waits must learn of it: the End method throws it from the code
+    } catch (const std::bad_alloc&) { // the waiting thread must be woken; the End method throws from the code
         result.SetError(error);
         result.SetAsCompleted(false);
         return;
@@ -416,7 +417,7 @@ void CFileStream::impl::CompleteIOCallback(CFileStreamAsyncResult& result, DWORD
 
 void CFileStream::impl::Close() noexcept {
     closing = true;
-    if (asynchronous && ZelWin32::IsProcessEnding()) { // without the threads that could report anything
+    if (asynchronous && ZelWin32::IsProcessEnding()) { // the threads that could report have ended
         if (completion) {
             completion->Retire();
         }
@@ -425,13 +426,13 @@ void CFileStream::impl::Close() noexcept {
             ::CancelIoEx(handle.Get(), nullptr);
         }
         if (outstanding->IsDeliveringHere()) {
-            // An operation that the callback has begun reports to nobody from here on.
+            // An operation that the callback has begun is no longer reported from here on.
             if (completion) {
                 completion->Retire();
             }
             outstanding->WaitForOtherDeliveries();
         } else {
-            outstanding->WaitUntilDelivered(); // also when a callback has closed the stream and not returned yet
+            outstanding->WaitUntilDelivered(); // also if a callback has closed the stream and not returned yet
         }
     }
     handle.Reset();
@@ -451,14 +452,14 @@ CFileStream::CFileStream(const wchar_t* fileName, unsigned long desiredAccess, u
 CFileStream::CFileStream(const std::wstring& fileName, unsigned long desiredAccess, unsigned long shareMode,
                          _SECURITY_ATTRIBUTES* securityAttributes, unsigned long creationDisposition,
                          unsigned long flagsAndAttributes)
-    : CFileStream(fileName.find(L'\0') == std::wstring::npos ? fileName.c_str() : L"", // which is refused
+    : CFileStream(fileName.find(L'\0') == std::wstring::npos ? fileName.c_str() : L"", // rejected
                   desiredAccess, shareMode, securityAttributes, creationDisposition, flagsAndAttributes) {}
 
 CFileStream::CFileStream(CFileStream&& other) noexcept : m_impl(std::move(other.m_impl)) {}
 
 CFileStream& CFileStream::operator=(CFileStream&& other) noexcept {
     if (this != &other) {
-        CFileStream::Close(); // the callback of an outstanding operation still finds its own stream here
+        CFileStream::Close(); // the callback of an outstanding operation still sees this stream
         m_impl = std::move(other.m_impl);
     }
     return *this;
@@ -592,7 +593,7 @@ void CFileStream::Write(const unsigned char* buffer, std::size_t count) {
     impl& stream = GetOpen(ZEL_SITE(L"ZelCore::IO::CFileStream::Write"));
     stream.CheckSynchronous(ZEL_SITE(L"ZelCore::IO::CFileStream::Write"));
     CheckNotNull(buffer, L"buffer", ZEL_SITE(L"ZelCore::IO::CFileStream::Write"));
-    do { // a count of 0 makes one call too
+    do { // a count of 0 also makes one call
         DWORD written = 0;
         CheckWin32(::WriteFile(stream.handle.Get(), buffer, static_cast<DWORD>(std::min(count, LargestPiece)), &written,
                                nullptr),
@@ -614,12 +615,12 @@ void CFileStream::SetLength(std::int64_t length) {
         target.QuadPart = position;
         return ::SetFilePointerEx(stream.handle.Get(), target, nullptr, FILE_BEGIN);
     };
-    // Always: what was appended has moved the file pointer elsewhere.
+    // Always, because an append moves the file pointer.
     CheckWin32(move(length), ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));
     DWORD error = ::SetEndOfFile(stream.handle.Get()) ? ERROR_SUCCESS : ::GetLastError();
-    if (!stream.asynchronous && !move(stream.position)) { // whose operations say where they begin
+    if (!stream.asynchronous && !move(stream.position)) { // asynchronous operations contain their position
         error = error != ERROR_SUCCESS ? error : ::GetLastError();
-        stream.position = length; // where it is
+        stream.position = length; // the actual position
     }
     if (error != ERROR_SUCCESS) {
         throw CWin32Exception(error, nullptr, ZEL_SITE(L"ZelCore::IO::CFileStream::SetLength"));

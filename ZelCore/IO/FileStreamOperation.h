@@ -1,6 +1,7 @@
 #pragma once
 
-// Private to CFileStream: what outlives a stream while the system still works on one of its operations.
+// Private to CFileStream: state that has to outlive a stream while the system is still processing one of its
+// operations.
 
 #include "ZelWin32/Windows.h"
 
@@ -9,11 +10,11 @@
 
 namespace ZelCore::IO {
 
-/// Shared ownership by a count inside the object; it neither allocates nor throws.
+/// An intrusive reference-counting pointer. It neither allocates nor throws.
 template <class T> class RefPtr {
 public:
     RefPtr() noexcept = default;
-    /// Takes over the reference that a new object is born with.
+    /// Takes over the initial reference of a new object.
     explicit RefPtr(T* adopted) noexcept : m_object(adopted) {}
     RefPtr(const RefPtr& other) noexcept : m_object(other.m_object) {
         if (m_object != nullptr) {
@@ -48,10 +49,11 @@ private:
     T* m_object = nullptr;
 };
 
-/// Counts the operations of one stream that the system has not reported back yet, and lets the stream wait.
+/// Counts the operations of one stream whose completion the system has not reported yet, and lets the stream wait for
+/// them.
 class COutstandingOperations {
 public:
-    /// One delivery in progress; lives on the stack of the pool's thread.
+    /// A callback in progress; lives on the stack of the pool thread.
     struct Delivery {
         DWORD thread;
         Delivery* next;
@@ -73,14 +75,14 @@ public:
     void BeginDelivery(Delivery& delivery) noexcept;
     void EndDelivery(const Delivery& delivery) noexcept;
 
-    /// Whether the calling code runs inside a callback of one of the operations.
+    /// Whether the calling code runs inside the callback of one of the operations.
     bool IsDeliveringHere() noexcept;
 
-    /// Waits until every operation has been delivered and its callback has returned. Not inside a callback: the
-    /// system may deliver everything on that one thread.
+    /// Waits until every operation has been delivered and its callback has returned. Must not be called inside a
+    /// callback, because the system may deliver all completions on that one thread.
     void WaitUntilDelivered() noexcept;
 
-    /// Waits for callbacks that run on other threads, not for operations that are still under way.
+    /// Waits for callbacks that run on other threads, but not for operations that are still in progress.
     void WaitForOtherDeliveries() noexcept;
 
 private:

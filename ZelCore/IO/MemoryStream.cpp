@@ -47,7 +47,7 @@ std::size_t CMemoryStream::Read(unsigned char* buffer, std::size_t count) {
     CheckNotNull(buffer, L"buffer", ZEL_SITE(L"ZelCore::IO::CMemoryStream::Read"));
     ThrowIfClosed();
     const auto length = static_cast<std::uint64_t>(GetLength());
-    if (m_position >= length) { // the data of a derived class may shrink
+    if (m_position >= length) { // the data of a derived class may have become shorter
         return 0;
     }
     const std::size_t read = std::min<std::size_t>(count, length - m_position);

@@ -24,15 +24,15 @@ bool IsRooted(const wchar_t* path) {
     return IsSeparator(path[0]) || (path[0] != L'\0' && path[1] == L':');
 }
 
-/// Calls a function that fills a buffer and returns the length, or the size that it needs, until the buffer is large
-/// enough: what it tells may change from one call to the next, with the current directory for example. 0 is a failure.
+/// Calls a function that fills a buffer and returns the length, or the required size, until the buffer is large enough.
+/// The required size may change between calls, for example with the current directory. 0 is a failure.
 template <class Fill>
 std::wstring FillPath(Fill fill, std::size_t firstSize, const wchar_t* method, const wchar_t* file, int line) {
     std::wstring buffer(firstSize, L'\0');
     for (;;) {
         ::SetLastError(ERROR_SUCCESS);
         const DWORD length = fill(buffer.data(), static_cast<DWORD>(buffer.size()));
-        if (length == 0) { // the empty path fails without an error code
+        if (length == 0) { // an empty path fails without an error code
             ThrowLastError(method, file, line, ERROR_INVALID_NAME);
         }
         const bool complete = length < buffer.size();
@@ -79,7 +79,7 @@ std::wstring CPath::GetFileName(const wchar_t* path) {
 std::wstring CPath::GetDirectoryName(const wchar_t* path) {
     CheckNotNull(path, L"path", ZEL_SITE(L"ZelCore::IO::CPath::GetDirectoryName"));
     std::wstring buffer(path);
-    buffer.resize(std::max<std::size_t>(buffer.size() + 1, MAX_PATH)); // the function is made for that size
+    buffer.resize(std::max<std::size_t>(buffer.size() + 1, MAX_PATH)); // the size that the function requires
     ::PathRemoveFileSpecW(buffer.data());
     buffer.resize(std::wcslen(buffer.c_str()));
     return buffer;
@@ -105,13 +105,13 @@ std::wstring CPath::GetTempFileNameW(const std::wstring& directory, const wchar_
     CheckNotNull(prefix, L"prefix", ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
     constexpr std::size_t longestPrefix = 3;
     if (std::wcslen(prefix) > longestPrefix) {
-        // The text of another message stands here by long habit, and log filters look for it.
+        // This text belongs to another message. It is kept because log filters search for it.
         throw CArgumentException(L"prefix",
                                  FormatOutOfRange(GetMessageText(Message::SourceSwitchNotFound), prefix).c_str(),
                                  ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
     }
-    constexpr std::size_t longestName = 14;          // separator, prefix, four digits, ".tmp" and the terminating zero
-    if (directory.size() > MAX_PATH - longestName) { // not every system looks before it writes
+    constexpr std::size_t longestName = 14;          // separator, prefix, four digits, ".tmp" and the terminating null
+    if (directory.size() > MAX_PATH - longestName) { // not every system checks the length first
         throw ZelWin32::CWin32Exception(ERROR_BUFFER_OVERFLOW, nullptr,
                                         ZEL_SITE(L"ZelCore::IO::CPath::GetTempFileNameW"));
     }
@@ -134,7 +134,7 @@ std::wstring CPath::NormalizeUncName(const wchar_t* path) {
         return name;
     }
     const std::size_t share = name.find_first_of(L"\\/", 2);
-    const bool isDevice = share == 3 && (name[2] == L'?' || name[2] == L'.'); // "\\?\C:\x", of this computer
+    const bool isDevice = share == 3 && (name[2] == L'?' || name[2] == L'.'); // a local path such as "\\?\C:\x"
     if (share == std::wstring::npos || isDevice) {
         return name;
     }

@@ -13,16 +13,16 @@ class IAsyncResult;
 /// Byte streams, files, directories and paths.
 namespace IO {
 
-/// What a stream can do: a set of flags.
+/// The capabilities of a stream; a set of flags.
 enum class StreamCapabilities : unsigned {
-    None = 0,       ///< nothing: a stream that is closed
+    None = 0,       ///< none: a closed stream
     CanRead = 1,    ///< Read and BeginRead
     CanWrite = 2,   ///< Write and BeginWrite
     CanSeek = 4,    ///< Seek, GetLength and GetPosition
     CanTimeout = 8, ///< the four timeout accessors
 };
 
-/// Bit by bit, as with the numbers.
+/// Bitwise operators.
 ///@{
 constexpr StreamCapabilities operator|(StreamCapabilities a, StreamCapabilities b) noexcept {
     return static_cast<StreamCapabilities>(static_cast<unsigned>(a) | static_cast<unsigned>(b));
@@ -41,89 +41,92 @@ constexpr StreamCapabilities& operator&=(StreamCapabilities& a, StreamCapabiliti
 }
 ///@}
 
-/// Whether one of the wanted flags is among the capabilities.
+/// Whether at least one of the wanted flags is set in the capabilities.
 constexpr bool Includes(StreamCapabilities capabilities, StreamCapabilities wanted) noexcept {
     return (capabilities & wanted) != StreamCapabilities::None;
 }
 
-/// Where the offset of a Seek counts from.
+/// The reference point of the offset in Seek.
 enum class SeekOrigin : int {
     Begin = 0,   ///< the first byte
-    Current = 1, ///< the position
-    End = 2,     ///< behind the last byte
+    Current = 1, ///< the current position
+    End = 2,     ///< after the last byte
 };
 
-/// The contract of every byte stream: files, memory, and decorators that compress or encrypt another stream.
+/// The interface of all byte streams: files, memory, and decorators that compress or encrypt another stream.
 ///
-/// A stream reports failures by exceptions only. Functions take a stream by reference to borrow it for the
-/// call; decorators take a reference (the caller keeps the inner stream alive) or a shared pointer, and never
-/// close the inner stream.
+/// A stream reports failures by exceptions only. Functions that take a stream by reference borrow it for the call.
+/// Decorators take a reference (the caller keeps the inner stream alive) or a shared pointer, and never close the inner
+/// stream.
 ///
-/// To write a stream of your own, implement the pure operations; the others have a base behaviour that
-/// refuses. There is no fallback that runs a synchronous operation on another thread.
+/// A stream class of your own implements the pure virtual operations. The other operations throw by default. There is
+/// no fallback that runs a synchronous operation on another thread.
 ///
-/// Threads: one thread uses a stream at a time. Streams are not copied. Counts, lengths and positions are in bytes.
+/// Threads: one thread uses a stream at a time. Streams cannot be copied. Counts, lengths and positions are in bytes.
 class ZELCORE_API CStream {
 public:
-    /// Each class tells what its destructor does with a stream that is still open.
+    /// Each derived class documents what its destructor does with a stream that is still open.
     virtual ~CStream();
 
-    /// Starts to read up to `count` bytes; see CFileStream. The base throws CNotSupportedException.
+    /// Starts to read up to `count` bytes; see CFileStream. The base class throws CNotSupportedException.
     virtual const IAsyncResult* BeginRead(unsigned char* buffer, std::size_t count, CAsyncCallback* callback,
                                           void* state);
 
-    /// Starts to write `count` bytes; see CFileStream. The base throws CNotSupportedException.
+    /// Starts to write `count` bytes; see CFileStream. The base class throws CNotSupportedException.
     virtual const IAsyncResult* BeginWrite(const unsigned char* buffer, std::size_t count, CAsyncCallback* callback,
                                            void* state);
 
-    /// Ends the use of the stream and releases what it holds. Closing again does nothing.
+    /// Ends the use of the stream and releases its resources. Idempotent.
     virtual void Close() = 0;
 
-    /// Waits for a BeginRead and returns the number of bytes read. The base throws CNotSupportedException.
+    /// Waits for a BeginRead and returns the number of bytes read. The base class throws CNotSupportedException.
     virtual std::size_t EndRead(const IAsyncResult* result);
 
-    /// Waits for a BeginWrite. The base throws CNotSupportedException.
+    /// Waits for a BeginWrite. The base class throws CNotSupportedException.
     virtual void EndWrite(const IAsyncResult* result);
 
-    /// Hands buffered data on to where the stream writes; classes that keep data for Close say so.
+    /// Passes buffered data on to the destination. Classes that keep data until Close say so.
     virtual void Flush() = 0;
 
-    /// What the stream can do as it is now. Of a closed stream: none, or CInvalidOperationException in CFileStream.
+    /// Returns the current capabilities. A closed stream returns None; a closed CFileStream throws
+    /// CInvalidOperationException.
     virtual StreamCapabilities GetCapabilities() const = 0;
 
-    /// The length in bytes. A stream that cannot seek may throw CNotSupportedException.
+    /// Returns the length in bytes. A stream that cannot seek may throw CNotSupportedException.
     virtual std::int64_t GetLength() const = 0;
 
-    /// What the stream is about, a path say; the base has the empty string. Valid while the stream lives.
+    /// Returns the name of the stream, for example a path. The base class returns the empty string. Valid while the
+    /// stream lives.
     virtual const wchar_t* GetName() const;
 
-    /// The position in bytes from the beginning. A stream that cannot seek may throw CNotSupportedException.
+    /// Returns the position in bytes from the beginning. A stream that cannot seek may throw CNotSupportedException.
     virtual std::int64_t GetPosition() const = 0;
 
-    /// Timeouts in milliseconds. The base throws CInvalidOperationException from all four accessors.
+    /// Timeouts in milliseconds. The base class throws CInvalidOperationException from all four accessors.
     ///@{
     virtual int GetReadTimeout() const;
     virtual int GetWriteTimeout() const;
     ///@}
 
-    /// Reads up to `count` bytes and returns how many; 0 only at the end of the data (or for a count of 0).
+    /// Reads up to `count` bytes and returns their number. Returns 0 only at the end of the data or for a count of 0.
     virtual std::size_t Read(unsigned char* buffer, std::size_t count) = 0;
 
     /// Moves the position and returns the new one, in bytes from the beginning. How far beyond the end it may move
-    /// differs from class to class; after a failure it is where it was.
+    /// depends on the class. After a failure the position is unchanged.
     virtual std::int64_t Seek(std::int64_t offset, SeekOrigin origin) = 0;
 
-    /// For the operations that begin from now on. The base throws CInvalidOperationException.
+    /// Timeouts for operations that begin after the call. The base class throws CInvalidOperationException.
     ///@{
     virtual void SetReadTimeout(int milliseconds);
     virtual void SetWriteTimeout(int milliseconds);
     ///@}
 
-    /// Writes all `count` bytes or throws; some of them may then have been written.
+    /// Writes all `count` bytes or throws. After an exception some of them may have been written.
     virtual void Write(const unsigned char* buffer, std::size_t count) = 0;
 
-    /// Reads until `count` bytes have arrived or the stream ends; returns how many arrived. A null buffer throws
-    /// CArgumentNullException for "buffer". If a Read throws, the bytes read before it are in the buffer, uncounted.
+    /// Reads until `count` bytes have been read or the stream ends, and returns the number of bytes. A null buffer
+    /// throws CArgumentNullException for "buffer". If a Read throws, the buffer holds the bytes read before; their
+    /// number is not reported.
     std::size_t GreedyRead(unsigned char* buffer, std::size_t count);
 
 protected:

@@ -36,21 +36,21 @@ std::wstring CAccessToken::GetUserAndDomain() const {
 
 bool CAccessToken::IsMember(const std::vector<unsigned char>& sid) const {
     const wchar_t* const method = L"ATL::CAccessToken::IsMember";
-    const auto own = const_cast<unsigned char*>(sid.data()); // the system only reads it, but does not say so
-    constexpr std::size_t smallest = 8;                      // an SID without parts, whose number stands at its start
+    const auto own = const_cast<unsigned char*>(sid.data()); // the system only reads it, but takes non-const
+    constexpr std::size_t smallest = 8; // an SID without sub-authorities, whose number is at its start
     if (sid.size() < smallest || !::IsValidSid(own) || ::GetLengthSid(own) != sid.size()) {
         return false;
     }
-    // The system's own check knows restricted tokens and those of app containers, which have their user's SID too.
+    // The system's own check supports restricted tokens and app-container tokens, which have their user's SID too.
     BOOL member = FALSE;
-    if (m_token == nullptr) { // for the system that would be the thread's own user
+    if (m_token == nullptr) { // the system would use the thread's own user
         throw ZelWin32::CWin32Exception(ERROR_INVALID_HANDLE, nullptr, ZEL_SITE(method));
     }
     if (::CheckTokenMembership(m_token, own, &member)) {
         return member != FALSE;
     }
     CheckWin32(::GetLastError() == ERROR_NO_IMPERSONATION_TOKEN, ZEL_SITE(method));
-    HANDLE handle = nullptr; // a process's token has to be turned into one of a thread
+    HANDLE handle = nullptr; // the token of a process must be duplicated as an impersonation token
     CheckWin32(::DuplicateToken(m_token, SecurityIdentification, &handle), ZEL_SITE(method));
     const ZelWin32::EventHandle impersonation(handle);
     CheckWin32(::CheckTokenMembership(impersonation.Get(), own, &member), ZEL_SITE(method));

@@ -6,42 +6,42 @@
 #include <utility>
 #include <vector>
 
-// Compilers with ATL have the class there; include <atlsecurity.h> first to use that one.
+// ATL declares a class of the same name; include <atlsecurity.h> first to use that one.
 #ifndef __ATLSECURITY_H__
 
-/// Where programs that also build with ATL look for its access token: nothing else is here.
+/// The namespace in which programs that also build with ATL expect the access token class; it contains nothing else.
 namespace ATL {
 
-/// Owns an access token: which user calls, and which groups the user belongs to. All questions throw CWin32Exception
-/// when the system has no answer, also for an empty object. Several threads may ask at a time.
+/// Owns an access token, which identifies the calling user and the groups to which the user belongs. All queries throw
+/// CWin32Exception if the system call fails, also for an empty object. Several threads may query concurrently.
 class ZELCORE_API CAccessToken {
 public:
-    /// Without a token.
+    /// An empty object.
     CAccessToken() noexcept = default;
     CAccessToken(const CAccessToken&) = delete;
     CAccessToken& operator=(const CAccessToken&) = delete;
     /// Closes the handle.
     ~CAccessToken();
 
-    /// Takes over a handle, or null for none, in place of the one it has, which is closed.
+    /// Takes ownership of a handle, or of null for none. The previous handle is closed.
     void Attach(void* token) noexcept;
-    /// Gives the handle away: the caller closes it, the object is empty.
+    /// Releases ownership of the handle: the caller closes it, and the object becomes empty.
     void* Detach() noexcept {
         return std::exchange(m_token, nullptr);
     }
-    /// The handle, borrowed; null where there is none.
+    /// Returns the handle, borrowed; null if the object is empty.
     void* GetHandle() const noexcept {
         return m_token;
     }
 
-    /// The user's security identifier (SID), as the system's functions take it.
+    /// Returns the user's security identifier (SID), in binary form.
     std::vector<unsigned char> GetUserSid() const;
-    /// The user's name with its domain: "DOMAIN\user".
+    /// Returns the user's name with its domain: "DOMAIN\user".
     std::wstring GetUserAndDomain() const;
-    /// Whether the system grants the token what is granted to this SID: it is the user's, or that of an enabled group,
-    /// and does not only deny. In tokens that are restricted or of an app container the SID has to be among those that
-    /// these are restricted to as well. False for bytes that are no SID. The token of a process has to be opened with
-    /// TOKEN_DUPLICATE (2) too.
+    /// Whether the token is granted the access that is granted to this SID: it is the user's SID or that of an enabled
+    /// group that is not deny-only. For restricted tokens and app-container tokens the SID must also be among the
+    /// restricting SIDs. False for bytes that are not a SID. The token of a process must have been opened with
+    /// TOKEN_DUPLICATE (2) as well.
     bool IsMember(const std::vector<unsigned char>& sid) const;
 
 private:

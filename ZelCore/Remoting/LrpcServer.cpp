@@ -29,17 +29,18 @@ constexpr unsigned MostCallsPerEndpoint = 10;
 constexpr unsigned MinimumCallThreads = 1;
 
 struct Endpoint {
-    CLrpcServer* server; ///< null when it is about to end
-    int authenticating;  ///< callbacks that are using the server
+    CLrpcServer* server; ///< null when it is about to be destroyed
+    int authenticating;  ///< number of callbacks that are using the server
 };
 
 using Endpoints = std::map<std::wstring, Endpoint>;
 
-/// What all servers of the process share; never destroyed, since the runtime's threads outlive static objects.
+/// State shared by all servers of the process. It is never destroyed, because the runtime's threads outlive static
+/// objects.
 struct Process {
-    /// Serialises beginning and ending to serve, waiting included.
+    /// Serializes Listen and Shutdown, including the waiting.
     ZelWin32::CCriticalSection lifecycle;
-    /// Guards the endpoints alone and is held for moments: callbacks need it while somebody waits for their calls.
+    /// Guards only the endpoints and is held briefly: callbacks need it while another thread waits for their calls.
     ZelWin32::CCriticalSection lock;
     Endpoints endpoints;
     std::map<void*, unsigned> interfaces;
@@ -56,13 +57,13 @@ CTraceSource& GetTrace() {
     return trace;
 }
 
-/// What goes wrong with tracing is no reason not to serve.
+/// A failure of tracing must not stop the server.
 void Trace(const wchar_t* method, int line, TraceEventType type, const wchar_t* format, ...) noexcept {
     va_list arguments;
     va_start(arguments, format);
     try {
         GetTrace().TraceEventV(method, L"" __FILE__, line, type, format, arguments);
-    } catch (...) { // listeners may be anybody's
+    } catch (...) { // listeners may throw anything
     }
     va_end(arguments);
 }
@@ -75,7 +76,7 @@ void Trace(const wchar_t* method, int line, TraceEventType type, const wchar_t* 
                                      ZEL_SITE(L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding"));
 }
 
-/// The name of the endpoint at which a call arrived.
+/// Returns the name of the endpoint at which a call arrived.
 std::wstring GetEndpoint(void* binding) {
     // Site: a step of the method.
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::GetServerInstanceFromBinding";
@@ -84,7 +85,7 @@ std::wstring GetEndpoint(void* binding) {
     CheckRpc(::RpcBindingToStringBindingW(binding, &text), ZEL_SITE(method));
     CheckRpc(::RpcStringBindingParseW(ToRpc(text.Get()), nullptr, &sequence, nullptr, &endpoint, nullptr),
              ZEL_SITE(method));
-    // The runtime also serves at what the host program opened by itself, to the network for example.
+    // The runtime also serves endpoints that the host program opened itself, for example to the network.
     if (sequence.Get() == nullptr || ::_wcsicmp(sequence.Get(), ProtocolSequence) != 0) {
         ThrowNoListener();
     }
@@ -99,10 +100,11 @@ Endpoints::iterator FindEndpoint(const std::wstring& name) {
     return found;
 }
 
-/// Waits for the runtime on behalf of all threads that want to: it refuses a second one.
+/// Waits for the runtime on behalf of several threads, because the runtime rejects a second wait.
 class RuntimeWait {
 public:
-    /// As RpcMgmtWaitServerListen; success also where another thread's wait was shared and nothing listens after it.
+    /// Like RpcMgmtWaitServerListen. Also succeeds if another thread's wait was shared and the process no longer
+    /// listens after it.
     RPC_STATUS Wait() noexcept {
         bool shared = false;
         ::AcquireSRWLockExclusive(&m_lock);
@@ -127,7 +129,7 @@ private:
 
 constinit RuntimeWait g_runtimeWait;
 
-/// Keeps a server from ending while a callback uses it.
+/// Keeps a server alive while a callback uses it.
 class PinnedServer {
 public:
     explicit PinnedServer(void* binding) : m_name(GetEndpoint(binding)) {
@@ -151,7 +153,7 @@ private:
     CLrpcServer* m_server;
 };
 
-/// The token of the caller; empty, with the last error of the step that failed, when it cannot be had.
+/// Opens the token of the caller. On failure it is empty, with the last error of the step that failed.
 void OpenClientToken(void* binding, ATL::CAccessToken& token) {
     RPC_STATUS status = ::RpcImpersonateClient(binding);
     if (status != RPC_S_OK) {
@@ -165,7 +167,7 @@ void OpenClientToken(void* binding, ATL::CAccessToken& token) {
     if (opened) {
         token.Attach(handle);
     }
-    if (status != RPC_S_OK) { // a thread that could not go back serves nobody
+    if (status != RPC_S_OK) { // a thread that cannot revert must not serve calls
         ::RevertToSelf();
         token.Attach(nullptr);
     }
@@ -204,14 +206,14 @@ private:
     const void* m_managerEpv;
     /// Guarded by the lock of the lifecycle.
     bool m_listening = false;
-    /// Whether nothing of the server is registered or about to be. A server that ends idle takes no lock: it may be in
-    /// a call for whose end another thread waits in Shutdown.
+    /// Whether nothing of the server is registered or about to be registered. An idle server takes no lock when it is
+    /// destroyed: it may be destroyed in a call for whose end another thread waits in Shutdown.
     std::atomic<bool> m_idle{true};
 };
 
 void CLrpcServer::impl::Listen(CLrpcServer* server) {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Listen";
-    GetTrace().GetSourceSwitch(); // what is wrong with the configuration shows before anything is changed
+    GetTrace().GetSourceSwitch(); // an invalid configuration is reported before anything changes
     const Guard lifecycle(GetProcess().lifecycle);
     if (m_listening) {
         return;
@@ -244,8 +246,8 @@ void CLrpcServer::impl::BeginToListen(CLrpcServer* server) {
         StartRpcListening();
     } catch (...) {
         try {
-            UnregisterRpcInterface(); // the next attempt begins anew
-        } catch (...) {               // why it does not listen is what counts
+            UnregisterRpcInterface(); // the next attempt starts from the beginning
+        } catch (...) {               // only the first failure is reported
         }
         throw;
     }
@@ -259,7 +261,7 @@ void CLrpcServer::impl::Shutdown() {
     if (m_idle) {
         return;
     }
-    if (ZelWin32::IsProcessEnding()) { // the calls that are to be waited for have no threads any more
+    if (ZelWin32::IsProcessEnding()) { // the threads of the calls in progress have ended
         m_listening = false;
         m_idle = true;
         return;
@@ -273,7 +275,7 @@ void CLrpcServer::impl::Shutdown() {
     std::exception_ptr failure;
     try {
         StopRpcListening();
-    } catch (...) { // the interface has to go all the same
+    } catch (...) { // the interface must be released nevertheless
         failure = std::current_exception();
     }
     try {
@@ -281,13 +283,13 @@ void CLrpcServer::impl::Shutdown() {
     } catch (...) {
         failure = failure ? failure : std::current_exception();
     }
-    m_idle = true; // not before: another thread that ends this server has to wait until nothing of it is used
+    m_idle = true; // last, because another thread that destroys this server waits until nothing uses it
     if (failure) {
         std::rethrow_exception(failure);
     }
 }
 
-/// From then on no callback finds the server, and none is using it.
+/// Afterwards no callback finds the server, and none is using it.
 void CLrpcServer::impl::RemoveEndpoint() {
     Process& process = GetProcess();
     for (;; ::Sleep(1)) {
@@ -324,7 +326,7 @@ void CLrpcServer::impl::UnregisterRpcInterface() {
     auto& interfaces = GetProcess().interfaces;
     const auto found = interfaces.find(m_interface);
     if (found == interfaces.end()) {
-        // Unreached: whoever comes here has registered the interface.
+        // Unreached: every caller has registered the interface.
         throw CInvalidOperationException(nullptr, ZEL_SITE(method));
     }
     if (--found->second == 0) {
@@ -380,7 +382,7 @@ bool CLrpcServer::impl::ListeningStopped() {
 RPC_STATUS RPC_ENTRY CLrpcServer::impl::Authenticate(RPC_IF_HANDLE, void* binding) {
     const wchar_t* const method = L"ZelCore::Remoting::CLrpcServer::impl::Authenticate";
     try {
-        // What is raised in here would pass the clean-up by: it has to become an exception.
+        // A structured exception raised here would skip the clean-up: it is translated into a C++ exception.
         const ZelWin32::CSEException::CSETranslatorSentry sentry(nullptr);
         ATL::CAccessToken token;
         OpenClientToken(binding, token);
@@ -391,10 +393,10 @@ RPC_STATUS RPC_ENTRY CLrpcServer::impl::Authenticate(RPC_IF_HANDLE, void* bindin
         }
         const PinnedServer server(binding);
         const bool authorized = server->AuthorizeClient(token);
-        // The thread goes on to other work, which must not be done as the caller's user.
+        // The thread is reused for other work, which must not be done as the caller's user.
         return ::RevertToSelf() && authorized ? RPC_S_OK : ERROR_ACCESS_DENIED;
     } catch (const CException& e) {
-        ::RevertToSelf(); // where impersonation was cut short
+        ::RevertToSelf(); // if impersonation was not ended
         ZEL_TRACE_REMOTING(method, Error, L"Failed to authenticate RPC client: %s.", e.GetErrorMessage());
     } catch (const std::bad_alloc&) {
         ::RevertToSelf();
@@ -412,7 +414,7 @@ CLrpcServer::CLrpcServer(const wchar_t* const endpoint, void* serverIf, const vo
 CLrpcServer::~CLrpcServer() {
     try {
         m_impl->Shutdown();
-    } catch (...) { // a destructor has nobody to tell
+    } catch (...) { // a destructor cannot report it
     }
 }
 

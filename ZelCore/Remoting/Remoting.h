@@ -4,7 +4,7 @@
 
 namespace ZelCore::Remoting {
 
-/// Owns a string that the RPC runtime allocated. To be handed to the runtime's functions as &string, once:
+/// Owns a string that the RPC runtime allocated. Pass it to a function of the runtime as &string, once:
 ///
 ///     UUID id;
 ///     ::UuidCreate(&id);
@@ -14,19 +14,19 @@ namespace ZelCore::Remoting {
 ///     }
 class ZELCORE_API CRpcString {
 public:
-    /// Without a string.
+    /// An empty object.
     CRpcString() noexcept = default;
     CRpcString(const CRpcString&) = delete;
     CRpcString& operator=(const CRpcString&) = delete;
-    /// Gives the string back to the runtime.
+    /// Returns the string to the runtime.
     ~CRpcString();
 
-    /// Where a function stores its string, as the runtime's functions take it (RPC_WSTR*). What is there already would
-    /// be lost.
+    /// The address for a function that stores its string, as the runtime's functions take it (RPC_WSTR*). A previous
+    /// string would leak.
     unsigned short** operator&() noexcept {
         return &m_string;
     }
-    /// Null until a function has stored a string. Valid while the object lives.
+    /// Returns the string, or null until a function has stored one. Valid while the object lives.
     const wchar_t* Get() const noexcept {
         return reinterpret_cast<const wchar_t*>(m_string);
     }
@@ -35,21 +35,21 @@ private:
     unsigned short* m_string = nullptr;
 };
 
-/// Owns a binding handle, in the same way.
+/// Owns a binding handle in the same way.
 class ZELCORE_API CRpcBindingHandle {
 public:
-    /// Without a handle.
+    /// An empty object.
     CRpcBindingHandle() noexcept = default;
     CRpcBindingHandle(const CRpcBindingHandle&) = delete;
     CRpcBindingHandle& operator=(const CRpcBindingHandle&) = delete;
     /// Frees the binding.
     ~CRpcBindingHandle();
 
-    /// Where a function stores its handle. What is there already would be lost.
+    /// The address for a function that stores its handle. A previous handle would leak.
     void** operator&() noexcept {
         return &m_binding;
     }
-    /// The handle, borrowed; null until a function has stored one.
+    /// Returns the handle, borrowed; null until a function has stored one.
     void* Get() const noexcept {
         return m_binding;
     }

@@ -4,13 +4,13 @@
 
 namespace ZelCore::Remoting {
 
-/// The RPC runtime reported a failure. The code is its status, the message the runtime's text for it.
+/// The RPC runtime reported a failure. The code is its status, and the message is the runtime's text for it.
 class ZELCORE_API CRpcException : public CException {
 public:
-    /// \param status an RPC_STATUS, such as 1722; without a text of the runtime the message is "Unknown error 1722"
+    /// \param status an RPC_STATUS, for example 1722; if the runtime has no text, the message is "Unknown error 1722"
     /// \param method,file,line  the throw site, see ZEL_SITE
     CRpcException(long status, const wchar_t* method, const wchar_t* file, int line);
-    /// A copy has its own code and texts. Pointers to an object's texts end with it.
+    /// A copy has its own code and texts. Pointers to the texts of an object are valid until it is destroyed.
     ///@{
     CRpcException(const CRpcException&);
     ~CRpcException() override;
@@ -19,7 +19,7 @@ public:
     CRpcException* Clone() const override;
     [[noreturn]] void Throw() const override;
 
-    /// The RPC_STATUS, such as 1722 (RPC_S_SERVER_UNAVAILABLE).
+    /// Returns the RPC_STATUS, for example 1722 (RPC_S_SERVER_UNAVAILABLE).
     long GetError() const noexcept;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: what the calls of the RPC runtime take and give.
+// Private to the library: status codes and strings of the RPC runtime.
 
 #include "ZelCore/Remoting/RpcException.h"
 #include "ZelWin32/Windows.h"
@@ -18,7 +18,7 @@ inline void CheckRpc(RPC_STATUS status, const wchar_t* method, const wchar_t* fi
     }
 }
 
-/// The runtime only reads its texts, but does not say so.
+/// The runtime only reads its strings, but takes pointers to non-const.
 inline RPC_WSTR ToRpc(const wchar_t* text) {
     return reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(text));
 }

@@ -7,24 +7,24 @@
 
 namespace ZelCore::Threading {
 
-/// A lock for a few instructions: one word, without an owner, usable in static storage before any code runs.
+/// A lock for critical sections of a few instructions: one word, without an owner, usable in static storage before any
+/// code runs.
 ///
-/// It spins on machines with several processors, then yields; it never waits on a kernel object. It is not
-/// re-entrant, Exit may be called from any thread, and std::lock_guard works through lock and unlock.
+/// It spins on machines with several processors and then yields; it never waits on a kernel object. It is not
+/// recursive. Exit may be called from any thread. std::lock_guard works through lock and unlock.
 class ZELCORE_API CSpinWait {
 public:
-    /// A free lock.
+    /// An unlocked object.
     constexpr CSpinWait() noexcept = default;
     CSpinWait(const CSpinWait&) = delete;
     CSpinWait& operator=(const CSpinWait&) = delete;
 
-    /// Takes the lock, waiting as long as somebody else has it, without limit. A thread that has it already waits for
-    /// itself.
+    /// Acquires the lock. Waits without a time limit while it is held. A thread that already holds it deadlocks.
     void Enter() noexcept;
-    /// Frees the lock, whoever has it; a free one stays free.
+    /// Releases the lock, whichever thread holds it. Releasing an unlocked object does nothing.
     void Exit() noexcept;
 
-    /// Enter and Exit under the names that std::lock_guard and std::unique_lock use.
+    /// Enter and Exit under the names required by std::lock_guard and std::unique_lock.
     ///@{
     void lock() noexcept {
         Enter();

@@ -10,7 +10,7 @@ namespace ZelCore::Threading {
 
 namespace {
 
-/// Some versions of the system hand on the kernel's status instead of an error code.
+/// Some versions of the system report an NTSTATUS instead of an error code.
 DWORD ToErrorCode(DWORD error) noexcept {
     if ((error & 0x80000000) == 0) {
         return error;
@@ -28,9 +28,9 @@ void CALLBACK OnCompletion(DWORD error, DWORD bytesTransferred, OVERLAPPED* over
 } // namespace
 
 void CThreadPool::BindHandle(void* handle) {
-    static const bool pinned = ZelWin32::PinOwnModule(); // the pool's threads run OnCompletion whenever they get to it
+    static const bool pinned = ZelWin32::PinOwnModule(); // the pool's threads may run OnCompletion at any time
     if (!pinned) {
-        // Unreached: the library's own address is always that of a loaded module.
+        // Unreached: the address of the library's own code is always in a loaded module.
         ZelWin32::ThrowLastError(ZEL_SITE(L"ZelCore::Threading::CThreadPool::BindHandle"));
     }
     ::SetLastError(ERROR_SUCCESS);

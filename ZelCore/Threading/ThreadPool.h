@@ -5,18 +5,18 @@
 /// Completion of overlapped operations on the system's thread pool, and the spin lock.
 namespace ZelCore::Threading {
 
-/// The process's thread pool, which belongs to the system.
+/// The thread pool that the system provides for the process.
 class ZELCORE_API CThreadPool {
 public:
     CThreadPool() = delete;
 
-    /// Has the pool deliver the end of every overlapped operation on a handle to the CIOCOmpletionCallback that
-    /// the operation was started with.
+    /// Has the pool deliver the completion of every overlapped operation on a handle to the CIOCOmpletionCallback with
+    /// which the operation was started.
     ///
-    /// \param handle opened with FILE_FLAG_OVERLAPPED, borrowed; it can be bound once. Every overlapped structure that
-    ///               is used with it from then on has to be a CIOCOmpletionCallback.
+    /// \param handle opened with FILE_FLAG_OVERLAPPED, borrowed; it can be bound only once. Every overlapped structure
+    ///               used with it afterwards must be a CIOCOmpletionCallback.
     ///
-    /// Throws CWin32Exception when the system refuses.
+    /// Throws CWin32Exception if the system call fails.
     static void BindHandle(void* handle);
 };
 

@@ -1,4 +1,4 @@
-// Adds one to the counter as often as it is told: counter-client [times | finish] [endpoint]
+// Increments the counter as many times as specified: counter-client [times | finish] [endpoint]
 #include "Counter.h"
 
 #include "ZelCore/Diagnostics/TraceSource.h"
@@ -11,13 +11,13 @@
 
 namespace {
 
-const ZelCore::Diagnostics::CTraceSource g_trace(L"Counter.Client"); // counter-client.exe.config tells where it goes
+const ZelCore::Diagnostics::CTraceSource g_trace(L"Counter.Client"); // configured by counter-client.exe.config
 
 class CCounterClient final : public ZelCore::Remoting::CLrpcClient {
 public:
     explicit CCounterClient(const wchar_t* endpoint) : CLrpcClient(endpoint) {}
 
-    /// Failures of calls come as CRpcException.
+    /// Failed calls throw CRpcException.
     hyper Add(long value) {
         const ZelWin32::CSEException::CSETranslatorSentry sentry(nullptr);
         return ::ClientCounterAdd(GetBinding(), value);
@@ -33,7 +33,7 @@ public:
 int wmain(int argc, wchar_t** argv) {
     try {
         CCounterClient client(argc > 2 ? argv[2] : L"ZelCore.Counter");
-        for (int tries = 0; !client.IsServerListening(); ++tries) { // it may just be starting
+        for (int tries = 0; !client.IsServerListening(); ++tries) { // it may be starting
             if (tries == 100) {
                 std::fwprintf(stderr, L"nobody is listening\n");
                 return 1;

@@ -1,4 +1,4 @@
-// Serves the counter until somebody calls CounterFinish.
+// Serves the counter until a client calls CounterFinish.
 #include "Counter.h"
 
 #include "ZelCore/Diagnostics/TraceSource.h"
@@ -13,16 +13,16 @@ namespace {
 
 const HANDLE g_finish = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
 std::atomic<hyper> g_counter{0};
-const ZelCore::Diagnostics::CTraceSource g_trace(L"Counter.Server"); // counter-server.exe.config tells where it goes
+const ZelCore::Diagnostics::CTraceSource g_trace(L"Counter.Server"); // configured by counter-server.exe.config
 using ZelCore::Diagnostics::TraceEventType;
 
-/// Serves the user who started it, and nobody else.
+/// Serves only the user who started it.
 class CCounterServer final : public ZelCore::Remoting::CLrpcServer {
 public:
     explicit CCounterServer(const wchar_t* endpoint) : CLrpcServer(endpoint, Counter_v1_0_s_ifspec, nullptr) {}
     ~CCounterServer() override {
         try {
-            Shutdown(); // while AuthorizeClient is still there
+            Shutdown(); // while AuthorizeClient still exists
         } catch (const ZelCore::CException& e) {
             std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());
         }
@@ -61,7 +61,7 @@ int wmain(int argc, wchar_t** argv) {
         std::wprintf(L"listening at %ls\n", server.GetEndpointName().c_str());
         std::fflush(stdout);
         ::WaitForSingleObject(g_finish, INFINITE);
-        server.Shutdown(); // waits for the call that asked for it
+        server.Shutdown(); // waits for the call that requested it
         std::wprintf(L"counted to %lld\n", static_cast<long long>(g_counter));
     } catch (const ZelCore::CException& e) {
         std::fwprintf(stderr, L"%ls\n", e.GetExceptionMessage());

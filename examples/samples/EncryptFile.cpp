@@ -33,8 +33,8 @@ void Copy(CStream& from, CStream& to) {
     }
 }
 
-// The encrypted file is the IV, which is no secret but never used twice, and the cipher text. What can fail without it
-// comes before the new file is made.
+// The encrypted file is the IV, which is not secret but must never be used twice, followed by the cipher text. Steps
+// that can fail without the new file come before it is created.
 void Encrypt(const wchar_t* fromPath, const wchar_t* toPath, const wchar_t* keyPath) {
     CFileStream from = OpenToRead(fromPath);
     CAes aes; // a random key of 256 bits and a random IV
@@ -50,7 +50,7 @@ void Encrypt(const wchar_t* fromPath, const wchar_t* toPath, const wchar_t* keyP
     stream.Close(); // writes the last, padded block
 }
 
-// Changed cipher text mostly decrypts to something: docs/keys-and-secrets.md tells how to notice.
+// Modified cipher text usually decrypts to something: docs/keys-and-secrets.md explains how to detect it.
 void Decrypt(const wchar_t* fromPath, const wchar_t* toPath, const wchar_t* keyPath) {
     CFileStream from = OpenToRead(fromPath);
     std::vector<unsigned char> protectedKey(4096);
@@ -58,7 +58,7 @@ void Decrypt(const wchar_t* fromPath, const wchar_t* toPath, const wchar_t* keyP
     SecureBytes key;
     CProtectedData::Unprotect(protectedKey.data(), protectedKey.size(), key, {});
     SecureBytes iv(16);
-    iv.resize(from.GreedyRead(iv.data(), iv.size())); // a shorter one is refused by SetIV
+    iv.resize(from.GreedyRead(iv.data(), iv.size())); // SetIV rejects a shorter one
     CAes aes;
     aes.SetKey(key);
     aes.SetIV(iv);

@@ -1,4 +1,4 @@
-// Prints wide text as UTF-8: the runtime's own wide functions stop at characters that its locale does not have.
+// Prints wide text as UTF-8, because the runtime's wide functions stop at characters that its locale does not contain.
 #pragma once
 
 #include <ZelCore/Exception.h>
@@ -14,7 +14,7 @@ inline void Print(std::FILE* file, const std::wstring& text) {
     std::fflush(file);
 }
 
-/// Reports a failure on one line; the program's exit code.
+/// Reports a failure on one line and returns the exit code of the program.
 inline int Report(const ZelCore::CException& e) {
     Print(stderr, std::wstring(e.GetExceptionMessage()) + L"\n");
     return 1;

@@ -1,4 +1,4 @@
-// Reads a section of its own from read-settings.exe.config, the file beside the program.
+// Reads a section of its own from read-settings.exe.config in the folder of the program.
 #include "Print.h"
 
 #include <ZelCore/Configuration/ConfigurationElementCollection.h>

@@ -1,4 +1,4 @@
-// Traces to the log that rolling-log.exe.config tells: rolling-log [EVENTS]. Without that file it is silent.
+// Traces to the log configured in rolling-log.exe.config: rolling-log [EVENTS]. Without that file nothing is traced.
 #include "Print.h"
 
 #include <ZelCore/Diagnostics/TraceSource.h>
@@ -25,7 +25,7 @@ int wmain(int argc, wchar_t** argv) {
             g_trace.TraceEvent(L"wmain", L"" __FILE__, __LINE__, TraceEventType::Verbose,
                                L"dropped: the level is lower");
         }
-    } catch (const ZelCore::CException& e) { // the first event reads the configuration: what is wrong there ends here
+    } catch (const ZelCore::CException& e) { // the first event reads the configuration and throws for errors in it
         return Report(e);
     }
     return 0;

@@ -1,5 +1,6 @@
-// Serves greetings to the user who started it: serve-rpc serve MILLISECONDS, then from elsewhere: serve-rpc call NAME
-#include "Greeter.h" // made from Greeter.idl
+// Serves greetings to the user who started it: serve-rpc serve MILLISECONDS, then in another console: serve-rpc call
+// NAME
+#include "Greeter.h" // generated from Greeter.idl
 #include "Print.h"
 
 #include <ZelCore/Environment.h>

@@ -34,9 +34,9 @@ int wmain(int argc, wchar_t** argv) {
         CFileStream from(argv[2], GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
         CFileStream to(argv[3], GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
         if (std::wcscmp(argv[1], L"compress") == 0) {
-            CDeflateStream gzip(to, CompressionMode::Compress, true); // true: a gzip member, not bare deflate data
+            CDeflateStream gzip(to, CompressionMode::Compress, true); // true: a gzip member instead of raw deflate data
             Copy(from, gzip);
-            gzip.Close(); // writes the end of the data; what fails there is reported here
+            gzip.Close(); // writes the end of the data and reports failures
         } else {
             CDeflateStream gzip(from, CompressionMode::Decompress, true);
             Copy(gzip, to);

@@ -1,4 +1,4 @@
-// Packs files into a ZIP archive and lists what is in it: write-archive ARCHIVE FILE...
+// Packs files into a ZIP archive and lists its entries: write-archive ARCHIVE FILE...
 #include "Print.h"
 
 #include <ZelCore/Exception.h>
@@ -22,7 +22,7 @@ int wmain(int argc, wchar_t** argv) {
         return 2;
     }
     try {
-        // Takes its place when all of it is there; after a failure it stays.
+        // It replaces the old archive when it is complete. After a failure the old one stays.
         const std::wstring fresh = std::wstring(argv[1]) + L".new";
         {
             CZipArchive archive(fresh.c_str(), ZipArchiveMode::Create);

@@ -29,7 +29,7 @@ std::wstring ToLower(std::wstring text) {
     return text;
 }
 
-/// How many letters have to be changed, added or removed to get from one word to the other, in whatever case.
+/// Returns how many letters must be changed, added or removed to convert one word to the other, ignoring case.
 std::size_t CountEdits(const std::wstring& from, const std::wstring& to) {
     const std::wstring a = ToLower(from), b = ToLower(to);
     std::vector<std::size_t> row(b.size() + 1);
@@ -47,7 +47,7 @@ std::size_t CountEdits(const std::wstring& from, const std::wstring& to) {
     return row[b.size()];
 }
 
-/// ", did you mean 'name'?" for a known word that is much like it.
+/// Returns ", did you mean 'name'?" if a known word is similar.
 std::wstring Suggest(const std::wstring& word, const Names& known) {
     const auto nearest = std::min_element(known.begin(), known.end(), [&](const auto& a, const auto& b) {
         return CountEdits(word, a) < CountEdits(word, b);
@@ -64,7 +64,7 @@ std::wstring Quote(const std::wstring& text) {
 const Names Levels = {L"Off",         L"Critical", L"Error",           L"Warning",
                       L"Information", L"Verbose",  L"ActivityTracing", L"All"};
 
-/// What a property has been given, as an attribute or as a child element.
+/// The value of a property, from an attribute or a child element.
 struct Value {
     std::wstring text;
     int line = 0;
@@ -97,7 +97,7 @@ public:
         int stopped = 0;
         const std::unique_ptr<TextElement> root = ScanText(m_path, stopped);
         if (!root) {
-            Add(stopped, L"the search for suspicious values ended here: what follows was not looked at");
+            Add(stopped, L"the check ended here: the rest of the file was not checked");
             return m_findings;
         }
         if (root->name != L"configuration") {
@@ -115,7 +115,7 @@ private:
         m_findings.push_back(m_included + L"line " + std::to_wstring(line) + L": " + text);
     }
 
-    /// Other sections are nobody's business here, but some are meant to be these.
+    /// Other sections are not checked, except that the spelling of their names may show that one of these was intended.
     void CheckCase(const TextElement& element, const Names& known) {
         for (const auto& child : element.children) {
             const auto same = std::find_if(known.begin(), known.end(), [&](const std::wstring& name) {
@@ -128,7 +128,7 @@ private:
         }
     }
 
-    /// The section that an element is, or that the file of its configSource has; null where there is none to look at.
+    /// Returns the section itself, or the one in the file of its configSource; null if there is none to check.
     const TextElement* Follow(const TextElement& section) {
         const auto* source = section.FindAttribute(L"configSource");
         if (source == nullptr) {
@@ -145,7 +145,7 @@ private:
         }
         m_included = source->value + L", ";
         if (!m_files.back()) {
-            Add(stopped, L"the search for suspicious values ended here: what follows was not looked at");
+            Add(stopped, L"the check ended here: the rest of the file was not checked");
         }
         return m_files.back().get();
     }

@@ -5,9 +5,9 @@
 
 namespace Zel {
 
-/// What a configuration file says about trace sources that is read otherwise than it looks, is not read at all, or
-/// makes the first event fail. One text for each, with its line: "line 12: ..."; lines of a file that "configSource"
-/// names begin with its name.
+/// Finds settings for trace sources in a configuration file that are read differently from what they suggest, that are
+/// not read at all, or that make the first event fail. Returns one text for each, with its line: "line 12: ..."; lines
+/// of a file named by "configSource" begin with the file name.
 ///
 /// \param path of a file that the parser has accepted
 std::vector<std::wstring> FindSuspicious(const std::wstring& path);

@@ -28,7 +28,7 @@ using ZelCore::Diagnostics::SourceLevels;
 
 namespace {
 
-/// As one writes it in the file: names, and a number for what has none.
+/// Returns a level as it is written in the file: by name, or as a number if it has none.
 std::wstring ShowLevel(SourceLevels level) {
     static const std::pair<const wchar_t*, SourceLevels> names[] = {
         {L"All", SourceLevels::All},
@@ -52,7 +52,7 @@ std::wstring ShowLevel(SourceLevels level) {
     return words.empty() ? L"Off" : CString::Join(L", ", words);
 }
 
-/// Prints what FindSuspicious has to say of the file; returns how much that is.
+/// Prints the findings of FindSuspicious for the file and returns their number.
 std::size_t ShowFindings(const CConfiguration& configuration) {
     if (!ZelCore::IO::CFile::Exists(configuration.GetPath().c_str())) {
         return 0;
@@ -106,7 +106,7 @@ void Check(const std::wstring& path) {
         throw CConfigurationException((full + L": suspicious places: " + std::to_wstring(count)).c_str(),
                                       ZEL_SITE(L"Zel::Check"));
     }
-    // What only reading shows; a source that traces would find it with its first event.
+    // Failures that occur only when the section is read; otherwise the first event of a source would report them.
     CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(path);
     CSystemDiagnosticsSection section;
     configuration.GetSystemDiagnosticsSection(section);
@@ -116,14 +116,15 @@ void Check(const std::wstring& path) {
 } // namespace
 
 void AddConfigCommands(CLI::App& app) {
-    CLI::App& config = *app.add_subcommand("config", "Look at the settings of trace sources");
+    CLI::App& config = *app.add_subcommand("config", "Show and check the settings of trace sources");
     config.require_subcommand(1);
-    CLI::App& show = *config.add_subcommand("show", "Show what a configuration file tells trace sources");
+    CLI::App& show = *config.add_subcommand("show", "Show the settings of trace sources in a configuration file");
     const auto path = std::make_shared<std::string>();
-    show.add_option("file", *path, "The file, zel's own without");
+    show.add_option("file", *path, "The configuration file; by default that of zel");
     show.callback([path] { Show(FromUtf8(*path)); });
-    CLI::App& check = *config.add_subcommand("check", "End with 1 where a configuration file has suspicious places");
-    check.add_option("file", *path, "The file, zel's own without");
+    CLI::App& check =
+        *config.add_subcommand("check", "Check a configuration file; the exit status is 1 if it has suspicious places");
+    check.add_option("file", *path, "The configuration file; by default that of zel");
     check.callback([path] { Check(FromUtf8(*path)); });
 }
 

@@ -6,7 +6,7 @@ class App;
 
 namespace Zel {
 
-/// `zel config show` and `zel config check`
+/// Adds `zel config show` and `zel config check`.
 void AddConfigCommands(CLI::App& app);
 
 } // namespace Zel

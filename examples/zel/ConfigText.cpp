@@ -18,7 +18,7 @@ std::string ReadBytes(const std::wstring& path) {
     return bytes;
 }
 
-/// Well-formed UTF-8 becomes what it means, other bytes become the characters of their numbers.
+/// Decodes well-formed UTF-8; any other byte becomes the character of the same number.
 std::wstring Decode(const std::string& bytes) {
     const auto at = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
     if (bytes.size() > 1 && (at(0) >= 0xFE || at(0) == 0 || at(1) == 0)) {

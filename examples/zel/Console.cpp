@@ -27,7 +27,7 @@ void Write(DWORD stream, const std::wstring& text) {
     for (std::size_t at = 0; at < bytes.size(); at += written) {
         if (!::WriteFile(handle, bytes.data() + at, static_cast<DWORD>(bytes.size() - at), &written, nullptr) ||
             written == 0) {
-            return; // nobody listens
+            return; // the reader has ended
         }
     }
 }
@@ -60,7 +60,7 @@ Progress::~Progress() {
     if (m_visible && m_shownAt != 0) {
         try {
             PrintError(L"\r" + std::wstring(LineWidth, L' ') + L"\r");
-        } catch (...) { // a line that stays does no harm
+        } catch (...) { // a remaining line is harmless
         }
     }
 }

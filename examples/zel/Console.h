@@ -5,25 +5,25 @@
 
 namespace Zel {
 
-/// Wide text on the standard streams: as it is on a console, as UTF-8 where the output is redirected.
+/// Prints wide text on the standard streams: as UTF-16 to a console, as UTF-8 if the output is redirected.
 void Print(const std::wstring& text);
 void PrintError(const std::wstring& text);
 
-/// Stands in front of an argument that starts with a bracket, which the parser would take for a list.
+/// Precedes an argument that starts with a bracket, which the parser would read as a list.
 constexpr const char* BracketMark = "\x02";
 
-/// The text without the mark.
+/// Converts the text and removes the mark.
 std::wstring FromUtf8(const std::string& text);
 std::string ToUtf8(const std::wstring& text);
 
-/// Tells on standard error how far a long command has come; silent where that is no console.
+/// Shows the progress of a long command on standard error, if that is a console.
 class Progress {
 public:
-    /// \param total how many steps there are; 0 when that is not known
+    /// \param total the number of steps; 0 if unknown
     explicit Progress(std::uint64_t total);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
-    /// Wipes the line.
+    /// Clears the line.
     ~Progress();
 
     void NextFile(const std::wstring& name);

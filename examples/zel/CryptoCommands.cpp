@@ -34,11 +34,11 @@ constexpr std::size_t IVSize = 16;
 constexpr std::size_t LargestSecret = 64 << 20; // data protection works in memory
 constexpr unsigned long MachineKeySet = 0x20;   // CRYPT_MACHINE_KEYSET
 
-/// CryptoAPI's numbers of the digests.
+/// CryptoAPI's ALG_ID of each digest.
 const std::map<std::string, unsigned> Algorithms = {{"md4", 0x8002},    {"md5", 0x8003},    {"sha1", 0x8004},
                                                     {"sha256", 0x800C}, {"sha384", 0x800D}, {"sha512", 0x800E}};
 
-/// What the command line gives to one of the commands.
+/// The options of the commands.
 struct Options {
     std::string source, target, key, entropy, container, publicKey;
     std::string algorithm = "sha256";
@@ -70,10 +70,10 @@ SecureBytes ReadSmallFile(const std::wstring& path) {
     CFileStream file = OpenForReading(path);
     const auto size = static_cast<std::size_t>(file.GetLength());
     if (size > LargestSecret) {
-        Fail(path + L" is too large for data protection: encrypt it with a key, and protect the key",
+        Fail(path + L" is too large for data protection: encrypt it with a key and protect the key",
              ZEL_SITE(L"Zel::ReadSmallFile"));
     }
-    SecureBytes bytes(size + 1); // never a null pointer
+    SecureBytes bytes(size + 1); // so that the data pointer is never null
     bytes.resize(file.GreedyRead(bytes.data(), size));
     return bytes;
 }
@@ -102,7 +102,7 @@ SecureBytes ReadKey(const Options& options) {
         CProtectedData::Unprotect(sealed.data(), sealed.size(), key, GetEntropy(options));
     }
     if (key.size() != KeySize) {
-        Fail(path + L" is not a key of 32 bytes: `zel keygen` makes one, and --sealed opens a protected one",
+        Fail(path + L" is not a key of 32 bytes: create one with `zel keygen`, or use --sealed for a protected key",
              ZEL_SITE(L"Zel::ReadKey"));
     }
     return key;
@@ -115,7 +115,7 @@ void MakeKey(const Options& options) {
 
 void Encrypt(const Options& options) {
     const std::wstring source = options.GetSource();
-    CAes aes; // with a random vector for each file
+    CAes aes; // with a random IV for each file
     aes.SetKey(ReadKey(options));
     CFileStream input = OpenForReading(source);
     ZEL_TRACE(GetCryptoTrace(), L"Encrypt", Information, L"encrypting %s", source.c_str());
@@ -220,10 +220,10 @@ void Verify(const Options& options) {
                     true)) {
         Fail(L"The signature is not that of " + options.GetSource() + L" by this key", ZEL_SITE(L"Zel::Verify"));
     }
-    Print(L"The signature is good\n");
+    Print(L"The signature is valid\n");
 }
 
-/// A command with its options, of which each command adds those that it has.
+/// Defines a command; each command adds its options.
 class Command {
 public:
     Command(CLI::App& app, const char* name, const char* text, void (*run)(const Options&))
@@ -243,12 +243,13 @@ public:
         return *this;
     }
     Command& Key() {
-        m_command.add_option("--key", m_options->key, "The key file, which `zel keygen` makes")->required();
-        m_command.add_flag("--sealed", m_options->sealed, "The key file was sealed by `zel protect`");
+        m_command.add_option("--key", m_options->key, "The key file, created by `zel keygen`")->required();
+        m_command.add_flag("--sealed", m_options->sealed, "The key file was protected by `zel protect`");
         return Entropy();
     }
     Command& Entropy() {
-        m_command.add_option("--entropy", m_options->entropy, "A file whose bytes are a further secret of the seal");
+        m_command.add_option("--entropy", m_options->entropy,
+                             "A file that contains an additional secret for the protection");
         return *this;
     }
     Command& Machine(const char* text) {
@@ -257,7 +258,7 @@ public:
     }
     Command& Container(const char* name, bool required) {
         m_command.add_option(name, m_options->container, "The name of the key container")->required(required);
-        return Machine("A container of the computer, not of the user");
+        return Machine("Use a container of the computer instead of the user");
     }
     Command& SignatureHash() {
         m_command.add_option("--algorithm", m_options->algorithm, "The digest: sha256 (default) or sha1")
@@ -281,31 +282,32 @@ private:
 };
 
 void AddKeyCommands(CLI::App& app) {
-    Command(app, "keygen", "Make a random key for `zel encrypt`", &MakeKey)
+    Command(app, "keygen", "Create a random key for `zel encrypt`", &MakeKey)
         .Target("target", "The key file to write", true)
-        .Footer("Whoever has the key file can read all that is encrypted with it. `zel protect` seals it to the\n"
-                "user or the computer.");
-    Command(app, "protect", "Seal a small file to the user or the computer", &Protect)
-        .Source("The file to seal, at most 64 MiB")
-        .Target("target", "The sealed file to write", true)
-        .Machine("Seal to the computer: all its users can open it")
+        .Footer("Everyone who can read the key file can decrypt the data. `zel protect` encrypts the key file for\n"
+                "the user or the computer.");
+    Command(app, "protect", "Encrypt a small file for the user or the computer", &Protect)
+        .Source("The file to protect, at most 64 MiB")
+        .Target("target", "The protected file to write", true)
+        .Machine("Protect for the computer: all its users can decrypt it")
         .Entropy()
         .Overwrite();
-    Command(app, "unprotect", "Open a sealed file", &Unprotect)
-        .Source("The sealed file")
+    Command(app, "unprotect", "Decrypt a protected file", &Unprotect)
+        .Source("The protected file")
         .Target("target", "The file to write", true)
         .Entropy()
         .Overwrite();
-    CLI::App& container = *app.add_subcommand("container", "Manage the key containers that sign");
+    CLI::App& container = *app.add_subcommand("container", "Manage key containers for signatures");
     container.require_subcommand(1);
-    Command create(container, "create", "Make a container with a new RSA key pair", &CreateContainer);
+    Command create(container, "create", "Create a container with a new RSA key pair", &CreateContainer);
     create.Container("name", true);
     create.GetApp().add_option("--bits", create.GetOptions().bits, "The length of the key, at least 2048 (default)");
     Command(container, "export", "Write the public key (DER, SubjectPublicKeyInfo)", &ExportContainer)
         .Container("name", true)
         .Target("target", "The file to write", true)
         .Overwrite();
-    Command(container, "delete", "Delete a container with its keys for ever", &DeleteContainer).Container("name", true);
+    Command(container, "delete", "Delete a container and its keys permanently", &DeleteContainer)
+        .Container("name", true);
 }
 
 } // namespace
@@ -313,13 +315,13 @@ void AddKeyCommands(CLI::App& app) {
 void AddCryptoCommands(CLI::App& app) {
     Command(app, "encrypt", "Encrypt a file with AES-256", &Encrypt)
         .Source("The file to encrypt")
-        .Target("target", "The file to write; by default the source with .enc added", false)
+        .Target("target", "The file to write; by default the source with .enc appended", false)
         .Key()
         .Overwrite()
-        .Footer("Writes 16 random bytes (the initialisation vector) and the data in CBC mode with PKCS #5 padding.\n"
-                "Changes of an encrypted file are not always noticed: sign it with `zel sign` if that matters, and\n"
-                "verify the signature before decrypting. The file that was encrypted stays as it is.");
-    Command(app, "decrypt", "Decrypt a file that `zel encrypt` wrote", &Decrypt)
+        .Footer("Writes 16 random bytes (the initialization vector) and the data in CBC mode with PKCS #5 padding.\n"
+                "Changes of an encrypted file are not always detected: sign it with `zel sign` if necessary, and\n"
+                "verify the signature before decrypting. The source file is not changed.");
+    Command(app, "decrypt", "Decrypt a file created by `zel encrypt`", &Decrypt)
         .Source("The file to decrypt")
         .Target("target", "The file to write; by default the source without .enc", false)
         .Key()
@@ -336,7 +338,7 @@ void AddCryptoCommands(CLI::App& app) {
         .Container("--container", true)
         .SignatureHash()
         .Overwrite();
-    Command verify(app, "verify", "Check a file's signature", &Verify);
+    Command verify(app, "verify", "Verify the signature of a file", &Verify);
     verify.Source("The signed file")
         .Target("signature", "The signature to read", true)
         .Container("--container", false)

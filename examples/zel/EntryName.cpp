@@ -15,7 +15,7 @@ bool IsSeparator(wchar_t c) {
     return c == L'\\' || c == L'/';
 }
 
-/// "nul", "COM1.txt", "con .x": Windows looks at what stands before the first dot, without trailing blanks.
+/// "nul", "COM1.txt", "con .x": Windows checks the part before the first dot, without trailing spaces.
 bool IsDeviceName(const std::wstring& component) {
     const std::wstring stem = CString::TrimEnd(component.substr(0, component.find(L'.')), L" ");
     const wchar_t* const devices[] = {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$", L"CLOCK$"};
@@ -32,7 +32,7 @@ bool IsDeviceName(const std::wstring& component) {
 
 std::wstring FindDangerInComponent(const std::wstring& component) {
     if (component == L"." || component == L"..") {
-        return L"it names a folder relative to its place";
+        return L"it contains a relative folder name";
     }
     if (component.find_first_of(L":") != std::wstring::npos) {
         return L"it names a drive or a stream";
@@ -41,10 +41,10 @@ std::wstring FindDangerInComponent(const std::wstring& component) {
         return c < L' ' || std::wstring_view(L"<>\"|?*").find(c) != std::wstring_view::npos;
     };
     if (std::any_of(component.begin(), component.end(), isForbidden)) {
-        return L"it holds a character that file names must not have";
+        return L"it contains a character that is not allowed in file names";
     }
     if (!component.empty() && (component.back() == L'.' || component.back() == L' ')) {
-        return L"Windows would cut the dot or blank at an end";
+        return L"Windows would remove a trailing dot or space";
     }
     if (IsDeviceName(component)) {
         return L"it names a device";
@@ -59,7 +59,7 @@ std::wstring FindDanger(const std::wstring& entryName) {
         return L"it is empty";
     }
     if (IsSeparator(entryName.front())) {
-        return L"it starts at the root";
+        return L"it is an absolute path";
     }
     for (const std::wstring& component : CString::Split(entryName, L"\\/")) {
         const std::wstring danger = FindDangerInComponent(component);

@@ -4,13 +4,13 @@
 
 namespace Zel {
 
-/// Why an entry's name must not become a path below the target folder; empty when it may.
+/// Returns why an entry's name must not become a path below the target folder; empty if it may.
 ///
-/// Names come from whoever made the archive. Refused are names that lead out of the folder, and names that mean
-/// something else than a plain file to Windows: drives, streams, devices, trimmed and forbidden characters.
+/// The names are chosen by the author of the archive. Rejected are names that lead out of the folder, and names that
+/// are not plain files to Windows: drives, streams, devices, trailing dots and spaces, and forbidden characters.
 std::wstring FindDanger(const std::wstring& entryName);
 
-/// A folder entry's name ends in a separator; it has no data.
+/// Whether the entry is a folder: its name ends with a separator, and it has no data.
 bool IsFolderName(const std::wstring& entryName);
 
 } // namespace Zel

@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t PieceSize = 65536;
 
-/// The name below which the contents of a path appear in the archive; empty for the current folder.
+/// Returns the name below which the contents of a path are stored in the archive; empty for the current folder.
 std::wstring GetTopName(const std::wstring& path) {
     std::wstring full = CPath::GetFullPath(path.c_str());
     while (full.size() > 3 && full.back() == L'\\') {
@@ -42,7 +42,7 @@ std::wstring Join(const std::wstring& folder, const std::wstring& name) {
                                     ZEL_SITE(L"Zel::CollectSources"));
 }
 
-/// Links may lead in circles.
+/// Links may form cycles.
 bool IsLink(const std::filesystem::path& path) {
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
@@ -53,7 +53,7 @@ void Collect(const std::filesystem::path& folder, const std::wstring& entryName,
     for (const auto& item : std::filesystem::directory_iterator(folder)) {
         const std::wstring name = Join(entryName, item.path().filename().wstring());
         if (item.is_directory() && IsLink(item.path())) {
-            PrintError(L"zel: left out, since it is a link: " + item.path().wstring() + L"\n");
+            PrintError(L"zel: skipped, because it is a link: " + item.path().wstring() + L"\n");
         } else if (item.is_directory()) {
             Collect(item.path(), name, sources);
         } else {
@@ -114,7 +114,7 @@ std::uint64_t CopyStream(CStream& source, CStream& target, Progress& progress, s
         target.Write(buffer.data(), read);
         total += read;
         progress.AddBytes(read);
-        if (total > expected) { // an archive that lies about its sizes must not fill the disk
+        if (total > expected) { // an archive with wrong sizes must not fill the disk
             break;
         }
     }

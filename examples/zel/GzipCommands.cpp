@@ -24,8 +24,8 @@ struct Options {
     bool overwrite = false;
 };
 
-/// A compressed file whose last part is read byte by byte: then the place where the reader stops tells whether
-/// something follows its data.
+/// A compressed file whose last part is read byte by byte, so that the position at which the reader stops shows whether
+/// other data follows.
 class CarefulInput final : public PlainStream {
 public:
     explicit CarefulInput(CFileStream& file) : m_file(file), m_left(file.GetLength()) {}
@@ -63,7 +63,7 @@ void Decompress(const Options& options) {
     std::wstring target = FromUtf8(options.target);
     if (target.empty()) {
         if (!source.ends_with(L".gz") || source.size() == 3) {
-            throw ZelCore::CFormatException((source + L" does not end in .gz: name the target, please").c_str(),
+            throw ZelCore::CFormatException((source + L" does not end in .gz: specify the target").c_str(),
                                             ZEL_SITE(L"Zel::Decompress"));
         }
         target = source.substr(0, source.size() - 3);
@@ -94,9 +94,9 @@ void AddCommand(CLI::App& app, const char* name, const char* text, const char* t
 } // namespace
 
 void AddGzipCommands(CLI::App& app) {
-    AddCommand(app, "gzip", "Compress a file", "The file to write, the source with .gz without", &Compress);
-    AddCommand(app, "gunzip", "Decompress a file of one gzip member", "The file to write, the source less .gz without",
-               &Decompress);
+    AddCommand(app, "gzip", "Compress a file", "The file to write; by default the source with .gz appended", &Compress);
+    AddCommand(app, "gunzip", "Decompress a file of one gzip member",
+               "The file to write; by default the source without .gz", &Decompress);
 }
 
 } // namespace Zel

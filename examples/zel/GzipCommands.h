@@ -6,7 +6,7 @@ class App;
 
 namespace Zel {
 
-/// `zel gzip` and `zel gunzip`
+/// Adds `zel gzip` and `zel gunzip`.
 void AddGzipCommands(CLI::App& app);
 
 } // namespace Zel

@@ -16,7 +16,7 @@ namespace {
 
 enum ExitCode { Done = 0, Failed = 1, WrongUse = 2 };
 
-/// The arguments behind the program's name, last one first, as the parser wants them.
+/// Returns the arguments after the program's name in reverse order, as the parser requires.
 std::vector<std::string> ToArguments(int argc, wchar_t** argv) {
     std::vector<std::string> arguments;
     for (int i = argc - 1; i > 0; --i) {
@@ -38,15 +38,15 @@ int Run(int argc, wchar_t** argv) {
                "  zel keygen my.key\n"
                "  zel encrypt backup.zip --key my.key\n"
                "  zel hash backup.zip backup.zip.enc\n\n"
-               "Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong use.\n"
-               "`zel COMMAND --help` tells more.");
+               "Exit status: 0 success, 1 failure (the reason is on standard error), 2 invalid arguments.\n"
+               "See also `zel COMMAND --help`.");
     Zel::AddZipCommands(app);
     Zel::AddGzipCommands(app);
     Zel::AddCryptoCommands(app);
     Zel::AddConfigCommands(app);
     Zel::AddNetCommands(app);
     bool trace = false;
-    app.add_flag("--trace", trace, "Show what the program does; zel.exe.config tells where else that goes");
+    app.add_flag("--trace", trace, "Trace to standard output; zel.exe.config configures other destinations");
     app.parse_complete_callback([&trace] {
         if (trace) {
             Zel::TraceToConsole();

@@ -30,7 +30,7 @@ MappedFile::MappedFile(const std::wstring& path) {
     }
     m_size = static_cast<std::size_t>(size.QuadPart);
     if (m_size == 0) {
-        return; // cannot be mapped, and need not
+        return; // an empty file cannot be mapped
     }
     const Handle mapping(::CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr), &::CloseHandle);
     if (!mapping) {

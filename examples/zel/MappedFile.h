@@ -6,7 +6,7 @@
 
 namespace Zel {
 
-/// A file of any size as memory to read, which takes no memory of the process. Throws CWin32Exception.
+/// Maps a file of any size for reading, without allocating memory for its contents. Throws CWin32Exception.
 class MappedFile {
 public:
     explicit MappedFile(const std::wstring& path);

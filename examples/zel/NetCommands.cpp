@@ -30,15 +30,15 @@ void ShowLocal(const std::wstring& name) {
 void AddCommand(CLI::App& app, const char* name, const char* text, void (*run)(const std::wstring&)) {
     CLI::App* const command = app.add_subcommand(name, text);
     const auto host = std::make_shared<std::string>();
-    command->add_option("name", *host, "A host's name or address")->required();
+    command->add_option("name", *host, "The name or address of a host")->required();
     command->callback([run, host] { run(FromUtf8(*host)); });
 }
 
 } // namespace
 
 void AddNetCommands(CLI::App& app) {
-    AddCommand(app, "resolve", "Show name and addresses of a host", &Resolve);
-    AddCommand(app, "local", "Tell whether a name or address is this computer's", &ShowLocal);
+    AddCommand(app, "resolve", "Show the name and the addresses of a host", &Resolve);
+    AddCommand(app, "local", "Show whether a name or address belongs to this computer", &ShowLocal);
 }
 
 } // namespace Zel

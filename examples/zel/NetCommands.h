@@ -6,7 +6,7 @@ class App;
 
 namespace Zel {
 
-/// `zel resolve` and `zel local`
+/// Adds `zel resolve` and `zel local`.
 void AddNetCommands(CLI::App& app);
 
 } // namespace Zel

@@ -4,7 +4,7 @@
 
 namespace Zel {
 
-/// A stream that does nothing: what a small stream of one purpose derives from.
+/// A stream without any function, as the base of small single-purpose streams.
 class PlainStream : public ZelCore::IO::CStream {
 public:
     void Close() override {}

@@ -17,7 +17,7 @@ CTraceSource& GetCryptoTrace() {
 }
 
 void TraceToConsole() {
-    // Both take their settings from "Zel" and share its listeners; without a configuration too.
+    // Both sources use the settings and listeners of "Zel", also without a configuration.
     CTraceSource& source = GetArchiveTrace();
     source.GetSourceSwitch().SetLevel(SourceLevels::All);
     source.AddTraceListener(std::make_shared<CConsoleTraceListener>(L"--trace"));
@@ -27,7 +27,7 @@ void TraceToConsole() {
 void TraceFailure(const std::wstring& text) noexcept {
     try {
         ZEL_TRACE(GetArchiveTrace(), L"wmain", Error, L"%s", text.c_str());
-    } catch (...) { // the failure is printed all the same
+    } catch (...) { // the failure is printed nevertheless
     }
 }
 

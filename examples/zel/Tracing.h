@@ -6,19 +6,19 @@
 
 namespace Zel {
 
-// The trace sources of the program; zel.exe.config beside it tells where their events go.
+// The trace sources of the program, which are configured by zel.exe.config in its folder.
 ZelCore::Diagnostics::CTraceSource& GetArchiveTrace(); ///< "Zel.Archive"
 ZelCore::Diagnostics::CTraceSource& GetCryptoTrace();  ///< "Zel.Crypto"
 
-/// Lets all events also go to standard output.
+/// Also writes all events to standard output.
 void TraceToConsole();
 
-/// Traces a failure, whatever becomes of that.
+/// Traces a failure and ignores failures of tracing.
 void TraceFailure(const std::wstring& text) noexcept;
 
 } // namespace Zel
 
-/// Traces an event of the place where it stands; the message is formatted only if it goes somewhere.
+/// Traces an event with its throw site; the message is formatted only if the event is enabled.
 #define ZEL_TRACE(source, function, type, ...)                                                                         \
     do {                                                                                                               \
         if ((source).GetSourceSwitch().ShouldTrace(ZelCore::Diagnostics::TraceEventType::type)) {                      \

@@ -24,7 +24,7 @@ using ZelCore::CString;
 
 namespace {
 
-/// What the command line gives to one of the commands.
+/// The options of the commands.
 struct Options {
     std::string archive;
     std::vector<std::string> items;
@@ -44,7 +44,7 @@ struct Options {
     }
 };
 
-/// A window on a file that tells how much of it was read.
+/// A window of a file that reports how much of it was read.
 class WatchedStream final : public PlainStream {
 public:
     WatchedStream(CStream& base, Progress& progress) : m_base(base), m_progress(progress) {}
@@ -59,7 +59,7 @@ private:
     Progress& m_progress;
 };
 
-/// Puts files into the archive with `put(name, stream)`, folders with `putFolder(name)`.
+/// Adds files to the archive with `put(name, stream)`, and folders with `putFolder(name)`.
 template <class Put, class PutFolder>
 void PutSources(const std::vector<Source>& sources, Put put, PutFolder putFolder) {
     Progress progress(sources.size());
@@ -90,7 +90,7 @@ void Create(const Options& options) {
     if (!options.overwrite && CFile::Exists(path.c_str())) {
         throw ZelCore::CFormatException((path + L" exists; --overwrite replaces it").c_str(), ZEL_SITE(L"Zel::Create"));
     }
-    // Beside its place until it is complete: a failure costs nothing that was there.
+    // Written under another name until it is complete, so that a failure does not affect an existing file.
     const std::wstring target = path + L".zel-new";
     if (CFile::Exists(target.c_str())) {
         throw ZelCore::CFormatException((target + L" is in the way").c_str(), ZEL_SITE(L"Zel::Create"));
@@ -98,12 +98,12 @@ void Create(const Options& options) {
     CZipArchive archive(target.c_str(), ZipArchiveMode::Create);
     try {
         AddSources(archive, sources, options.store);
-        CZipArchive(std::move(archive)); // ends it, and throws if it cannot be written
+        CZipArchive(std::move(archive)); // closes it, and throws if it cannot be written
         CFile::Move(target.c_str(), path.c_str(), true, false);
     } catch (...) {
         try {
             CZipArchive(std::move(archive));
-        } catch (const ZelCore::CException&) { // the first failure counts
+        } catch (const ZelCore::CException&) { // only the first failure is reported
         }
         CFile::Delete(target.c_str(), false);
         throw;
@@ -113,7 +113,7 @@ void Create(const Options& options) {
                           CFile::GetSize(path.c_str())));
 }
 
-/// Opens an archive for changes after all of them were checked: a change that fails half-way would be saved.
+/// Opens an archive for changes after all of them were checked, because a partly applied change would be saved.
 CZipArchive OpenForUpdate(const Options& options, const std::vector<std::wstring>& names, bool mustExist) {
     {
         const CZipArchive archive(options.GetArchive().c_str(), ZipArchiveMode::Read);
@@ -124,11 +124,11 @@ CZipArchive OpenForUpdate(const Options& options, const std::vector<std::wstring
                                                 ZEL_SITE(L"Zel::OpenForUpdate"));
             }
         }
-    } // closed again
+    } // closes it
     return {options.GetArchive().c_str(), ZipArchiveMode::Update};
 }
 
-/// The same for files to read into it.
+/// The same for files to be added.
 CZipArchive OpenForUpdate(const Options& options, const std::vector<Source>& sources, bool mustExist) {
     std::vector<std::wstring> names;
     for (const Source& source : sources) {
@@ -190,7 +190,7 @@ void List(const Options& options) {
 void CheckSize(const std::wstring& name, std::uint64_t size, const CZipArchiveEntry& entry) {
     if (size != entry.GetUncompressedSize()) {
         throw ZelCore::CFormatException(
-            CString::Format(L"Entry '%s' has %I64u bytes or more where the archive says %lu", name.c_str(), size,
+            CString::Format(L"Entry '%s' has %I64u bytes or more, but the archive declares %lu", name.c_str(), size,
                             static_cast<unsigned long>(entry.GetUncompressedSize()))
                 .c_str(),
             ZEL_SITE(L"Zel::CheckSize"));
@@ -212,7 +212,7 @@ void Test(const Options& options) {
     Print(CString::Format(L"%I64u entries are complete\n", static_cast<std::uint64_t>(names.size())));
 }
 
-/// The names to extract: all of them, or those that were asked for. Throws before anything is written.
+/// Returns the names to extract: all of them, or the requested ones. Throws before anything is written.
 std::vector<std::wstring> ChooseNames(const CZipArchive& archive, const std::vector<std::wstring>& wanted) {
     const std::vector<std::wstring> names = wanted.empty() ? archive.GetEntryNames() : wanted;
     for (const std::wstring& name : names) {
@@ -273,17 +273,17 @@ CLI::App& AddCommand(CLI::App& zip, const char* name, const char* text, void (*r
 } // namespace
 
 void AddZipCommands(CLI::App& app) {
-    CLI::App& zip = *app.add_subcommand("zip", "Make, read and change ZIP archives");
+    CLI::App& zip = *app.add_subcommand("zip", "Create, read and change ZIP archives");
     zip.require_subcommand(1);
     std::shared_ptr<Options> options;
     const auto addSources = [&](CLI::App& command) {
-        command.add_option("path", options->items, "Files, and folders with all that they hold")->required();
+        command.add_option("path", options->items, "Files, and folders with their contents")->required();
     };
     const auto addStore = [&](CLI::App& command) {
-        command.add_flag("--store", options->store, "Store the data as it is, uncompressed");
+        command.add_flag("--store", options->store, "Store the data uncompressed");
     };
 
-    CLI::App& create = AddCommand(zip, "create", "Make a new archive of files and folders", &Create, options);
+    CLI::App& create = AddCommand(zip, "create", "Create an archive of files and folders", &Create, options);
     addSources(create);
     addStore(create);
     create.add_flag("--overwrite", options->overwrite, "Replace an existing archive");
@@ -291,24 +291,24 @@ void AddZipCommands(CLI::App& app) {
     AddCommand(zip, "list", "Show the entries with their sizes in bytes", &List, options);
 
     CLI::App& extract = AddCommand(zip, "extract", "Write entries to files", &Extract, options);
-    extract.add_option("entry", options->items, "Entries to extract; all of them without");
-    extract.add_option("--to", options->target, "The folder to extract to, the current one without");
+    extract.add_option("entry", options->items, "The entries to extract; by default all");
+    extract.add_option("--to", options->target, "The target folder; by default the current one");
     extract.add_flag("--overwrite", options->overwrite, "Replace existing files");
-    extract.footer("Nothing is extracted from an archive with names that lead out of the folder or mean a drive,\n"
-                   "a stream or a device to Windows.");
+    extract.footer("Nothing is extracted from an archive with names that lead out of the folder, or that refer to a\n"
+                   "drive, a stream or a device.");
 
     AddCommand(zip, "test", "Read every entry to its end and compare the sizes", &Test, options)
         .footer("Checksums are not verified: `unzip -t` does that.");
 
-    const char* const rewriting = "The archive is written anew: what stands in front of its entries, such as the\n"
-                                  "program of a self-extracting archive, is dropped.";
+    const char* const rewriting = "The archive is rewritten. Data before its entries, such as the program of a\n"
+                                  "self-extracting archive, is dropped.";
 
     CLI::App& add = AddCommand(zip, "add", "Add files and folders to an archive", &Add, options);
     addSources(add);
     addStore(add);
     add.footer(rewriting);
 
-    CLI::App& update = AddCommand(zip, "update", "Replace the data of entries that the archive has", &Update, options);
+    CLI::App& update = AddCommand(zip, "update", "Replace the data of existing entries", &Update, options);
     addSources(update);
     update.footer(rewriting);
 

@@ -6,7 +6,7 @@ class App;
 
 namespace Zel {
 
-/// `zel zip create|list|extract|test|add|update|delete`
+/// Adds `zel zip create|list|extract|test|add|update|delete`.
 void AddZipCommands(CLI::App& app);
 
 } // namespace Zel

@@ -11,10 +11,10 @@
 
 namespace ZelTest {
 
-/// Counts the successful calls of the library that make something against those that release it.
+/// Counts successful calls of the library that create a resource, minus those that release one.
 class Balance {
 public:
-    /// \param step 1 for a call that makes something, -1 for one that releases it
+    /// \param step 1 for a call that creates a resource, -1 for one that releases it
     template <auto Function> Balance& Count(const char* name, int step) {
         Hook<Function>(Function, name, step);
         return *this;
@@ -22,14 +22,14 @@ public:
     int Get() const {
         return m_open;
     }
-    /// The same for what other threads are about to release.
+    /// The same, after waiting for releases by other threads.
     int GetSettled() const {
         for (int i = 0; i < 200 && m_open != 0; ++i) {
             ::Sleep(5);
         }
         return m_open;
     }
-    /// How many calls made something: a balance of nothing proves nothing.
+    /// The number of resources created: a balance of 0 without any proves nothing.
     int GetMade() const {
         return m_made;
     }
@@ -67,7 +67,7 @@ private:
     std::deque<ImportHook> m_hooks;
 };
 
-/// Files and events, all that the library closes with CloseHandle.
+/// Files, events and other handles that the library closes with CloseHandle.
 class HandleBalance : public Balance {
 public:
     HandleBalance() {

@@ -15,7 +15,7 @@ template <class Container> std::string Text(const Container& bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-/// A message through a transform: whole pieces of blocks, then the end.
+/// Passes a message through a transform: whole blocks, then the end.
 inline std::string Transform(ICryptoTransform& transform, const std::string& message, std::size_t blocks = 1) {
     const std::size_t piece = transform.InputBlockSize() * blocks;
     std::string result;
@@ -41,8 +41,8 @@ public:
     }
 };
 
-/// Lets the calls of an action fail one by one: each surfaces at its line, 0 for one that is not published, or not at
-/// all behind the last of them, and nothing stays acquired.
+/// Makes the calls of an action fail one by one. Each failure must be reported at its line (0 for one that is not
+/// published), the call after the last one must succeed, and nothing may stay acquired.
 template <class Action>
 void ExpectLines(FailingCalls& calls, Action action, const std::vector<int>& lines, const Balance& balance) {
     Sweep<ZelWin32::CWin32Exception>(calls, action, [&](int n, const ZelWin32::CWin32Exception* e) {

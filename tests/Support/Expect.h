@@ -13,7 +13,7 @@
 
 namespace ZelTest {
 
-/// The cells of a row in a table of texts: "a | b".
+/// Splits a row of a table of texts: "a | b".
 template <std::size_t Count = 2> std::array<std::wstring, Count> Cells(const std::wstring& row) {
     std::array<std::wstring, Count> cells;
     std::size_t at = 0;
@@ -25,20 +25,20 @@ template <std::size_t Count = 2> std::array<std::wstring, Count> Cells(const std
     return cells;
 }
 
-/// What a failure has to look like; what is left out is not looked at.
+/// The expected properties of a failure; those that are not set are not compared.
 struct Failure {
     std::optional<unsigned long> code{};
     const wchar_t* param = nullptr;
     const wchar_t* message = nullptr;  ///< the whole error message
-    const wchar_t* contains = nullptr; ///< a part of it
+    const wchar_t* contains = nullptr; ///< a part of the error message
     const wchar_t* method = nullptr;
     std::optional<int> line{};
     const wchar_t* file = nullptr;
 };
 
-/// A method may be named without its namespaces, which scripts/lint-sites looks at.
+/// Compares methods; the expected one may omit its namespaces, which scripts/lint-sites checks.
 inline bool IsMethod(std::wstring_view method, std::wstring_view expected) {
-    const bool whole = expected.find(L'`') != std::wstring_view::npos; // the script leaves these to the tests
+    const bool whole = expected.find(L'`') != std::wstring_view::npos; // the script does not check these
     return method == expected || (!whole && method.ends_with(L"::" + std::wstring(expected)));
 }
 
@@ -50,7 +50,7 @@ template <class Exception> void ExpectLooksLike(const Exception& e, const Failur
             EXPECT_EQ(static_cast<unsigned long>(e.GetError()), *expected.code);
         }
     }
-    // A text is only asked for where it matters: some are made then, by what the test may let fail.
+    // A text is requested only if it is compared, because some are composed by calls that the test makes fail.
     const auto expectText = [](const wchar_t* wanted, const auto& get) {
         if (wanted != nullptr) {
             EXPECT_EQ(Text(get()), wanted);
@@ -69,7 +69,7 @@ template <class Exception> void ExpectLooksLike(const Exception& e, const Failur
     }
 }
 
-/// Runs an action that must fail with exactly this class of exception.
+/// Runs an action that must throw exactly this class of exception.
 template <class Exception, class Action> void ExpectThrow(Action&& action, const Failure& expected = {}) {
     try {
         action();
@@ -83,7 +83,7 @@ template <class Exception, class Action> void ExpectThrow(Action&& action, const
     ADD_FAILURE() << "nothing was thrown";
 }
 
-/// ExpectThrow for the classes that fail most often, with what they tell first.
+/// ExpectThrow for the most frequent classes, with their main property as the first argument.
 template <class Exception, auto Member> struct Expectation {
     template <class Value, class Action> void operator()(Value value, Action&& action, Failure expected = {}) const {
         if constexpr (std::is_same_v<Value, Failure>) {
@@ -102,7 +102,7 @@ inline constexpr Expectation<ZelWin32::CWin32Exception, &Failure::code> ExpectEr
 
 template <class Exception> inline constexpr Expectation<Exception, &Failure::message> ExpectMessage;
 
-/// Runs an action in which the first of these calls fails, and with it the action.
+/// Runs an action in which the first call of this function fails, and therefore the action.
 template <class Action> void ExpectFailing(const SystemCall& call, Action&& action, const Failure& expected = {}) {
     const FailingCalls calls(call);
     const unsigned long code =

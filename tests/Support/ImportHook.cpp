@@ -39,7 +39,8 @@ void WriteSlot(void** slot, void* value) {
 
 constexpr std::size_t ThunkSize = 96;
 
-/// Asks `decide(context)` with the arguments of the call kept, then returns `failure` or jumps to the original.
+/// Writes code that calls `decide(context)` with the arguments preserved, and then returns `failure` or jumps to the
+/// original.
 void WriteThunk(unsigned char* code, void* context, void* decide, void* original, std::uintptr_t failure) {
     const auto put = [&code](std::initializer_list<int> bytes) {
         for (const int byte : bytes) {

@@ -13,7 +13,7 @@
 
 namespace ZelTest {
 
-/// Lets a lambda with captures be called through a pointer: one of its kind at a time.
+/// Makes a lambda with captures callable through a function pointer: one object of each type at a time.
 template <class Lambda, class Signature = decltype(&Lambda::operator())> struct Trampoline;
 template <class Lambda, class Result, class... Arguments>
 struct Trampoline<Lambda, Result (Lambda::*)(Arguments...) const> {
@@ -23,14 +23,14 @@ struct Trampoline<Lambda, Result (Lambda::*)(Arguments...) const> {
     }
 };
 
-/// Replaces a function that a loaded module imports, for as long as the object lives.
+/// Replaces a function that a loaded module imports while the object lives.
 class ImportHook {
 public:
-    /// Fails the running test when the module does not import the function.
+    /// Fails the running test if the module does not import the function.
     ImportHook(const char* function, void* replacement, const wchar_t* module = L"ZelCore.dll");
-    /// Replaces an entry of any table of functions, a COM object's say.
+    /// Replaces an entry of any table of functions, for example of a COM object.
     ImportHook(void** slot, void* replacement);
-    /// The replacement is a lambda.
+    /// Uses a lambda as the replacement.
     template <class Lambda, class = Trampoline<Lambda>>
     ImportHook(const char* function, const Lambda& replacement)
         : ImportHook(function, reinterpret_cast<void*>(&Trampoline<Lambda>::Call)) {
@@ -55,20 +55,20 @@ struct SystemCall {
     std::uintptr_t failure;
     unsigned long lastError = 1450; ///< ERROR_NO_SYSTEM_RESOURCES
 
-    /// Lets it return what it is known to return when it fails: mostly 0.
+    /// Uses the function's usual failure value: in most cases 0.
     SystemCall(const char* call);
     SystemCall(const char* call, std::uintptr_t returned, unsigned long error = 1450)
         : name(call), failure(returned), lastError(error) {}
 };
 
-/// Lets the n-th of all calls that this thread makes through the hooked functions fail, and the others pass.
+/// Makes the n-th of all calls by this thread of the hooked functions fail, and passes all others on.
 class FailingCalls {
 public:
-    /// \param slots   entries in tables of functions, of COM objects mostly
-    /// \param failure what these return when they fail: E_FAIL
+    /// \param slots   entries of function tables, usually of COM objects
+    /// \param failure the value that these return when they fail: E_FAIL
     explicit FailingCalls(const std::vector<SystemCall>& calls, const std::vector<void**>& slots = {},
                           const SystemCall& failure = {"a COM method", 0x80004005});
-    /// One call, which fails the first time.
+    /// Hooks one function, whose first call fails.
     explicit FailingCalls(const SystemCall& call) : FailingCalls(std::vector{call}) {
         FailOn(1);
     }
@@ -76,9 +76,9 @@ public:
     FailingCalls& operator=(const FailingCalls&) = delete;
     ~FailingCalls();
 
-    /// Counts from 1 again; 0 lets all calls pass, and keeps what has failed.
+    /// Counts from 1 again. 0 passes all calls on and keeps the record of the failed one.
     void FailOn(int n);
-    /// The name of the call that has failed, empty when none has.
+    /// Returns the name of the failed call, or an empty string if none has failed.
     std::string GetFailed() const {
         return m_failed;
     }
@@ -103,20 +103,20 @@ private:
     const char* m_failed = "";
 };
 
-/// The same for the allocations of the library and of the C++ runtime.
+/// The same for allocations of the library and of the C++ runtime.
 struct FailingAllocations : FailingCalls {
     FailingAllocations();
 };
 
-/// The entries of a COM object's table that may fail: QueryInterface and those from `first` up to, not with, `last`.
+/// Returns the entries of a COM object's table that may fail: QueryInterface and those from `first` to before `last`.
 std::vector<void**> GetMethods(void* object, std::size_t first, std::size_t last);
 
-/// Runs `action(n)` for n = 1, 2, ... until it returns false: until no call was left to fail.
+/// Runs `action(n)` for n = 1, 2, ... until it returns false because no call was left to fail.
 void Sweep(const std::function<bool(int)>& action);
 
-/// Runs `action` with its first, its second, ... call or allocation failing. Nothing else may make it throw, and only
-/// this class or, where allocations fail, std::bad_alloc. `after(n, e)` sees the exception, if there is one, when all
-/// calls pass again.
+/// Runs `action` with its first, its second, ... call or allocation failing. Nothing else may make it throw. It may
+/// throw only this class or, if allocations fail, std::bad_alloc. `after(n, e)` is called with the exception, if any,
+/// when all calls pass again.
 template <class Exception, class Failing, class Action, class After>
 void Sweep(Failing& failing, Action action, After after) {
     Sweep([&](int n) {

@@ -15,7 +15,7 @@ inline const unsigned char* Bytes(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-/// A stream over a string that can be made to fail, to dribble and to lie.
+/// A stream over a string that can fail, read short pieces and report wrong counts.
 class TestStream final : public ZelCore::IO::CStream {
 public:
     explicit TestStream(std::string text = "", std::size_t atMost = SIZE_MAX, int failing = 0)
@@ -23,7 +23,7 @@ public:
 
     std::string data;
     std::size_t position = 0, largestRead, largestWrite = 0;
-    std::size_t overReport = 0; ///< how many bytes more than it has read it claims to have read
+    std::size_t overReport = 0; ///< the number of bytes by which it reports more than it has read
     int calls = 0, flushes = 0;
     int failOn; ///< the number of the Read or Write that throws CFormatException
     bool closed = false;
@@ -72,14 +72,14 @@ private:
     }
 };
 
-/// What one call reads.
+/// Returns the result of one Read.
 inline std::string ReadSome(ZelCore::IO::CStream& stream, std::size_t count) {
     std::string text(count, '\0');
     text.resize(stream.Read(reinterpret_cast<unsigned char*>(text.data()), count));
     return text;
 }
 
-/// All that is left in a stream.
+/// Returns the rest of a stream.
 inline std::string ReadAll(ZelCore::IO::CStream& stream, std::size_t piece = 5000) {
     std::string text;
     for (std::string more = "x"; !more.empty() && text.size() < 10'000'000; text += more) {
@@ -95,7 +95,7 @@ inline void WriteAll(ZelCore::IO::CStream& stream, const std::string& text, std:
     }
 }
 
-/// Runs an action with the bytes, of which each is changed in turn by each of the masks.
+/// Runs an action with the bytes, of which each in turn is changed by each of the masks.
 template <class Container, class Action>
 void ForEachFlip(const Container& bytes, std::initializer_list<int> masks, Action&& action) {
     for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -107,7 +107,7 @@ void ForEachFlip(const Container& bytes, std::initializer_list<int> masks, Actio
     }
 }
 
-/// Text with repeats and noise, the same on every run.
+/// Returns text with repetitions and noise, identical in every run.
 inline std::string MakeText(std::size_t size, unsigned seed = 1) {
     std::string text;
     while (text.size() < size) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// What more than one test needs, to be included first.
+// Helpers shared by the tests; must be included first.
 
 #include "Support/Balance.h"
 #include "Support/Child.h"

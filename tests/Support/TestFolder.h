@@ -14,14 +14,14 @@
 
 namespace ZelTest {
 
-/// The base of tests with files: a fresh folder, which is also the temporary folder of the library. What a test
-/// leaves in the temporary folder, or a handle that keeps a file open, fails the test.
+/// The base of tests with files: an empty folder, which is also the temporary folder of the library. A file left in the
+/// temporary folder, or a handle that keeps a file open, fails the test.
 class FolderTest : public ::testing::Test {
 protected:
     void SetUp() override {
         m_outside = std::filesystem::temp_directory_path();
         m_folder = m_outside / (L"zel" + std::to_wstring(::GetCurrentProcessId()));
-        std::filesystem::remove_all(m_folder); // of a process that was killed and had the same number
+        std::filesystem::remove_all(m_folder); // left by a killed process with the same process identifier
         std::filesystem::create_directories(m_folder / L"tmp");
         ::SetEnvironmentVariableW(L"TMP", (m_folder / L"tmp").c_str());
     }

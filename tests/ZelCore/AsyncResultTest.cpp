@@ -65,7 +65,7 @@ TEST(AsyncResult, ReportsWhatTheSystemRefuses) {
     calls.FailOn(1);
     ExpectError(1450, [&] { result.SetAsCompleted(false); });
     EXPECT_TRUE(result.IsCompleted());
-    CAsyncResult poor(nullptr, nullptr); // in memory, for what failed
+    CAsyncResult poor(nullptr, nullptr); // an exception without memory
     FailingAllocations allocations;
     const CArgumentException error(L"p", nullptr, L"a method name that does not fit into a small string", nullptr, 0);
     allocations.FailOn(1);

@@ -121,5 +121,5 @@ TEST(Convert, NumbersAreTheWholeTextAndSaturate) {
     std::setlocale(LC_ALL, "German_Germany.1252"); // has a decimal comma
     EXPECT_EQ(CConvert::ToDouble(L"1.5"), 1.5);
     std::setlocale(LC_ALL, before.c_str());
-    EXPECT_NEAR(CConvert::ToDouble((L"0." + std::wstring(1'000'000, L'3')).c_str()), 1.0 / 3, 1e-15); // at once
+    EXPECT_NEAR(CConvert::ToDouble((L"0." + std::wstring(1'000'000, L'3')).c_str()), 1.0 / 3, 1e-15); // in linear time
 }

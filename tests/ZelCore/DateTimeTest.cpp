@@ -39,7 +39,7 @@ TEST(DateTime, EveryDayIsThatOfAnotherCalendar) {
         ASSERT_EQ(CDateTime::FromDate(y, m, d), value);
     }
     EXPECT_EQ((value - CDateTime::MaxValue).GetTicks(), 1);
-    for (int y = 1999; y <= 2001; ++y) { // every day of a common and two leap-ish years, by up to 30 months
+    for (int y = 1999; y <= 2001; ++y) { // every day of a common year and its neighbours, plus up to 30 months
         for (sys_days day = year(y) / 1 / 1; day <= sys_days(year(y) / 12 / 31); day += days(1)) {
             const year_month_day date(day);
             for (int by = -30; by <= 30; ++by) {
@@ -154,7 +154,7 @@ TEST(DateTime, LocalValuesTellTheOffsetOfTheirDate) {
         return TIME_ZONE_ID_UNKNOWN;
     });
     const std::map<LONG, std::wstring> offsets = {{0, L"+00:00"}, {-120, L"+02:00"}, {210, L"-03:30"}, {30, L"+00:30"}};
-    for (const auto& [bias, suffix] : offsets) { // half an hour is without the sign, as the format has it
+    for (const auto& [bias, suffix] : offsets) { // half an hour is written without the sign, as the format requires
         current = bias;
         const CDateTime value = At(2024, 7, 15, 12, 0, 0, 0, Kind::Local);
         EXPECT_EQ(Show(value), L"2024-07-15T12:00:00.0000000" + suffix);

@@ -4,7 +4,7 @@
 
 namespace {
 
-// CException keeps its code for itself; the classes that show it have their own accessor.
+// CException's code is protected; classes that publish it have their own accessor.
 template <class Exception> struct Exposed : Exception {
     explicit Exposed(const Exception& e) : Exception(e) {}
     unsigned long Code() const {
@@ -81,7 +81,7 @@ TEST(Exception, SystemTextsHaveNoLineBreaksAndUnknownCodesSaySo) {
     EXPECT_EQ(CWin32Exception::FormatMessageW(0xC0FFEE), L"Unknown error: 12648430");
     EXPECT_EQ(CWNetException::FormatMessageW(5), known);
     EXPECT_EQ(CWNetException::FormatMessageW(1208), CWin32Exception::FormatMessageW(1208));
-    // A provider's text and a status without text come from calls that are hard to provoke: replace them.
+    // A provider's text and a status without text are difficult to cause, so the calls are replaced.
     const ImportHook network("WNetGetLastErrorW", [](DWORD* code, wchar_t* text, DWORD, wchar_t* name, DWORD) -> DWORD {
         *code = 77;
         std::wcscpy(text, L"no carrier");

@@ -1,9 +1,9 @@
-// Every place that refuses something says so under its own name. What other tests refuse anyway is not repeated here.
+// Every method that rejects an argument or a state reports its own name. Cases covered by other tests are not repeated.
 #include "Support/Crypto.h"
 
 namespace {
 
-/// What is refused says so under this name, and names the parameter where an argument is at fault.
+/// The exception must contain this method and, for an invalid argument, the name of the parameter.
 template <class Action> void ExpectRefused(const wchar_t* method, const wchar_t* parameter, const Action& action) {
     try {
         action();

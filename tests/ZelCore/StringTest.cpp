@@ -14,7 +14,7 @@ TEST(String, FormatsLikeTheRuntime) {
 
 TEST(String, RefusesBadFormats) {
     const Failure bad{.param = L"format", .message = L"'': parameter name: 'format'"};
-    ExpectArgument(bad, [] { CString::Format(L"%y"); }); // counted, but not printed
+    ExpectArgument(bad, [] { CString::Format(L"%y"); }); // accepted for counting, rejected for printing
     ExpectNull(L"format", [] { CString::Format(nullptr); }, {.method = L"CString::Format"});
     ExpectNull(L"format", [] { CString::FormatV(nullptr, {}); }, {.method = L"CString::FormatV"});
     ExpectNull(L"format", [] { CString::FormatPositional(nullptr); }, {.method = L"CString::FormatPositional"});
@@ -24,7 +24,7 @@ TEST(String, RefusesBadFormats) {
     ExpectArgument(L"format", [] { CString::Format(L"x"); });
 }
 
-/// A file of that name in the program's folder must not be taken for it.
+/// A file of that name in the program's folder must not be loaded instead.
 TEST(String, DISABLED_TheRuntimeIsTheSystems) {
     std::wstring loaded;
     const ImportHook hook("LoadLibraryExW", [&](const wchar_t* name, HANDLE file, DWORD flags) {

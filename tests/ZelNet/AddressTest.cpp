@@ -62,7 +62,7 @@ TEST_F(Address, TextGoesThereAndBack) {
 }
 
 TEST_F(Address, OrderIsThatOfFamilyAndBytes) {
-    using Key = std::vector<unsigned char>; // the length, then the bytes: it sorts as the addresses should
+    using Key = std::vector<unsigned char>; // the length, then the bytes: the expected order of the addresses
     std::vector<std::pair<Key, CIPAddress>> addresses;
     unsigned seed = 1;
     for (int i = 0; i < 3000; ++i) {

@@ -16,7 +16,7 @@ EXCEPTION_DISPOSITION ZelTestMend(PEXCEPTION_RECORD, void*, PCONTEXT, void*);
 void ZelTestFinally(int, void*);
 LONG ZelTestPass(EXCEPTION_POINTERS*, void*);
 
-// Each calls the function given to it from a frame with another handler. True: the frame handled an exception.
+// Each calls the given function from a frame with another handler. Returns true if the frame handled an exception.
 bool ZelTestPlain(void (*fault)());
 bool ZelTestLooksOn(void (*fault)());
 bool ZelTestHandles(void (*fault)());
@@ -54,8 +54,8 @@ namespace {
 
 const wchar_t* const Method = L"ZelWin32::CSEException::CSETranslatorSentry::SETranslator";
 
-/// Leaves without a frame of their own: the stack is misaligned at the fault. The instructions are spelled out,
-/// since compilers assume that neither happens.
+/// Functions without a frame of their own, so that the stack is misaligned at the fault. The instructions are written
+/// in assembler, because compilers assume that neither happens.
 int ReadFromMemory(const int* address) {
     int value = 0;
     __asm__ volatile("movl (%1), %0" : "=r"(value) : "c"(address));
@@ -67,7 +67,7 @@ int DivideNumbers(int a, int b) {
     return a;
 }
 
-// Called through pointers, so that no compiler concludes that they cannot throw.
+// Called through pointers, so that compilers do not conclude that they cannot throw.
 int (*volatile ReadFrom)(const int*) = &ReadFromMemory;
 int (*volatile Divide)(int, int) = &DivideNumbers;
 void (*volatile NoFunction)() = nullptr;
@@ -77,7 +77,7 @@ void Raise(DWORD code) {
     ::RaiseException(code, 0, 0, nullptr);
 }
 
-/// With another stack pointer for each depth.
+/// Uses a different stack pointer for each depth.
 int ReadDeeper(const int* address, int depth) {
     const volatile int kept = depth;
     return (depth == 0 ? ReadFrom(address) : ReadDeeper(address, depth - 1)) + kept - depth;
@@ -86,11 +86,11 @@ int ReadDeeper(const int* address, int depth) {
 int g_declined = 0, g_looks = 0, g_cleanups = 0;
 EXCEPTION_RECORD g_seen;
 
-using Translated = std::pair<unsigned, int>; ///< the code, and by which translator
+using Translated = std::pair<unsigned, int>; ///< the code, and the number of the translator
 
 void Return() {}
 
-/// What a handler does that repairs the cause of the faults below.
+/// A handler that removes the cause of the faults below.
 void Mend(const EXCEPTION_RECORD& record, CONTEXT& context) {
     static const int valid = 4711;
     if (context.Rip == 0) {
@@ -102,7 +102,7 @@ void Mend(const EXCEPTION_RECORD& record, CONTEXT& context) {
     }
 }
 
-/// An entry in the list of handlers, where Wine has its guards.
+/// An entry in the list of handlers, in which Wine has its guards.
 struct Entry {
     Entry* previous;
     PEXCEPTION_ROUTINE handler;
@@ -126,7 +126,7 @@ bool CallBelowEntry(void (*fault)()) {
 bool CallBelowSystemGuard(void (*fault)()) {
     static void (*s_fault)() = nullptr;
     s_fault = fault;
-    // The system guards the library's own reading of the message, not what a callback does: nobody handles it.
+    // The system guards its own reading of the message but not the callback: no handler handles it.
     ::EnumSystemCodePagesW([](wchar_t*) -> BOOL { return s_fault(), FALSE; }, CP_INSTALLED);
     return false;
 }
@@ -277,7 +277,7 @@ TEST(SEException, WhatTheSystemGuardsIsLeftToIt) {
         EXPECT_EQ(::OpenServiceW(manager, nullptr, SERVICE_QUERY_STATUS), nullptr);
         return ::GetLastError();
     };
-    const DWORD expected = open(); // the system's RPC client raises a status, and catches it itself
+    const DWORD expected = open(); // the system's RPC client raises a status and catches it itself
     {
         const Sentry sentry(nullptr);
         EXPECT_EQ(open(), expected);
@@ -311,7 +311,7 @@ TEST(SEException, NestedSentriesUseTheInnermostTranslator) {
         }
         EXPECT_TRUE(number(2));
         {
-            // Its own fault goes to the sentry outside of it, and what that throws leaves from the first fault.
+            // Its own fault is translated by the next outer sentry, whose exception leaves from the first fault.
             const Sentry faulty([](unsigned, EXCEPTION_POINTERS*) { ReadFrom(Nowhere); });
             for (int again = 0; again < 2; ++again) {
                 try {
@@ -359,7 +359,7 @@ void RunTwoFibers() {
     bool translated = false;
     {
         const Sentry sentry(nullptr);
-        ::SwitchToFiber(fibers.other); // there is a sentry now, of another fiber
+        ::SwitchToFiber(fibers.other); // there is a sentry now, but in another fiber
         read(translated);
         EXPECT_TRUE(translated);
         ::SwitchToFiber(fibers.other);
@@ -386,7 +386,7 @@ TEST(SEException, TranslatorsMayMendTheFaultWithAllRegistersAsTheyWere) {
         DWORD before = 0;
         if (reinterpret_cast<void*>(pointers->ExceptionRecord->ExceptionInformation[1]) == s_page) {
             ::VirtualProtect(s_page, 4096, PAGE_READWRITE, &before);
-            return; // the instruction succeeds when it is run again
+            return; // the instruction succeeds when it is executed again
         }
         throw Translated(code, 0);
     });
@@ -402,7 +402,7 @@ TEST(SEException, TranslatorsMayMendTheFaultWithAllRegistersAsTheyWere) {
         protect();
         alignas(32) std::uint64_t lanes[4] = {1, 2, 3, 4}, after[4] = {};
         __asm__ volatile("vmovdqa (%0), %%ymm7\n\t"
-                         "movl (%1), %%eax\n\t" // faults, and is mended
+                         "movl (%1), %%eax\n\t" // faults, and its cause is removed
                          "vmovdqa %%ymm7, (%2)\n\t"
                          "vzeroupper"
                          :
@@ -449,7 +449,7 @@ TEST(SEException, LeavesOtherThreadsAlone) {
 
 TEST(SEException, TheSearchGoesOnWhenTheTranslatorReturns) {
     g_declined = 0;
-    { const Sentry first(nullptr); } // of the process: handlers that come later stand for what the search finds
+    { const Sentry first(nullptr); } // the first of the process: later handlers act for those that the search finds
     void* handler = ::AddVectoredExceptionHandler(0, [](EXCEPTION_POINTERS* pointers) -> LONG {
         g_seen = *pointers->ExceptionRecord;
         Mend(g_seen, *pointers->ContextRecord);

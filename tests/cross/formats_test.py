@@ -1,4 +1,4 @@
-"""What zel writes is read by Python and OpenSSL, and what they write is read by zel.
+"""Python and OpenSSL read the files that zel writes, and zel reads theirs.
 
 usage: formats_test.py FOLDER [EMULATOR] ZEL
 """
@@ -56,7 +56,7 @@ class Formats(ZelTest):
     def check(self, expected):
         with zipfile.ZipFile("a.zip") as archive:
             self.assertIsNone(archive.testzip())
-            # The archive does not say that its names are UTF-8, so Python takes them for code page 437.
+            # The archive does not declare its names as UTF-8, so Python reads them as code page 437.
             read = {
                 i.filename.encode("cp437").decode(): archive.read(i) for i in archive.infolist() if not i.is_dir()
             }
@@ -277,7 +277,7 @@ class Secrets(ZelTest):
                     openssl("dgst", "-" + digest, "-sign", "private.pem", "-out", "theirs", file)
                     zel("verify", file, "theirs", "--public-key", "theirs.der", "--algorithm", digest)
             zel("verify", "public.der", "signature", "--container", name, status=1)
-            # No name is not the user's default container, whose keys other programs use.
+            # An empty name is not the user's default container, which contains keys of other programs.
             zel("container", "delete", "", status=1)
             zel("container", "create", "", status=1)
             zel("container", "export", "", "public.der", "--overwrite", status=1)
@@ -315,7 +315,7 @@ GOOD = """<?xml version="1.0" encoding="utf-8"?>
 </configuration>
 """
 
-# What is replaced in the good file, what it becomes, the line of the finding and a part of it.
+# The text that is replaced in the good file, its replacement, and the line and a part of the finding.
 SUSPICIOUS = [
     ('maximumFileSize="1048576"', 'maximumFileSize="100 KB"', 20, "is read as 100"),
     ('maximumFileSize="1048576"', 'maximumFileSize="0"', 20, "the first event fails"),

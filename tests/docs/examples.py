@@ -1,15 +1,16 @@
-"""Makes programs of the examples in the documentation, and runs them.
+"""Builds programs from the examples in the documentation, and runs them.
 
 usage: examples.py extract SOURCES OUT              writes OUT/*.cpp, for the build
        examples.py run SOURCES OUT BIN [EMULATOR]   runs BIN/*.exe and compares what they print
 
-In the pages, a block of ```cpp with a main function is a program. Other ones are bodies of functions, which run one
-after the other as one program of the page, behind the block that begins with "#include". A block of ```text behind them
-is what they print. A block below a comment "from: FILE" is a piece of that file, which is built and run elsewhere; one
-of ```xml below a comment "program.exe.config" is the configuration of the next program; "ends with N" tells the exit status of a program.
+In the pages, a block of ```cpp with a main function is a program. Other blocks are function bodies, which run one after
+the other as one program per page, after the block that begins with "#include". A block of ```text after them is the
+expected output. A block below a comment "from: FILE" is a part of that file, which is built and run elsewhere. A block
+of ```xml below a comment "program.exe.config" is the configuration of the next program. "ends with N" is the exit
+status of a program.
 
-In the public headers, lines indented by four columns in comments are examples: bodies of functions too, or whole classes
-and functions. Those of all headers are one program.
+In the public headers, comment lines indented by four columns are examples: function bodies, or whole classes and
+functions. Those of all headers are one program.
 """
 import pathlib
 import re
@@ -55,7 +56,7 @@ def pages(sources):
 
 
 def examples(page, sources):
-    """[name, source text, expected output or None, configuration or None, exit status] of every program of a page."""
+    """Returns [name, source, expected output or None, configuration or None, exit status] of each program of a page."""
     name = page.stem.lower().replace("-", "_")
     found, bodies, printed, config = [], [], "", None
     begin = last = None
@@ -94,7 +95,7 @@ def program_of_bodies(origin, begin, bodies, declarations=()):
 
 
 def public_headers(sources):
-    """[name, text] of each; what is private says so in a line of its own."""
+    """Returns [name, text] of each public header; private ones contain a line that says so."""
     for folder in ("ZelCore", "ZelNet", "ZelWin32", "ZelXml"):
         for header in sorted((sources / folder).rglob("*.h")):
             text = header.read_text(encoding="utf-8")
@@ -112,7 +113,7 @@ def header_examples(sources):
 
 
 def programs(sources):
-    """[origin, program] of everything there is."""
+    """Returns [origin, program] of all examples."""
     found = [(page.name, program) for page in pages(sources) for program in examples(page, sources)]
     return [*found, ("the public headers", header_examples(sources))]
 
@@ -120,7 +121,7 @@ def programs(sources):
 def extract(sources, out):
     out.mkdir(parents=True, exist_ok=True)
     wanted = {out / f"{program[0]}.cpp": program[1] for _, program in programs(sources)}
-    # For the tests too: everything that a program may see, by its last name.
+    # Also used by the tests: everything that a program may use, by its last name.
     wanted[out / "PublicHeaders.h"] = "\n".join(
         ["#pragma once", *(f'#include "{name}"' for name, _ in public_headers(sources)),
          *(f"using namespace {name};" for name in NAMESPACES), ""])
@@ -157,7 +158,7 @@ def run(sources, out, binaries, emulator):
 
 
 def normal(text):
-    """Lines of throw sites move with the code, and systems word their errors differently."""
+    """Replaces the lines of throw sites, which move with the code, and error texts, which depend on the system."""
     text = re.sub(r"(\w\.(?:cpp|h)):\d+", r"\1:LINE", text)
     return re.sub(r"(Error \d+): .*", r"\1", text).strip()
 

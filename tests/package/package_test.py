@@ -1,5 +1,5 @@
-"""Installs the library, builds programs against nothing but the installation, and runs them from a folder that holds
-only what an installation says they need.
+"""Installs the library, builds programs against only the installation, and runs them from a folder that contains only
+the files that the installation declares as required.
 
 usage: package_test.py SOURCES BUILD TOOLCHAIN COMPILER [EMULATOR]
 """
@@ -35,7 +35,7 @@ def is_private(header):
 class PackageTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        # A blank in the path finds what is not quoted.
+        # A space in the path detects missing quotes.
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="package ", dir=BUILD))
         cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
         cls.prefix = cls.folder / "installed here"
@@ -68,7 +68,7 @@ class PackageTest(unittest.TestCase):
             self.assertNotIn(".debug_info", sections, name)
 
     def first_program(self, page):
-        """Source, project and output as a page shows them."""
+        """Returns source, project and output from a page."""
         text = (self.prefix / "share/doc/ZelCore" / page).read_text(encoding="utf-8")
         blocks = re.findall(r"^```(cpp|cmake|text)\n(.*?)^```$", text, re.M | re.S)
         program = next(block for kind, block in blocks if kind == "cpp" and "int main(" in block)
@@ -76,7 +76,7 @@ class PackageTest(unittest.TestCase):
         return program, project, next(block for kind, block in blocks if kind == "text")
 
     def run_alone(self, program, printed, folder):
-        """Runs a program in a folder that holds nothing but its DLLs beside it."""
+        """Runs a program in a folder that contains only the program and its DLLs."""
         self.assertEqual(sorted(DLLS), sorted(path.name for path in folder.glob("*.dll")))
         emulator = ["sh", self.prefix / "lib/cmake/ZelCore/wine"] if EMULATOR else []
         said = run(*emulator, program, cwd=folder)

@@ -6,8 +6,9 @@
 
 namespace ZelCore::Diagnostics::Configuration {
 
-/// The section "system.diagnostics" of the program's configuration file, read by the first call that succeeds and kept
-/// as long as the process lives. Without such a file or section it is empty. Throws as reading a configuration does.
+/// Returns the section "system.diagnostics" of the program's configuration file. The first successful call reads it,
+/// and it is kept until the process ends. It is empty if there is no such file or section. Throws the exceptions of
+/// reading a configuration.
 CSystemDiagnosticsSection& GetDiagnosticsConfiguration();
 
 } // namespace ZelCore::Diagnostics::Configuration

@@ -13,7 +13,7 @@ CTraceListenerElement::CTraceListenerElement() : CConfigurationElement(L"add") {
 CTraceListenerElement::~CTraceListenerElement() = default;
 
 void CTraceListenerElement::Deserialize(IXMLDOMElement* xmlIn) {
-    /// What is read beside the properties that the element is known by.
+    /// Properties that are read in addition to the published ones.
     struct Addition final : CConfigurationElement {
         explicit Addition(CProperty<bool>& counts) : CConfigurationElement(L"add"), property(counts) {}
         void GetProperties(PropertyList& properties) override {
@@ -40,7 +40,7 @@ CTraceSourceElement::CTraceSourceElement() : CConfigurationElement(L"source") {}
 CTraceSourceElement::~CTraceSourceElement() = default;
 
 void CTraceSourceElement::Deserialize(IXMLDOMElement* xmlIn) {
-    switchName = {L"switchName", false}; // what an earlier reading left does not count
+    switchName = {L"switchName", false}; // discards the value of an earlier reading
     switchValue = {L"switchValue", false};
     CConfigurationElement::Deserialize(xmlIn);
     const std::wstring parsed = L"PARSED";

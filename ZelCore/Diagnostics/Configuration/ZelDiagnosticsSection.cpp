@@ -26,7 +26,7 @@ struct Sections {
     std::map<std::wstring, std::unique_ptr<CZelDiagnosticsSection>> byPath;
 };
 
-/// Never destroyed: somebody may trace while the process ends.
+/// Never destroyed, because threads may trace while the process ends.
 Sections& GetSections() {
     static Sections& sections = *new Sections;
     return sections;
@@ -49,7 +49,7 @@ CZelDiagnosticsSection& CZelDiagnosticsSection::GetZelDiagnosticsConfiguration(c
         auto section = std::make_unique<CZelDiagnosticsSection>();
         const ZelWin32::CComInitGuard com;
         CConfigurationManager::OpenExeConfiguration(full).GetSection(L"zel/zel.diagnostics", *section);
-        section->GetLogDirectoryExpanded(); // while nobody else can see it
+        section->GetLogDirectoryExpanded(); // while no other thread can access it
         kept = std::move(section);
     }
     return *kept;

@@ -5,42 +5,44 @@
 
 namespace ZelCore::Diagnostics::Configuration {
 
-// As for the elements of SystemDiagnosticsSection.h: users derive, and no base destroys.
+// As in SystemDiagnosticsSection.h: may be derived from, never destroyed through a base.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-/// The library's own section, "zel/zel.diagnostics", which has to be declared with the type that GetTypeName returns.
+/// The library's own section, "zel/zel.diagnostics", which must be declared with the type that GetTypeName returns.
 ///
 /// \code{.xml}
 /// <zel.diagnostics logDirectory="%ProgramData%\Logs"/>
 /// \endcode
 class ZELCORE_API CZelDiagnosticsSection : public ZelCore::Configuration::CConfigurationSection {
 public:
-    /// Empty, nothing read.
+    /// An empty section.
     CZelDiagnosticsSection();
     CZelDiagnosticsSection(const CZelDiagnosticsSection&) = delete;
     CZelDiagnosticsSection& operator=(const CZelDiagnosticsSection&) = delete;
     ~CZelDiagnosticsSection();
 
-    /// The section of a configuration file, read when it is first asked for and kept as long as the process lives; an
-    /// empty section where there is none. May be called from any thread. Throws as reading a configuration does.
+    /// Returns the section of a configuration file. It is read on the first call and kept until the process ends; it is
+    /// empty if it does not exist. May be called from any thread. Throws the exceptions of reading a configuration.
     ///
-    /// \param path as of CConfigurationManager::OpenExeConfiguration: empty for the program's own
-    /// The section is shared by the whole process: who changes it sees to it that nobody reads it meanwhile.
+    /// \param path as for CConfigurationManager::OpenExeConfiguration: empty for the program's own
+    ///
+    /// The section is shared by the whole process: a caller that changes it must ensure that no other thread reads it
+    /// meanwhile.
     static CZelDiagnosticsSection& GetZelDiagnosticsConfiguration(const std::wstring& path);
 
-    /// Forgets what an earlier reading expanded.
+    /// Discards the expanded directory of an earlier reading.
     void Deserialize(IXMLDOMElement* xmlIn) override;
     void GetProperties(PropertyList& properties) override;
     std::wstring GetTypeName() override;
 
-    /// The log directory as it is written in the file; empty where it is not. Valid while the section lives.
+    /// Returns the log directory as written in the file; empty if it is absent. Valid while the section lives.
     const std::wstring& GetLogDirectory() const {
         return m_logDirectory.GetValue();
     }
-    /// The log directory with the environment's variables in place, as they were when this was asked for the first
-    /// time; for a section of GetZelDiagnosticsConfiguration, when it was read. Throws CConfigurationException when the
-    /// system cannot expand them. Valid while the section lives.
+    /// Returns the log directory with environment variables expanded. They are expanded on the first call; for a
+    /// section of GetZelDiagnosticsConfiguration, when it was read. Throws CConfigurationException if the system cannot
+    /// expand them. Valid while the section lives.
     const std::wstring& GetLogDirectoryExpanded() const;
 
 private:

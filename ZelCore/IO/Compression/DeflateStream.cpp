@@ -81,8 +81,8 @@ private:
     CStream* m_stream;
     z_stream m_zlib{};
     std::vector<unsigned char> m_buffer;
-    std::exception_ptr m_failure; ///< after which zlib no longer knows what the other stream holds
-    bool m_ended = false;         ///< the compressed data is over
+    std::exception_ptr m_failure; ///< the failure after which zlib and the other stream are out of step
+    bool m_ended = false;         ///< the end of the compressed data was reached
 };
 
 void CDeflateStream::impl::Initialize(bool gzip) {
@@ -114,7 +114,7 @@ void CDeflateStream::impl::Initialize(bool gzip) {
 }
 
 void CDeflateStream::impl::Write(const unsigned char* data, std::size_t count) {
-    if (m_failure) { // never to go on behind a gap
+    if (m_failure) { // never continue after missing data
         std::rethrow_exception(m_failure);
     }
     while (count != 0) {
@@ -134,7 +134,7 @@ void CDeflateStream::impl::Deflate(const unsigned char* data, std::size_t count,
             m_zlib.avail_out = static_cast<uInt>(m_buffer.size());
             const int result = ::deflate(&m_zlib, flush);
             if (result < 0) {
-                // Unreached: zlib has no reason to fail on a stream that it has set up itself.
+                // Unreached: deflate does not fail on a stream that was initialized correctly.
                 ThrowZlib(m_zlib, result, ZEL_SITE(L"ZelCore::IO::Compression::CDeflateStream::impl::Deflate", 103));
             }
             m_stream->Write(m_buffer.data(), m_buffer.size() - m_zlib.avail_out);
@@ -157,7 +157,7 @@ std::size_t CDeflateStream::impl::Inflate(unsigned char* buffer, std::size_t cou
 }
 
 int CDeflateStream::impl::InflateInto(unsigned char* buffer, std::size_t count, std::size_t& produced) {
-    // Site: the step of Inflate that calls zlib; its line is published.
+    // Site: does the work of Inflate; its line is published.
     m_zlib.next_out = buffer;
     m_zlib.avail_out = static_cast<uInt>(count);
     int result = Z_OK;
@@ -168,7 +168,7 @@ int CDeflateStream::impl::InflateInto(unsigned char* buffer, std::size_t count, 
             m_zlib.avail_in = static_cast<uInt>(std::min(read, m_buffer.size()));
         }
         result = ::inflate(&m_zlib, Z_NO_FLUSH);
-        if (result == Z_NEED_DICT) { // of no use without a way to give one
+        if (result == Z_NEED_DICT) { // no preset dictionary can be supplied
             result = Z_DATA_ERROR;
         }
         if (result < 0) {

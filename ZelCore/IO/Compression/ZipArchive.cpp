@@ -55,7 +55,7 @@ using Bytes = std::vector<unsigned char>;
     throw CInvalidOperationException(CString::Format(format, entryName.c_str()).c_str(), method, file, line);
 }
 
-/// Takes little-endian fields off a record one after the other.
+/// Reads the little-endian fields of a record one after the other.
 class CFieldReader {
 public:
     explicit CFieldReader(const unsigned char* record) : m_next(record) {}
@@ -99,7 +99,7 @@ private:
     unsigned char* m_next;
 };
 
-/// Reads a stream through one bounded buffer: a directory of many small records costs few system calls.
+/// Reads a stream through one bounded buffer, so that a central directory of many small records needs few system calls.
 class CReadAhead {
 public:
     explicit CReadAhead(CStream& stream) : m_stream(stream), m_buffer(ReadAheadSize) {}
@@ -128,13 +128,13 @@ private:
     std::span<unsigned char> m_available;
 };
 
-/// False when the source ends before the vector is full. A record's variable part may be empty.
+/// Returns false if the source ends before the vector is full. The variable part of a record may be empty.
 template <class Source> bool Fill(Source& source, Bytes& bytes, std::size_t size) {
     bytes.resize(size);
     return size == 0 || source.GreedyRead(bytes.data(), size) == size;
 }
 
-/// A record and the variable part behind it, in one call.
+/// Writes a record and its variable part in one call.
 void WriteRecord(CStream& stream, std::span<const unsigned char> record, const Bytes& variable) {
     Bytes bytes(record.begin(), record.end());
     bytes.insert(bytes.end(), variable.begin(), variable.end());
@@ -243,13 +243,13 @@ struct CLocalFileHeader {
     }
 };
 
-/// The local header of an archiver that was ready for more (ZIP64) leaves the size to an extra field; the directory has
+/// The local header of an archiver prepared for ZIP64 stores the size in an extra field; the central directory contains
 /// it.
 std::uint32_t GetDataSize(const CLocalFileHeader& local, const CCentralDirectoryFileHeader& central) {
     return local.compressedSize == Largest32 ? central.compressedSize : local.compressedSize;
 }
 
-/// A streaming archiver leaves it to what follows the data.
+/// A streaming archiver stores the size in the data descriptor after the data.
 bool HasSizeAfterData(const CLocalFileHeader& local) {
     return (local.flags & HasDataDescriptor) != 0 && local.compressedSize == 0;
 }
@@ -267,7 +267,7 @@ struct CEndOfCentralDirectoryRecord {
     std::uint32_t directoryOffset = 0;
     std::uint16_t commentLength = 0;
     Bytes comment;
-    std::int64_t position = 0; ///< where it was found
+    std::int64_t position = 0; ///< offset at which it was found
 
     void Read(CStream& stream) {
         std::array<unsigned char, Size> record;
@@ -290,7 +290,7 @@ struct CEndOfCentralDirectoryRecord {
     }
 
 private:
-    /// Moves the stream to the last record, which may have a comment of any content behind it.
+    /// Moves the stream to the last end record, which may be followed by an arbitrary comment.
     bool Find(CStream& stream) {
         constexpr std::int64_t smallStep = 16;
         constexpr std::int64_t largeStep = 65536;
@@ -300,9 +300,10 @@ private:
         }
         const std::int64_t first = length - static_cast<std::int64_t>(Size) + 4;
         Bytes chunk;
-        std::uint32_t value = 0; // goes on from one chunk to the next: a signature may lie across both
+        std::uint32_t value = 0; // kept from one chunk to the next: a signature may span both
         for (std::int64_t end = first; end > 0;) {
-            // Beyond the longest comment there is nothing but a file that is no archive: search it in big steps.
+            // Before the range of the longest comment there is an end record only in invalid files: search it in big
+            // steps.
             const bool isComment = first - end <= static_cast<std::int64_t>(Largest16);
             const std::int64_t begin = std::max<std::int64_t>(end - (isComment ? smallStep : largeStep), 0);
             stream.Seek(begin, SeekOrigin::Begin);
@@ -322,7 +323,7 @@ private:
     }
 };
 
-/// A window on a stream from its position on. Reading moves the position of the stream below.
+/// A window of a stream, from its position on. Reading moves the position of the underlying stream.
 class CReadOnlySubStream final : public CStream {
 public:
     CReadOnlySubStream(CStream& base, std::uint64_t length)
@@ -344,7 +345,7 @@ public:
     }
     std::size_t Read(unsigned char* buffer, std::size_t count) override {
         const std::int64_t position = GetPosition();
-        if (position < 0 || position >= m_length) { // somebody else moved the stream below
+        if (position < 0 || position >= m_length) { // the underlying stream was moved by other code
             return 0;
         }
         return m_base.Read(buffer, std::min(count, static_cast<std::size_t>(m_length - position)));
@@ -364,7 +365,7 @@ private:
     std::int64_t m_length;
 };
 
-/// The folder where the data of entries waits for the rewrite; removed with all its files in the end.
+/// The folder in which the data of entries is kept until the rewrite. The destructor removes it with all its files.
 class CStagingFolder {
 public:
     CStagingFolder() = default;
@@ -372,26 +373,27 @@ public:
     CStagingFolder& operator=(const CStagingFolder&) = delete;
     ~CStagingFolder() {
         if (!m_path.empty() && !TryDelete()) {
-            TryDelete(); // memory may have been short, or a scanner may have had a file open
+            TryDelete(); // an earlier attempt may have failed, for lack of memory or because a scanner had a file open
         }
     }
 
-    /// In the form that knows no limit of a path's length: whatever folder for temporary files the system takes, the
-    /// hundredth file finds room as well as the first.
+    /// Uses the long form of the path, which has no length limit: all files fit, whatever folder for temporary files
+    /// the system has.
     void Create() {
         const std::wstring temporary = CPath::GetFullPath(CPath::GetTempPathW().c_str());
         m_path = ToLongForm(CPath::Combine(temporary.c_str(), CGuid::NewGuid().ToString(L"D").c_str()));
         CDirectory::Create(m_path.c_str(), nullptr);
     }
 
-    /// Creates an empty file, open for writing. File systems look for a name the longer the more files a folder has, so
-    /// they are spread over subfolders. The file is opened once: a scanner that looks at new files when they are
-    /// closed would be in the way of a second time.
+    /// Creates an empty file, open for writing. File systems look up names more slowly in folders with many files, so
+    /// the files are spread over subfolders. The file is opened only once: a virus scanner that examines new files when
+    /// they are closed could block a second attempt.
     CFileStream CreateFile() {
-        // Site: staging is a part of AddEntry that callers do not see.
+        // Site: staging is a part of AddEntry.
         if (m_fileCount % FilesPerFolder == 0) {
             m_subfolder = GetSubfolder(m_fileCount / FilesPerFolder);
-            // One level is missing, and the general way would try them all. It may be there after a failure.
+            // Only one level is missing, while the general function would try all of them. It may exist after a
+            // failure.
             if (!::CreateDirectoryW(m_subfolder.c_str(), nullptr) && ::GetLastError() != ERROR_ALREADY_EXISTS) {
                 ZelWin32::ThrowLastError(ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
             }
@@ -409,7 +411,7 @@ private:
         return CPath::Combine(m_path.c_str(), std::to_wstring(index).c_str());
     }
 
-    /// What stays in the temporary folder is no failure of the archive.
+    /// Files that remain in the temporary folder are not a failure of the archive.
     bool TryDelete() const noexcept {
         try {
             for (std::size_t i = 0; i * FilesPerFolder < m_fileCount; ++i) {
@@ -427,7 +429,7 @@ private:
     std::size_t m_fileCount = 0;
 };
 
-/// Deletes a staging file that turns out not to be needed.
+/// Deletes a staging file unless it is kept.
 class CFileGuard {
 public:
     explicit CFileGuard(CFileStream& file) : m_file(&file) {}
@@ -436,7 +438,7 @@ public:
     ~CFileGuard() {
         if (m_file != nullptr) {
             m_file->Close();
-            ::DeleteFileW(m_file->GetName()); // else it goes with the staging folder
+            ::DeleteFileW(m_file->GetName()); // otherwise it is deleted with the staging folder
         }
     }
     /// Closes the file and returns its path.
@@ -450,7 +452,7 @@ private:
     CFileStream* m_file;
 };
 
-/// A scanner may hold a new file for a moment.
+/// A virus scanner may hold a new file open for a moment.
 CFileStream OpenStagingFile(const std::wstring& path) {
     constexpr int mostTries = 20;
     constexpr DWORD pause = 25; // milliseconds
@@ -483,7 +485,7 @@ struct CNameLess {
 
 struct CEntryRecord {
     CCentralDirectoryFileHeader header;
-    std::wstring stagingPath; ///< empty while the data lies in the archive only
+    std::wstring stagingPath; ///< empty while the data is only in the archive
 };
 
 using CEntryTable = std::map<std::wstring, CEntryRecord, CNameLess>;
@@ -499,7 +501,7 @@ CFileStream OpenArchive(const wchar_t* path, ZipArchiveMode mode) {
     }
 }
 
-/// The system time as DOS has it, in steps of two seconds from 1980 to 2107.
+/// Sets the system time in DOS format, in steps of two seconds from 1980 to 2107.
 void SetCurrentTime(CCentralDirectoryFileHeader& header) {
     FILETIME now{};
     SYSTEMTIME fields{};
@@ -518,7 +520,7 @@ void SetCurrentTime(CCentralDirectoryFileHeader& header) {
     header.time = time;
 }
 
-/// Copies `source` to its end, or as much as `size` bytes, and tells every piece to `seen`.
+/// Copies `source` to its end, or at most `size` bytes, and passes every piece to `seen`.
 template <class Seen> void CopyStream(CStream& source, CStream& target, Seen seen) {
     std::array<unsigned char, CopySize> buffer;
     while (const std::size_t read = std::min(source.Read(buffer.data(), buffer.size()), buffer.size())) {
@@ -538,14 +540,14 @@ void AddToChecksum(std::uint32_t& checksum, const unsigned char* data, std::uint
 }
 
 void TraceUnsaved(const wchar_t* archive, const wchar_t* reason) noexcept {
-    // Site: traces on behalf of the destructor.
+    // Site: traces for the destructor.
     using Diagnostics::CTraceSource;
     try {
         static const CTraceSource& trace = *new CTraceSource(L"ZelCore.IO.Compression");
         trace.TraceEventFormat(L"ZelCore::IO::Compression::CZipArchive::~CZipArchive", L"ZipArchive.cpp", __LINE__,
                                Diagnostics::TraceEventType::Error, L"The archive '%s' is not saved: %s", archive,
                                reason);
-    } catch (...) { // there is nobody left to tell
+    } catch (...) { // a destructor cannot report it
     }
 }
 
@@ -564,7 +566,7 @@ public:
     }
     impl(const impl&) = delete;
     impl& operator=(const impl&) = delete;
-    /// The shell deletes a folder of many files ten times slower than the files are deleted one by one.
+    /// The shell deletes a folder of many files ten times slower than this does one by one.
     ~impl() {
         for (const auto& [name, record] : m_table) {
             DeleteStaged(record);
@@ -592,7 +594,7 @@ public:
     void Finish();
 
 private:
-    /// Frees the room. What somebody still reads goes with the staging folder.
+    /// Releases the disk space. A file that is still being read is deleted with the staging folder.
     static void DeleteStaged(const CEntryRecord& record) noexcept {
         if (!record.stagingPath.empty()) {
             ::DeleteFileW(record.stagingPath.c_str());
@@ -642,9 +644,10 @@ void CZipArchive::impl::ReadDirectory() {
     }
 }
 
-/// Whether the rewrite would drop an entry: of an archive of more than 65,535 entries, whose directory goes on after
-/// the last one that is counted, or when the end record that was found belongs to another archive, one in the comment
-/// or in the data. Then there are headers between the directory and the end record; other bytes may lie there.
+/// Whether the rewrite would drop an entry. This happens for an archive of more than 65,535 entries, whose central
+/// directory goes on after the last counted entry, and if the end record belongs to another archive, inside the comment
+/// or the data. In these cases there are headers between the directory and the end record; other bytes are allowed
+/// there.
 bool CZipArchive::impl::WouldLoseEntries(std::uint64_t directorySize) {
     const std::int64_t end = static_cast<std::int64_t>(m_end.directoryOffset + directorySize);
     if (end > m_end.position) {
@@ -738,10 +741,10 @@ std::unique_ptr<CStream> CZipArchive::impl::OpenEntry(const CEntryTable::value_t
                                             false);
 }
 
-/// `writeData(target, header)` writes the data to the target and its checksum and size into the header.
+/// `writeData(target, header)` writes the data to the target, and its checksum and size to the header.
 template <class WriteData>
 CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, WriteData writeData) {
-    // Site: staging is a part of AddEntry that callers do not see.
+    // Site: staging is a part of AddEntry.
     const std::wstring_view name(entryName);
     const std::string utf8 =
         name.size() <= Largest16 ? CString::ToMultiByte(entryName, static_cast<int>(name.size()), Utf8) : std::string();
@@ -750,7 +753,7 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
                                  ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
     }
     if (CString::ToWideChar(utf8.data(), static_cast<int>(utf8.size()), Utf8) !=
-        name) { // others would read as the same
+        name) { // another name would be read as the same name
         throw CArgumentException(L"entryName", L"The name has half of a surrogate pair",
                                  ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
     }
@@ -770,8 +773,8 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
             writeData(deflate, header);
         } catch (...) {
             try {
-                deflate.Close(); // its destructor must not be the one to fail
-            } catch (...) {      // the first failure counts
+                deflate.Close(); // its destructor must not fail
+            } catch (...) {      // only the first failure is reported
             }
             throw;
         }
@@ -790,7 +793,7 @@ CEntryRecord CZipArchive::impl::Stage(const wchar_t* entryName, bool compress, W
 }
 
 template <class WriteData> void CZipArchive::impl::Add(const wchar_t* entryName, bool compress, WriteData writeData) {
-    // Site: the end of AddEntry.
+    // Site: the last step of AddEntry.
     CEntryRecord record = Stage(entryName, compress, writeData);
     CheckNew(entryName, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry")); // the source may use the archive
     m_table.emplace(entryName, std::move(record));
@@ -806,7 +809,7 @@ void CZipArchive::impl::Update(CEntryTable::iterator old, const wchar_t* entryNa
     if (const auto current = m_table.find(replacement.key()); current != m_table.end()) {
         Delete(current); // not `old`: the source may use the archive
     }
-    m_table.insert(std::move(replacement)); // a ready-made node: nothing that could fail
+    m_table.insert(std::move(replacement)); // a prepared node cannot fail
 }
 
 void CZipArchive::impl::EnsureEntriesLoaded() {
@@ -817,7 +820,7 @@ void CZipArchive::impl::EnsureEntriesLoaded() {
     }
 }
 
-/// Copies the data of an entry as it stands in the archive, still compressed.
+/// Copies the compressed data of an entry as it is in the archive.
 void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
     // Site: a step of EnsureEntriesLoaded.
     CCentralDirectoryFileHeader& header = entry.second.header;
@@ -829,20 +832,20 @@ void CZipArchive::impl::StageRaw(CEntryTable::value_type& entry) {
     CFileGuard guard(file);
     CReadOnlySubStream window(m_file, size);
     CopyStream(window, file, [](const unsigned char*, std::size_t) {});
-    // Data that are cut, or that only the entry's own header describes rightly, would be lost here.
+    // Data that is truncated, or that only the entry's own header describes correctly, would be lost here.
     if (size != header.compressedSize || local.method != header.method || file.GetLength() != header.compressedSize) {
         ThrowInvalidEntry(entry.first, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::EnsureEntriesLoaded"));
     }
     entry.second.stagingPath = guard.Keep();
-    if ((header.flags & IsEncrypted) == 0) { // an encrypted entry's password check goes by the flag
-        header.flags &= static_cast<std::uint16_t>(~HasDataDescriptor); // the rewritten header has the sizes itself
+    if ((header.flags & IsEncrypted) == 0) { // the password check of an encrypted entry depends on the flag
+        header.flags &= static_cast<std::uint16_t>(~HasDataDescriptor); // the rewritten header contains the sizes
     }
 }
 
-/// Finds out before anything is destroyed whether the archive can be written from the given position on, and where it
-/// will end.
+/// Checks, before anything is overwritten, whether the archive can be written from the given position on, and returns
+/// its end position.
 std::uint64_t CZipArchive::impl::CheckLimits(std::uint64_t position) const {
-    // Site: checks for Flush before anything is written.
+    // Site: checks for Flush.
     std::uint64_t directorySize = 0;
     for (const auto& [name, record] : m_table) {
         const CCentralDirectoryFileHeader& header = record.header;
@@ -860,8 +863,8 @@ std::uint64_t CZipArchive::impl::CheckLimits(std::uint64_t position) const {
     return position + directorySize + CEndOfCentralDirectoryRecord::Size + m_end.comment.size();
 }
 
-/// Makes the file as long as it will become, so that a full disk is noticed while the old archive is still whole. The
-/// length alone takes no room on every file system: the bytes are written.
+/// Extends the file to its future length, so that a full disk is detected while the old archive is still intact.
+/// Setting the length alone does not allocate disk space on every file system: the bytes are written.
 void CZipArchive::impl::TakeRoom(std::int64_t length) {
     const std::int64_t before = m_file.GetLength();
     if (length <= before) {
@@ -881,11 +884,11 @@ void CZipArchive::impl::TakeRoom(std::int64_t length) {
     }
 }
 
-/// For a file that cannot become what it should anyway.
+/// For a failure that is already being reported.
 void CZipArchive::impl::SetLengthSilently(std::int64_t length) noexcept {
     try {
         m_file.SetLength(length);
-    } catch (...) { // the failure that led here counts
+    } catch (...) { // only the first failure is reported
     }
 }
 
@@ -895,7 +898,7 @@ void CZipArchive::impl::Save() {
         WriteEntries();
         WriteDirectory();
     } else {
-        CheckLimits(0); // before the staging, which takes as much room as the entries say
+        CheckLimits(0); // before the staging, which takes as much disk space as the headers declare
         EnsureEntriesLoaded();
         TakeRoom(static_cast<std::int64_t>(CheckLimits(0)));
         Rewrite();
@@ -903,8 +906,8 @@ void CZipArchive::impl::Save() {
     m_file.Flush();
 }
 
-/// Writes over the old archive. One that is written in part ends where the writing ended: with its old directory behind
-/// it, it would look whole.
+/// Overwrites the old archive. A partly written archive is truncated where the writing ended; followed by its old
+/// directory it would appear intact.
 void CZipArchive::impl::Rewrite() {
     m_file.Seek(0, SeekOrigin::Begin);
     try {
@@ -924,7 +927,7 @@ void CZipArchive::impl::WriteEntries() {
         CFileStream staged = OpenStagingFile(record.stagingPath);
         std::uint64_t size = 0;
         CopyStream(staged, m_file, [&size](const unsigned char*, std::size_t piece) { size += piece; });
-        if (size != record.header.compressedSize) { // somebody else touched the staging file
+        if (size != record.header.compressedSize) { // the staging file was changed by other code
             ThrowInvalidEntry(name, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::impl::WriteEntries"));
         }
     }
@@ -941,8 +944,8 @@ void CZipArchive::impl::WriteDirectory() {
     m_end.Write(m_file);
 }
 
-/// What the destructor does first. With another exception on its way a failing save has nobody to tell but the trace;
-/// foreign code may have left the count of such exceptions raised for good.
+/// The first step of the destructor. During stack unwinding a failure can only be traced. Foreign code may have left
+/// the count of uncaught exceptions permanently raised.
 void CZipArchive::impl::Finish() {
     if (m_mode == ZipArchiveMode::Read) {
         return;
@@ -967,7 +970,7 @@ CZipArchive::CZipArchive(const wchar_t* path, ZipArchiveMode mode) : m_impl(std:
 
 CZipArchive::CZipArchive(CZipArchive&&) noexcept = default;
 
-// NOLINTNEXTLINE(performance-noexcept-move-constructor): it saves what was open before
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): writes the target's archive
 CZipArchive& CZipArchive::operator=(CZipArchive&& other) {
     if (this != &other) {
         const std::unique_ptr<impl> ending = std::exchange(m_impl, std::move(other.m_impl));
@@ -1032,13 +1035,13 @@ std::unique_ptr<CZipArchiveEntry> CZipArchive::GetEntry(const wchar_t* entryName
 
 namespace {
 
-/// Where the data of a new entry comes from: a stream.
+/// The data source of a new entry: a stream.
 auto FromStream(const wchar_t* entryName, CStream& data) {
     // Site: a step of AddEntry.
     return [entryName, &data](CStream& target, CCentralDirectoryFileHeader& header) {
         CopyStream(data, target, [entryName, &header](const unsigned char* piece, std::size_t size) {
             if (header.uncompressedSize + std::uint64_t{size} > Largest32) {
-                // Unreached: takes 4 GiB to get here; a buffer says its size at once.
+                // Unreached: requires 4 GiB of data; the size of a buffer is checked before.
                 ThrowTooLarge(L"ZIP entry '%s' is larger than 4294967295 bytes", entryName,
                               ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::AddEntry"));
             }
@@ -1048,7 +1051,7 @@ auto FromStream(const wchar_t* entryName, CStream& data) {
     };
 }
 
-/// Where the data of a new entry comes from: a buffer, which may be null if it is empty.
+/// The data source of a new entry: a buffer, which may be null if it is empty.
 auto FromBuffer(const wchar_t* entryName, const unsigned char* data, std::uint64_t size, const wchar_t* method,
                 const wchar_t* file, int line) {
     if (size != 0) {

@@ -6,13 +6,13 @@
 
 namespace ZelCore::IO::Compression {
 
-/// One entry of a CZipArchive, open for reading. It borrows from the archive and must not outlive it.
+/// One entry of a CZipArchive, open for reading. It references the archive and must not outlive it.
 ///
-/// Entries of one archive share its file position: read one entry to its end before you open the next, and make
+/// All entries of one archive share its file position. Read an entry to its end before you open the next one, and make
 /// no other call to the archive in between.
 class ZELCORE_API CZipArchiveEntry {
 public:
-    /// The source has no stream any more: it may only be destroyed or assigned to.
+    /// The source loses its stream; afterwards it may only be destroyed or assigned to.
     ///@{
     CZipArchiveEntry(CZipArchiveEntry&& other) noexcept;
     CZipArchiveEntry& operator=(CZipArchiveEntry&& other) noexcept;
@@ -21,12 +21,12 @@ public:
     /// Destroys the stream.
     ~CZipArchiveEntry();
 
-    /// The uncompressed data, from its beginning, to be read forwards: other operations may throw
-    /// CNotSupportedException whatever the stream's capabilities say. The checksum is not verified. Lives as long as
-    /// the entry; every call returns the same stream.
+    /// Returns the uncompressed data, from its beginning, for sequential reading. Other operations may throw
+    /// CNotSupportedException whatever the stream's capabilities are. The CRC-32 is not verified. The stream lives as
+    /// long as the entry; every call returns the same one.
     CStream& GetStream() const noexcept;
 
-    /// Sizes in bytes as the archive's directory tells them, which nobody has compared with the data.
+    /// Sizes in bytes as recorded in the central directory. They are not compared with the data.
     ///@{
     std::uint32_t GetCompressedSize() const noexcept;
     std::uint32_t GetUncompressedSize() const noexcept;

@@ -24,7 +24,7 @@ void CheckData(const unsigned char* data, std::size_t size, const wchar_t* name,
     }
 }
 
-/// A length as the system counts it.
+/// Converts a length to the system's type.
 DWORD ToLength(std::size_t size, const wchar_t* name, const wchar_t* method, const wchar_t* file, int line) {
     CheckAtMost(size, Largest32, name, method, file, line);
     return static_cast<DWORD>(size);
@@ -50,13 +50,13 @@ void HashAll(const HashHandle& hash, const unsigned char* data, std::size_t size
 
 constexpr std::size_t SmallestPadding = 11; // bytes that PKCS #1 v1.5 adds to a message (RFC 8017, 7.2)
 
-/// Keys of other algorithms, those of RSA-PSS and RSA-OAEP too, are not meant for what is done here.
+/// Keys of other algorithms, including RSA-PSS and RSA-OAEP, are not valid for these functions.
 bool IsForRsa(const CERT_PUBLIC_KEY_INFO& info) {
     return info.Algorithm.pszObjId != nullptr && std::strcmp(info.Algorithm.pszObjId, szOID_RSA_RSA) == 0;
 }
 
-/// The system takes keys that are none, and then "encrypts" to the plain text: modulus and exponent must be odd, the
-/// exponent at least 3, and the length of the modulus one that the provider has.
+/// The system accepts invalid keys and then "encrypts" to the plain text. Modulus and exponent must be odd, the
+/// exponent at least 3, and the length of the modulus one that the provider supports.
 bool IsSoundRsaKey(const CERT_PUBLIC_KEY_INFO& info) {
     void* memory = nullptr;
     DWORD size = 0;
@@ -65,7 +65,7 @@ bool IsSoundRsaKey(const CERT_PUBLIC_KEY_INFO& info) {
         return false;
     }
     const ZelWin32::UniqueHandle<ZelWin32::LocalMemoryTraits> owner(memory);
-    constexpr std::size_t modulusAt = sizeof(BLOBHEADER) + sizeof(RSAPUBKEY); // lowest byte first
+    constexpr std::size_t modulusAt = sizeof(BLOBHEADER) + sizeof(RSAPUBKEY); // little-endian
     RSAPUBKEY key;
     if (size <= modulusAt) {
         return false;
@@ -79,9 +79,9 @@ bool IsSoundRsaKey(const CERT_PUBLIC_KEY_INFO& info) {
     return key.pubexp >= 3 && (key.pubexp & lowest & 1) != 0;
 }
 
-/// Whether a key of so many bytes has room for the signature's padding and digest (RFC 8017, 9.2).
+/// Whether a key of that length has room for the padding and digest of a signature (RFC 8017, 9.2).
 bool FitsSignature(std::size_t keyLength, SignatureHashAlgorithm algorithm) {
-    constexpr std::size_t sha1 = 15 + 20, sha256 = 19 + 32; // each with its identifier
+    constexpr std::size_t sha1 = 15 + 20, sha256 = 19 + 32; // each with its algorithm identifier
     return keyLength >= SmallestPadding + (algorithm == SignatureHashAlgorithm::Sha1 ? sha1 : sha256);
 }
 
@@ -101,7 +101,7 @@ KeyHandle ImportPublicKey(const CCryptoServiceProvider& provider, const CPublicK
     return KeyHandle(handle);
 }
 
-/// The length in bytes of what the key encrypts to and signs with.
+/// Returns the length in bytes of the key's cipher text and signatures.
 DWORD GetBlockLength(const KeyHandle& key, const wchar_t* method, const wchar_t* file, int line) {
     DWORD bits = 0, size = sizeof(bits);
     CheckWin32(::CryptGetKeyParam(key.Get(), KP_BLOCKLEN, reinterpret_cast<BYTE*>(&bits), &size, 0), method, file,
@@ -123,7 +123,7 @@ std::vector<unsigned char> SignData(const CPrivateKeyInfo& key, SignatureHashAlg
     if (length == 0) {
         throw CInvalidOperationException(nullptr, ZEL_SITE(method, 50));
     }
-    if (!FitsSignature(length, hash)) { // which not every system checks
+    if (!FitsSignature(length, hash)) { // not every system checks this
         throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_LEN), nullptr, ZEL_SITE(method, 56));
     }
     std::vector<unsigned char> signature(length);
@@ -158,7 +158,7 @@ bool VerifyData(const CPublicKeyInfo& key, SignatureHashAlgorithm hash, const un
 
 void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::EncryptData";
-    // Unreached: takes a vector of 4 GiB.
+    // Unreached: requires a vector of 4 GiB.
     const DWORD size = ToLength(data.size(), L"data", ZEL_SITE(method));
     const CCryptoServiceProvider provider;
     const KeyHandle publicKey = ImportPublicKey(provider, key, ZEL_SITE(method, 116));
@@ -167,13 +167,13 @@ void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
         throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_LEN), nullptr, ZEL_SITE(method, 131));
     }
     SecureBytes result = data;
-    result.resize(std::max<std::size_t>(result.size(), 1)); // without a pointer the call would only ask for the length
+    result.resize(std::max<std::size_t>(result.size(), 1)); // with a null pointer the call only returns the length
     DWORD length = size;
     if (!::CryptEncrypt(publicKey.Get(), 0, TRUE, 0, result.data(), &length, size)) {
         if (::GetLastError() != ERROR_MORE_DATA) {
             ZelWin32::ThrowLastError(ZEL_SITE(method, 131));
         }
-        // Not every system reports the length.
+        // Not every system returns the length.
         const DWORD room = length > size ? length : block;
         result.resize(room);
         length = size;
@@ -188,13 +188,13 @@ void EncryptData(const CPublicKeyInfo& key, SecureBytes& data, bool reverse) {
 
 void DecryptData(const CPrivateKeyInfo& key, SecureBytes& data, bool reverse) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::DecryptData";
-    // Unreached: takes a vector of 4 GiB.
+    // Unreached: requires a vector of 4 GiB.
     DWORD length = ToLength(data.size(), L"data", ZEL_SITE(method));
     const CCryptoServiceProvider provider(key.GetContainerName(), key.GetFlags());
     HCRYPTKEY handle = 0;
     CheckWin32(::CryptGetUserKey(provider.GetHandle(), AT_KEYEXCHANGE, &handle), ZEL_SITE(method, 159));
     const KeyHandle privateKey(handle);
-    if (length != GetBlockLength(privateKey, ZEL_SITE(method, 173))) { // the system would read and write that much
+    if (length != GetBlockLength(privateKey, ZEL_SITE(method, 173))) { // the system would access that many bytes
         throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_DATA), nullptr, ZEL_SITE(method, 173));
     }
     SecureBytes result = data;

@@ -16,11 +16,11 @@ namespace {
 constexpr std::size_t SmallestIV = 8;    // bytes, for every algorithm
 constexpr std::size_t LargestBlock = 16; // bytes
 
-constexpr std::size_t LargestKept = 2 << 20; // bytes of memory that a transform keeps from call to call
+constexpr std::size_t LargestKept = 2 << 20; // bytes of memory that a transform keeps between calls
 
 constexpr std::size_t BlobHeaderSize = 12;
 
-/// The key as CryptImportKey takes it: a PUBLICKEYSTRUC, the length and the bytes.
+/// Returns the key in the form of CryptImportKey: a PUBLICKEYSTRUC, the length and the bytes.
 SecureBytes MakeKeyBlob(ALG_ID algorithm, const SecureBytes& key) {
     struct Header {
         BLOBHEADER blob;
@@ -34,8 +34,8 @@ SecureBytes MakeKeyBlob(ALG_ID algorithm, const SecureBytes& key) {
     return bytes;
 }
 
-/// Wipes what a call leaves in the transform's memory: plain text of a call that failed, or what the output held
-/// before, which its owner can reach no longer.
+/// Wipes data that a call leaves in the transform's memory: plain text of a failed call, or the previous contents of
+/// the output, which its owner can no longer access.
 class WipedAfterwards {
 public:
     explicit WipedAfterwards(std::vector<unsigned char>& bytes) noexcept : m_bytes(bytes) {}
@@ -84,7 +84,7 @@ CCryptoApiTransform::CCryptoApiTransform(const SecureBytes& key, const SecureByt
                         ? 16
                         : 8) {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform";
-    CheckAtMost(key.size(), Largest32 - BlobHeaderSize, L"key", ZEL_SITE(method)); // CryptoAPI counts by 32 bits
+    CheckAtMost(key.size(), Largest32 - BlobHeaderSize, L"key", ZEL_SITE(method)); // CryptoAPI counts in 32 bits
     {
         const SecureBytes blob = MakeKeyBlob(parameters.algorithm, key);
         HCRYPTKEY handle = 0;
@@ -110,7 +110,7 @@ CCryptoApiTransform::CCryptoApiTransform(const SecureBytes& key, const SecureByt
 }
 
 void CCryptoApiTransform::SetKeyParameter(DWORD parameter, const void* value, int line) {
-    // Site: a step of the constructor, at the lines that it hands over.
+    // Site: a step of the constructor, with the lines passed by it.
     ZelWin32::CheckWin32(::CryptSetKeyParam(m_key.Get(), parameter, static_cast<const BYTE*>(value), 0),
                          ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::CCryptoApiTransform", line));
 }
@@ -120,7 +120,7 @@ bool CCryptoApiTransform::IsWholeBlocks(std::size_t count) const noexcept {
 }
 
 void CCryptoApiTransform::CheckSize(std::size_t count, const wchar_t* method, const wchar_t* file, int line) const {
-    // By the system's 32 bits, padding included.
+    // The system's limit of 32 bits includes the padding.
     const std::uint64_t padding = 2 * std::min<std::uint64_t>(InputBlockSize(), Largest32 / 2);
     CheckAtMost(count, Largest32 - padding, L"inputCount", method, file, line);
 }
@@ -151,7 +151,7 @@ std::vector<unsigned char> CCryptoApiTransform::TransformFinalBlock(const unsign
     }
     CheckSize(count, ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoApiTransform::TransformFinalBlock"));
     std::vector<unsigned char> output;
-    m_work.swap(output); // the result leaves with its memory, and is not to be copied once the system has made it
+    m_work.swap(output); // the output takes over this memory, so that the result is not copied
     output = {};
     const WipedAfterwards work(m_work);
     const std::size_t length = Transform(input, count, true);
@@ -168,7 +168,7 @@ std::size_t CCryptoApiTransform::Encrypt(const unsigned char* input, std::size_t
     const std::size_t block = InputBlockSize();
     std::size_t room = (count + block - 1) / block * block;
     if (final && (count == 0 || count == block)) {
-        room += block; // a message of more whole blocks gets no room for its padding: the system refuses it
+        room += block; // no room for the padding of more whole blocks: the system rejects such a message
     }
     m_work.resize(room);
     std::copy_n(input, count, m_work.begin());
@@ -184,7 +184,7 @@ std::size_t CCryptoApiTransform::Decrypt(const unsigned char* input, std::size_t
     if (final) {
         m_work.resize(held + count);
         std::copy_n(input, count, std::copy(m_held.begin(), m_held.end(), m_work.begin()));
-        if (m_work.empty()) { // the system would crash; a message has at least a block of padding
+        if (m_work.empty()) { // the system would crash; a message has at least one block of padding
             throw ZelWin32::CWin32Exception(static_cast<unsigned long>(NTE_BAD_DATA), nullptr, ZEL_SITE(method, 244));
         }
         return DecryptInPlace(true, ZEL_SITE(method, 244));
@@ -194,7 +194,7 @@ std::size_t CCryptoApiTransform::Decrypt(const unsigned char* input, std::size_t
     std::copy_n(input, count - kept, std::copy(m_held.begin(), m_held.end(), m_work.begin()));
     m_next.assign(input + count - kept, input + count);
     const std::size_t length = m_work.empty() ? 0 : DecryptInPlace(false, ZEL_SITE(method, held != 0 ? 228 : 208));
-    m_held.swap(m_next); // not before: what failed may be tried again
+    m_held.swap(m_next); // last, so that a failed call can be repeated
     return length;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: the transform that all symmetric algorithms make.
+// Private to the library: the transform that all symmetric algorithms create.
 
 #include "ZelCore/Security/Cryptography/CryptoHandles.h"
 #include "ZelCore/Security/Cryptography/CryptoServiceProvider.h"
@@ -8,7 +8,7 @@
 
 namespace ZelCore::Security::Cryptography {
 
-/// What a transform needs of the algorithm that makes it.
+/// The parameters of a transform, set by the algorithm that creates it.
 struct CipherParameters {
     ALG_ID algorithm;
     CipherMode mode;
@@ -19,13 +19,14 @@ struct CipherParameters {
 
 /// Encrypts or decrypts through CryptoAPI.
 ///
-/// A decryptor holds the last block of every non-final call back, since only the final call takes the padding off.
-/// It keeps the held block after the final call: a decryptor that is used again puts it in front of the next message.
+/// A decryptor holds back the last block of every non-final call, because only the final call removes the padding. The
+/// held block is kept after the final call: a decryptor that is used again puts it before the next message.
 ///
-/// Results are made in memory of the transform's own and change places with the caller's output once all has gone well.
+/// Results are produced in the transform's own memory and swapped with the caller's output after the whole call has
+/// succeeded.
 class CCryptoApiTransform final : public ICryptoTransform {
 public:
-    /// The IV is used where it is not empty and the mode has one.
+    /// The IV is used if it is not empty and the mode uses one.
     CCryptoApiTransform(const SecureBytes& key, const SecureBytes& iv, const CipherParameters& parameters);
 
     bool CanReuseTransform() const override {
@@ -57,17 +58,17 @@ private:
     const CCryptoServiceProvider m_provider;
     KeyHandle m_key;
     bool m_encrypting;
-    std::uint64_t m_blockSize; ///< in bits, as the algorithm was told
-    std::size_t m_systemBlock; ///< in bytes, as it is
+    std::uint64_t m_blockSize; ///< in bits, as set on the algorithm
+    std::size_t m_systemBlock; ///< in bytes, as the system reports it
     std::vector<unsigned char> m_held;
-    std::vector<unsigned char> m_next; ///< what is held once a call has succeeded
-    std::vector<unsigned char> m_work; ///< where a call makes its result; all zeros between calls
+    std::vector<unsigned char> m_next; ///< the bytes to be held back once a call has succeeded
+    std::vector<unsigned char> m_work; ///< working buffer of a call; all zeros between calls
 };
 
-/// Checks the parameters on behalf of an algorithm and makes its transform.
-/// \param id           CryptoAPI's number for the algorithm with a key of this length
-/// \param feedbackSize what CFB can feed back in this algorithm, in bits
-/// \param file         the algorithm's source file, where the exceptions say they come from
+/// Checks the parameters for an algorithm and creates its transform.
+/// \param id           CryptoAPI's ALG_ID of the algorithm with this key length
+/// \param feedbackSize the CFB feedback size that the algorithm supports, in bits
+/// \param file         the algorithm's source file, reported by the exceptions
 std::unique_ptr<ICryptoTransform> CheckAndCreateTransform(CSymmetricAlgorithm& algorithm, ALG_ID id,
                                                           const SecureBytes& key, const SecureBytes& iv,
                                                           bool encrypting, std::uint64_t feedbackSize,

@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the library: the owners of CryptoAPI's keys and hashes.
+// Private to the library: owners of CryptoAPI key and hash handles.
 
 #include "ZelWin32/UniqueHandle.h"
 
@@ -22,8 +22,8 @@ template <auto Release> struct CryptoTraits {
 using KeyHandle = ZelWin32::UniqueHandle<CryptoTraits<&::CryptDestroyKey>>;
 using HashHandle = ZelWin32::UniqueHandle<CryptoTraits<&::CryptDestroyHash>>;
 
-/// Calls `call(data, DWORD size)` for data whose size may exceed 32 bits, once for no data at all, until a call
-/// returns false; returns whether all succeeded.
+/// Calls `call(data, DWORD size)` for consecutive pieces of data whose size may exceed 32 bits, or once with size 0 if
+/// there is no data. Stops when a call returns false. Returns whether all calls succeeded.
 template <class Byte, class Call> bool ForEachPiece(Byte* data, std::size_t size, Call call) {
     constexpr std::size_t largestPiece = 0x40000000;
     do {

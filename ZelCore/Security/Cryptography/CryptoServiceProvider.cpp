@@ -28,16 +28,16 @@ Provider SelectProvider() {
 
 constinit CLazy<Provider> g_provider(&SelectProvider);
 
-/// The system unloads the provider's module with the last context and needs over a millisecond to load it again: a
-/// program that encrypts one small record after the other would pay for that each time. Only the system's own module is
-/// meant, not one of that name in the program's folder.
+/// The system unloads the provider's module with the last context and needs over a millisecond to load it again; a
+/// program that encrypts small records one after the other would pay for that each time. Only the system's module is
+/// loaded, not one of the same name in the program's folder.
 bool KeepProviderLoaded() {
     constexpr wchar_t file[] = L"\\rsaenh.dll";
     wchar_t path[MAX_PATH + std::size(file)];
     const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
     HMODULE module = nullptr;
     if (length == 0 || length >= MAX_PATH) {
-        // Unreached: the system's folder has a short path. Without it, contexts only take longer.
+        // Unreached: the system's folder has a short path. On failure creating contexts only takes longer.
         return false;
     }
     std::copy(std::begin(file), std::end(file), path + length);
@@ -75,7 +75,7 @@ CCryptoServiceProvider::~CCryptoServiceProvider() {
 
 void CCryptoServiceProvider::DeleteContainer(const wchar_t* container, unsigned long flags) {
     const auto& [name, type] = g_provider.GetValue();
-    HCRYPTPROV none = 0; // deleting gives no context
+    HCRYPTPROV none = 0; // deleting returns no context
     ZelWin32::CheckWin32(::CryptAcquireContextW(&none, container, name, type, flags | CRYPT_DELETEKEYSET),
                          ZEL_SITE(L"ZelCore::Security::Cryptography::CCryptoServiceProvider::DeleteContainer"));
 }

@@ -8,14 +8,14 @@
 
 namespace ZelCore::Security::Cryptography {
 
-/// Owns a context of the system's provider for RSA and AES. Making the first one keeps the provider's module loaded
-/// for the life of the process, since loading it costs fifty times as much as a context.
+/// Owns a context of the system's provider for RSA and AES. The first context keeps the provider's module loaded until
+/// the process ends, because loading it takes fifty times as long as creating a context.
 class CCryptoServiceProvider {
 public:
-    /// Without keys of its own, for hashes, random numbers and imported keys. Throws CWin32Exception.
+    /// A context without keys of its own, for hashes, random numbers and imported keys. Throws CWin32Exception.
     CCryptoServiceProvider();
 
-    /// With the keys of a container.
+    /// A context with the keys of a container.
     /// \param container the container's name; null for the user's default container
     /// \param flags     CRYPT_MACHINE_KEYSET, CRYPT_NEWKEYSET, ...
     CCryptoServiceProvider(const wchar_t* container, unsigned long flags);

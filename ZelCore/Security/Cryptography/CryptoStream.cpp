@@ -23,7 +23,8 @@ namespace {
 constexpr std::size_t LargestBlock = 0x7FFFFFFF;
 constexpr std::size_t LargestRound = 1 << 20; // bytes that are transformed at once
 
-/// Buffers are wiped before they shrink, move or go: a transform fills vectors whose allocator does not wipe.
+/// Buffers are wiped before they are shrunk, moved or released, because a transform fills vectors whose allocator does
+/// not wipe.
 void Wipe(std::vector<unsigned char>& bytes) noexcept {
     WipeMemory(bytes.data(), bytes.size());
 }
@@ -42,7 +43,7 @@ public:
     impl& operator=(const impl&) = delete;
     ~impl() {
         if (m_failed) {
-            m_finalBlockDone = true; // the other stream no longer holds what it should: nothing can be completed
+            m_finalBlockDone = true; // data is missing in the other stream: the message must not be completed
         }
         Close();
     }
@@ -79,12 +80,12 @@ private:
     bool m_finalBlockDone = false;
     std::vector<unsigned char> m_input; ///< one block, empty once closed
     std::size_t m_inputHeld = 0;
-    std::vector<unsigned char> m_output; ///< what the transform has produced and nobody has taken yet
+    std::vector<unsigned char> m_output; ///< transformed bytes that have not been delivered yet
     std::size_t m_outputStart = 0;
     std::size_t m_outputHeld = 0;
-    std::vector<unsigned char> m_round; ///< many blocks on their way to the transform
+    std::vector<unsigned char> m_round; ///< several blocks as input of the transform
     bool m_failed = false;
-    std::exception_ptr m_transformFailure; ///< of the transform, which cannot go on
+    std::exception_ptr m_transformFailure; ///< after it the transform cannot continue
 };
 
 void CCryptoStream::impl::Initialize() {
@@ -106,7 +107,7 @@ void CCryptoStream::impl::Initialize() {
 }
 
 void CCryptoStream::impl::Close() {
-    // After a gap there is nothing to complete.
+    // After missing data the message must not be completed.
     const bool finish = !std::exchange(m_finalBlockDone, true) && IsOpen() && !m_transformFailure;
     try {
         if (finish) {
@@ -162,13 +163,13 @@ std::size_t CCryptoStream::impl::Read(unsigned char* buffer, std::size_t count) 
         ReadInto(buffer, count, copied);
     } catch (...) {
         m_failed = true;
-        // The caller will not look at bytes that were never counted: they wait for the next call.
+        // The caller does not know of bytes that were not counted: they are kept for the next call.
         try {
             std::vector<unsigned char> held(copied + m_outputHeld);
             std::copy_n(m_output.data() + m_outputStart, m_outputHeld, std::copy_n(buffer, copied, held.begin()));
             ReplaceOutput(held);
         } catch (const std::bad_alloc&) {
-            m_transformFailure = std::current_exception(); // never to go on after a gap
+            m_transformFailure = std::current_exception(); // never continue after missing data
         }
         throw;
     }
@@ -188,9 +189,9 @@ void CCryptoStream::impl::ReadInto(unsigned char* buffer, std::size_t count, std
     }
 }
 
-/// Reads as many blocks as are wanted with one call of the other stream. Returns false when that did not give them all:
-/// the next block, or the end of the data, then has to be read by itself. At the end of the data the other stream is so
-/// asked for one block once more, whatever is still wanted.
+/// Reads several blocks with one call of the other stream. Returns false if that call did not return all of them: the
+/// next block, or the end of the data, must then be read separately. At the end of the data the other stream is
+/// therefore asked for one more block, however many are requested.
 bool CCryptoStream::impl::ReadManyBlocks(unsigned char* buffer, std::size_t count, std::size_t& copied) {
     const std::size_t inputBlock = m_input.size();
     const std::size_t outputBlock = m_transform->OutputBlockSize();
@@ -230,7 +231,7 @@ void CCryptoStream::impl::ReadOneBlock() {
         const std::size_t room = m_input.size() - m_inputHeld;
         const std::size_t read = std::min(m_stream->Read(m_input.data() + m_inputHeld, room), room);
         if (read == 0) {
-            m_finalBlockDone = true; // once at most: a second attempt could take garbage for padding
+            m_finalBlockDone = true; // only once: a second attempt could interpret wrong data as padding
             try {
                 std::vector<unsigned char> last = m_transform->TransformFinalBlock(m_input.data(), m_inputHeld);
                 ReplaceOutput(last);
@@ -257,7 +258,7 @@ std::size_t CCryptoStream::impl::Transform(const unsigned char* blocks, std::siz
     }
 }
 
-/// Transforms after what waits for the other stream.
+/// Transforms blocks and appends the result to the output that the other stream has not taken yet.
 void CCryptoStream::impl::TransformMore(const unsigned char* blocks, std::size_t size) {
     if (m_outputHeld == 0) {
         HoldOutput(Transform(blocks, size, m_output));
@@ -282,7 +283,7 @@ void CCryptoStream::impl::TransformMore(const unsigned char* blocks, std::size_t
         m_output.insert(m_output.end(), more.bytes.begin(), more.bytes.begin() + static_cast<std::ptrdiff_t>(added));
         m_outputHeld = total;
     } catch (const std::bad_alloc&) {
-        m_transformFailure = std::current_exception(); // never to go on after a gap
+        m_transformFailure = std::current_exception(); // never continue after missing data
         throw;
     }
 }
@@ -291,7 +292,7 @@ void CCryptoStream::impl::Write(const unsigned char* buffer, std::size_t count) 
     if (m_transformFailure) {
         std::rethrow_exception(m_transformFailure);
     }
-    // When the other stream fails, everything is transformed all the same: the caller can go on after it.
+    // If the other stream fails, all data is transformed nevertheless, so that the caller can continue.
     std::exception_ptr failure;
     const auto deliver = [&] {
         try {

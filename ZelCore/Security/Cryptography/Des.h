@@ -2,20 +2,22 @@
 
 #include "ZelCore/Security/Cryptography/SymmetricAlgorithm.h"
 
-// The order of the virtual operations is published and has no destructor: whoever derives destroys his own class.
+// The order of the virtual functions is published and contains no destructor: a derived class is destroyed through its
+// own type.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
 namespace ZelCore::Security::Cryptography {
 
-/// DES (FIPS 46-3), for old data only: its key of 64 bits, 8 of which count for nothing, can be found by trying.
-/// CFB feeds back a whole block, or what the system makes of that: some feed back 8 bits whatever they are told.
+/// DES (FIPS 46-3), only for compatibility with old data: 8 of the 64 bits of its key are ignored, and the key can be
+/// found by exhaustive search. CFB feeds back a whole block if the system supports it; some systems always feed back 8
+/// bits.
 class ZELCORE_API CDes : public CSymmetricAlgorithm {
 public:
-    /// Blocks, key and feedback of 64 bits, CBC; key and IV are generated on first use.
+    /// Blocks, key and feedback of 64 bits, CBC. Key and IV are generated on first use.
     CDes();
 
-    /// A copy has key and IV too, in memory of its own that is wiped as well.
+    /// A copy has its own key and IV with the same values, in memory that is wiped as well.
     ///@{
     CDes(const CDes&) = default;
     CDes& operator=(const CDes&) = default;
@@ -33,16 +35,17 @@ public:
     using CSymmetricAlgorithm::CreateDecryptor;
     using CSymmetricAlgorithm::CreateEncryptor;
 
-    /// As long as the key, so that it throws CArgumentException for "iv" while key and block differ in size.
+    /// Generates an IV as long as the key. Throws CArgumentException for "iv" if key size and block size differ.
     void GenerateIV() override;
 
-    /// Of the current key size, 64 bits unless it was changed; another size is refused when a transform is made.
+    /// Generates a key of the current key size, by default 64 bits. Another size is rejected when a transform is
+    /// created.
     void GenerateKey() override;
 
     std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) override;
     std::unique_ptr<ICryptoTransform> CreateEncryptor(const SecureBytes& key, const SecureBytes& iv) override;
 
-    /// \param key of the current key size, which is 8 bytes at first, otherwise CArgumentException for "key"
+    /// \param key of the current key size, by default 8 bytes, otherwise CArgumentException for "key"
     void SetKey(const SecureBytes& key) override;
 };
 

@@ -41,7 +41,7 @@ void CHashAlgorithm::impl::Clear() {
     m_state = State::Empty;
     m_digest.clear();
     if (m_hash) {
-        // Given up before it is checked: a handle that could not be destroyed is not destroyed again.
+        // Released before the check: a handle whose destruction failed is not destroyed again.
         ZelWin32::CheckWin32(::CryptDestroyHash(m_hash.Release()), ZEL_SITE(method, 50));
     }
     HCRYPTHASH hash = 0;

@@ -5,50 +5,51 @@
 #include <cstddef>
 #include <vector>
 
-/// Ciphers, digests, random numbers, RSA signatures and keys, and protected data, all by the system's CryptoAPI.
+/// Ciphers, digests, random numbers, RSA signatures and keys, and data protection, all by the system's CryptoAPI.
 namespace ZelCore::Security::Cryptography {
 
-/// Turns bytes into other bytes block by block: a cipher, or a hash that passes its input through.
+/// Transforms bytes block by block: a cipher, or a hash that passes its input through.
 ///
-/// Counts and sizes are in bytes. One thread at a time.
+/// Counts and sizes are in bytes. Not thread-safe: one thread at a time.
 class ZELCORE_API ICryptoTransform {
 public:
-    /// Drops what the transform holds back.
+    /// Discards bytes that the transform holds back.
     virtual ~ICryptoTransform();
 
-    /// Whether the transform can be used for another message after TransformFinalBlock. The library's ciphers say so,
-    /// but a decryptor whose message came in part by TransformBlock puts the last block of that in front of the next
-    /// message: make a new one. An encryptor starts each message with the same initialisation vector, which shows
-    /// messages that begin alike: make a new one too, with a new vector.
+    /// Whether the transform can be used for another message after TransformFinalBlock. The library's ciphers return
+    /// true, with two restrictions. A decryptor that received part of its message by TransformBlock puts the last block
+    /// of that part before the next message: create a new one instead. An encryptor starts each message with the same
+    /// initialization vector, which reveals messages with the same beginning: create a new one with a new vector
+    /// instead.
     virtual bool CanReuseTransform() const = 0;
 
     /// Whether one call of TransformBlock may take several blocks.
     virtual bool CanTransformMultipleBlocks() const = 0;
 
-    /// The size of a block that goes in, and of what comes out for it: of a cipher its block size, of a hash 1.
+    /// Input block size, and the output size per block: for a cipher its block size, for a hash 1.
     ///@{
     virtual std::size_t InputBlockSize() const = 0;
     virtual std::size_t OutputBlockSize() const = 0;
     ///@}
 
-    /// Transforms whole blocks in the midst of a message. The result stands at the start of `output`, which is resized
-    /// as needed; returns the length of the result, which may be 0 where the transform holds bytes back.
+    /// Transforms whole blocks that are not the end of a message. Writes the result to the start of `output`, which is
+    /// resized as needed. Returns the length of the result, which may be 0 if the transform holds bytes back.
     ///
-    /// The library's own also take an input that lies in `output`. On failure they leave the output as it was; on
-    /// success they wipe what it held before, and its elements may have moved. They throw CArgumentNullException for
-    /// "inputBuffer"; the ciphers CArgumentException for "inputCount" when it is 0 or no multiple of the block size,
-    /// CArgumentOutOfRangeException for "inputCount" when 32 bits do not hold it, and CWin32Exception when the system
-    /// refuses.
+    /// The library's transforms also accept an input inside `output`. On failure they leave `output` unchanged. On
+    /// success they wipe its previous contents, and its elements may have moved. They throw CArgumentNullException for
+    /// "inputBuffer". The ciphers also throw CArgumentException for "inputCount" if it is 0 or not a multiple of the
+    /// block size, CArgumentOutOfRangeException for "inputCount" beyond 32 bits, and CWin32Exception if the system call
+    /// fails.
     virtual std::size_t TransformBlock(const unsigned char* input, std::size_t count,
                                        std::vector<unsigned char>& output) = 0;
 
-    /// Transforms the end of a message, which may be empty, and returns all that is still to come. The pointer must
-    /// not be null even for a count of 0.
+    /// Transforms the end of a message, which may be empty, and returns the remaining result. The pointer must not be
+    /// null even for a count of 0.
     ///
-    /// The library's encryptors pad the message; two and more whole blocks at once are refused by the system. Its
-    /// decryptors take whole blocks only: cipher text that was truncated within a block throws CArgumentException for
-    /// "inputCount". They throw CWin32Exception, mostly with NTE_BAD_DATA, when the padding shows that key or data are
-    /// wrong. Do not let the sender of the data see which of the two it was.
+    /// The library's encryptors pad the message; the system rejects two or more whole blocks at once. Its decryptors
+    /// accept whole blocks only: cipher text that was truncated within a block throws CArgumentException for
+    /// "inputCount". They throw CWin32Exception, usually with NTE_BAD_DATA, if the padding shows that the key or the
+    /// data is wrong. Do not reveal to the sender of the data which of these errors occurred.
     virtual std::vector<unsigned char> TransformFinalBlock(const unsigned char* input, std::size_t count) = 0;
 
 protected:

@@ -11,10 +11,10 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-constexpr unsigned SmallestKey = 2048; // bits; shorter ones are refused by every current recommendation
+constexpr unsigned SmallestKey = 2048; // bits; all current recommendations reject shorter ones
 constexpr DWORD Encoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
-/// Calls `call(pointer, &length)` for the length, then for so many bytes.
+/// Calls `call(pointer, &length)` once for the length and once for the bytes.
 template <class Call>
 std::vector<unsigned char> GetBytes(Call call, const wchar_t* method, const wchar_t* file, int line) {
     DWORD length = 0;
@@ -45,7 +45,7 @@ unsigned long CPrivateKeyInfo::GetFlags() const noexcept {
 
 void CPrivateKeyInfo::Create(unsigned int bits) const {
     const wchar_t* const method = L"ZelCore::Security::Cryptography::CPrivateKeyInfo::Create";
-    constexpr unsigned bitShift = 16; // the upper half of the flags is the length
+    constexpr unsigned bitShift = 16; // the upper half of the flags contains the length
     CheckNotNull(GetContainerName(), L"containerName", ZEL_SITE(method));
     CheckAtMost(bits, 0xFFFF, L"bits", ZEL_SITE(method));
     if (bits < SmallestKey) { // 0 would be the system's default, which may be 512
@@ -62,8 +62,8 @@ void CPrivateKeyInfo::Create(unsigned int bits) const {
     }
     if (error != ERROR_SUCCESS) {
         try {
-            Delete(); // a container without a key would be in the way of the next attempt
-        } catch (const ZelWin32::CWin32Exception&) { // why there is no key is what counts
+            Delete();                                // a container without a key would block the next attempt
+        } catch (const ZelWin32::CWin32Exception&) { // only the first failure is reported
         }
         throw ZelWin32::CWin32Exception(error, nullptr, ZEL_SITE(method));
     }

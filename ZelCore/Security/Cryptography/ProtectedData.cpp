@@ -9,7 +9,7 @@ namespace ZelCore::Security::Cryptography {
 
 namespace {
 
-/// Memory of the system that is wiped before it is released.
+/// Memory allocated by the system, which is wiped before it is released.
 class Result {
 public:
     Result() = default;
@@ -28,10 +28,10 @@ public:
     DATA_BLOB blob{};
 };
 
-/// The system only reads what it is given, but does not say so.
+/// The system only reads the data, but takes pointers to non-const.
 DATA_BLOB MakeBlob(const unsigned char* data, std::size_t size, const wchar_t* param, const wchar_t* method,
                    const wchar_t* file, int line) {
-    static unsigned char placeholder; // a pointer for no data
+    static unsigned char placeholder; // a non-null pointer for empty data
     CheckAtMost(size, Largest32, param, method, file, line);
     return {static_cast<DWORD>(size), size != 0 ? const_cast<unsigned char*>(data) : &placeholder};
 }
@@ -45,7 +45,7 @@ void CProtectedData::Protect(const unsigned char* data, std::size_t size, std::v
         CheckNotNull(data, L"data", ZEL_SITE(method));
     }
     DATA_BLOB input = MakeBlob(data, size, L"size", ZEL_SITE(method));
-    // Unreached: takes a vector of 4 GiB.
+    // Unreached: requires a vector of 4 GiB.
     DATA_BLOB secret = MakeBlob(entropy.data(), entropy.size(), L"entropy", ZEL_SITE(method));
     const DWORD flags = scope == DataProtectionScope::LocalMachine
                             ? CRYPTPROTECT_UI_FORBIDDEN | CRYPTPROTECT_LOCAL_MACHINE
@@ -64,7 +64,7 @@ void CProtectedData::Unprotect(const unsigned char* data, std::size_t size, Secu
         CheckNotNull(data, L"data", ZEL_SITE(method));
     }
     DATA_BLOB input = MakeBlob(data, size, L"size", ZEL_SITE(method));
-    // Unreached: takes a vector of 4 GiB.
+    // Unreached: requires a vector of 4 GiB.
     DATA_BLOB secret = MakeBlob(entropy.data(), entropy.size(), L"entropy", ZEL_SITE(method));
     Result result;
     ZelWin32::CheckWin32(::CryptUnprotectData(&input, nullptr, entropy.empty() ? nullptr : &secret, nullptr, nullptr,

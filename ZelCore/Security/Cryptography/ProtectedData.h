@@ -4,14 +4,14 @@
 
 namespace ZelCore::Security::Cryptography {
 
-/// Who can unprotect protected data. Any other value acts as CurrentUser.
+/// Who can unprotect protected data. Any other value is treated as CurrentUser.
 enum class DataProtectionScope : int {
-    CurrentUser = 0,  ///< programs of this user
+    CurrentUser = 0,  ///< programs of the current user
     LocalMachine = 1, ///< every program on this computer
 };
 
-/// Encrypts small data with a secret that the system keeps for the user or the computer (DPAPI). The result also
-/// detects changes. It never asks the user anything. All static, callable from any thread.
+/// Encrypts small data with a secret that the system keeps for the user or the computer (DPAPI). Changes of the result
+/// are detected. No user interface is shown. All functions are static and may be called from any thread.
 class ZELCORE_API CProtectedData {
 public:
     CProtectedData() = delete;
@@ -19,16 +19,16 @@ public:
     /// Replaces `output` by the protected data.
     ///
     /// \param data    null only for a size of 0, otherwise CArgumentNullException
-    /// \param size    in bytes, at most 32 bits, otherwise CArgumentOutOfRangeException; 0 for empty data
-    /// \param entropy a further secret that Unprotect will ask for; may be empty
+    /// \param size    in bytes; more than 32 bits throw CArgumentOutOfRangeException; 0 for empty data
+    /// \param entropy an additional secret that Unprotect requires; may be empty
     ///
-    /// Throws CWin32Exception when the system refuses; the output then stays as it was.
+    /// Throws CWin32Exception if the system call fails; the output is then unchanged.
     static void Protect(const unsigned char* data, std::size_t size, std::vector<unsigned char>& output,
                         const std::vector<unsigned char>& entropy, DataProtectionScope scope);
 
-    /// Replaces `output` by the data that was protected; the protected data itself tells its scope.
-    /// Throws CWin32Exception for another user's, computer's or changed data and for the wrong entropy; the output
-    /// then stays as it was. Arguments as of Protect.
+    /// Replaces `output` by the original data. The scope is stored in the protected data. Throws CWin32Exception for
+    /// data of another user or computer, for changed data and for the wrong entropy; the output is then unchanged. The
+    /// arguments are those of Protect.
     static void Unprotect(const unsigned char* data, std::size_t size, SecureBytes& output,
                           const std::vector<unsigned char>& entropy);
 };

@@ -17,11 +17,11 @@ using StatusFunction = LONG(WINAPI*)(void*, ULONG, ULONG); // NTSTATUS
 using FlagFunction = BOOL(WINAPI*)(void*, DWORD, DWORD);
 using ToError = ULONG(WINAPI*)(LONG);
 
-/// The system's functions, which older systems have under other names and with another result.
+/// The system's functions. Older systems have them under other names and with another result type.
 struct MemoryFunctions {
     void* protect;
     void* unprotect;
-    ToError toError; ///< null where the functions return a flag and set the last error
+    ToError toError; ///< null if the functions return a flag and set the last error
 };
 
 void* Find(const wchar_t* module, const char* name) {

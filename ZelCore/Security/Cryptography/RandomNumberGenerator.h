@@ -12,11 +12,11 @@ namespace ZelCore::Security::Cryptography {
 
 class CCryptoServiceProvider;
 
-/// Random bytes fit for keys, from the system's generator. Making one costs a provider context: keep it where many
-/// are needed. One thread at a time.
+/// Cryptographically secure random bytes from the system's generator. Each object acquires a provider context: reuse
+/// the object if many random numbers are needed. Not thread-safe: one thread at a time.
 class ZELCORE_API CRandomNumberGenerator {
 public:
-    /// Throws CWin32Exception when the system has no provider.
+    /// Throws CWin32Exception if the system has no provider.
     CRandomNumberGenerator();
     CRandomNumberGenerator(const CRandomNumberGenerator&) = delete;
     CRandomNumberGenerator& operator=(const CRandomNumberGenerator&) = delete;
@@ -24,10 +24,10 @@ public:
     ~CRandomNumberGenerator();
 
     /// Fills `size` bytes. Null throws CArgumentNullException for "data", a size of 0 CArgumentException for
-    /// "dataSize", what the system refuses CWin32Exception; some bytes may then have been written.
+    /// "dataSize". A failing system call throws CWin32Exception; some bytes may then have been written.
     void GetBytes(unsigned char* data, std::size_t size) const;
 
-    /// Fills the whole vector. An empty one throws CArgumentException for "data".
+    /// Fills the whole vector. An empty vector throws CArgumentException for "data".
     template <class Allocator> void GetBytes(std::vector<unsigned char, Allocator>& data) const {
         if (data.empty()) {
             throw CArgumentException(

@@ -8,54 +8,55 @@
 
 namespace ZelCore::Security::Cryptography {
 
-/// The block-cipher mode of operation (NIST SP 800-38A), with CryptoAPI's numbers.
+/// The block-cipher mode of operation (NIST SP 800-38A), with the numbers of CryptoAPI.
 enum class CipherMode : std::uint32_t {
-    CBC = 1, ///< cipher block chaining: the default
-    ECB = 2, ///< every block is encrypted by itself: equal blocks stay recognisable
+    CBC = 1, ///< cipher block chaining, the default
+    ECB = 2, ///< electronic codebook: equal blocks have equal cipher text
     OFB = 3, ///< not implemented
     CFB = 4, ///< cipher feedback
-    CTS = 5, ///< passed on to the system, which may refuse it
+    CTS = 5, ///< cipher text stealing; passed on to the system, which may reject it
 };
 
-/// A block cipher with its key, initialisation vector (IV), sizes and mode, from which encryptors and decryptors are
-/// made. The system's CryptoAPI encrypts, decrypts and pads (PKCS #5, RFC 8018).
+/// A block cipher with its key, initialization vector (IV), sizes and mode, which creates encryptors and decryptors.
+/// The system's CryptoAPI encrypts, decrypts and pads (PKCS #5, RFC 8018).
 ///
 ///     CAes aes;                                    // 256 bits, CBC; a random key and IV on first use
 ///     const auto encryptor = aes.CreateEncryptor();
 ///     const auto key = aes.GetKey(), iv = aes.GetIV(); // for the decryptor
 ///
-/// The modes give secrecy, not integrity: changed cipher text mostly decrypts to something. Whoever can send changed
-/// cipher text and sees whether decryption failed by its padding or by something else can decrypt messages without the
-/// key. Sign or otherwise authenticate the cipher text together with its IV, and check that before decrypting.
+/// The modes provide confidentiality but not integrity: modified cipher text usually decrypts to something. An attacker
+/// who can send modified cipher text and observe whether decryption failed because of the padding can decrypt messages
+/// without the key. Sign or otherwise authenticate the cipher text together with its IV, and verify it before
+/// decrypting.
 ///
-/// A message needs an IV of its own. The object keeps its IV, and each encryptor starts with it: two encryptors of one
-/// object, and two messages through one encryptor, use the same IV twice. The cipher texts then show which messages
-/// begin alike, and in CFB mode the exclusive or of their first bytes. Call GenerateIV before each CreateEncryptor, and
-/// store the IV with the cipher text.
+/// Each message requires its own IV. The object keeps its IV, and each encryptor starts with it: two encryptors of one
+/// object, and two messages through one encryptor, use the same IV twice. The cipher texts then reveal which messages
+/// have the same beginning, and in CFB mode the exclusive or of their first bytes. Call GenerateIV before each
+/// CreateEncryptor, and store the IV with the cipher text.
 ///
-/// Sizes are in bits and not checked when they are set. Keys and IVs live in memory that is wiped before it is
-/// released.
+/// Sizes are in bits and are not checked when they are set. Keys and IVs are stored in memory that is wiped before it
+/// is released.
 ///
-/// Classes may derive from this one and from the ciphers. No class here has a virtual destructor: destroy an algorithm
-/// as an object of its own class, never through a pointer to a base class. One thread at a time.
+/// Classes may derive from this class and from the ciphers. None of them has a virtual destructor: destroy an algorithm
+/// through its own type, never through a pointer to a base class. Not thread-safe: one thread at a time.
 class ZELCORE_API CSymmetricAlgorithm {
 public:
-    /// Replace the IV and the key by random bytes, of the current block size and key size. Throw CArgumentException
-    /// where these sizes are none that SetIV and SetKey take, CWin32Exception when the system refuses; the old ones
-    /// then stay.
+    /// Replace the IV or the key by random bytes of the current block size or key size. Throw CArgumentException if
+    /// SetIV or SetKey does not accept that size, and CWin32Exception if the system call fails; the old value is then
+    /// unchanged.
     ///@{
     virtual void GenerateIV() = 0;
     virtual void GenerateKey() = 0;
     ///@}
 
-    /// Make a transform of the given key and IV, or of the algorithm's own, which are generated if there are none.
-    /// A short IV is filled up with zeros, an empty one too; ECB ignores the IV. The transform is the caller's and
-    /// independent of the algorithm, which may change or end before it. None of these functions makes a new IV where
-    /// there is one: see above.
+    /// Create a transform with the given key and IV, or with the algorithm's own, which are generated if absent. A
+    /// short or empty IV is zero-padded; ECB ignores the IV. The caller owns the transform, which is independent of the
+    /// algorithm: the algorithm may be changed or destroyed first. None of these functions replaces an existing IV: see
+    /// above.
     ///
-    /// Throw CNotImplementedException for OFB, CArgumentException for "feedbackSize", "key" (empty) and "iv" (1 to 7
-    /// bytes), CArgumentOutOfRangeException for a "key" or "feedbackSize" that 32 bits do not hold, CWin32Exception
-    /// when the system refuses the key, for its length for example.
+    /// Throw CNotImplementedException for OFB; CArgumentException for "feedbackSize", "key" (empty) and "iv" (1 to 7
+    /// bytes); CArgumentOutOfRangeException for a "key" or "feedbackSize" beyond 32 bits; CWin32Exception if the system
+    /// rejects the key, for example for its length.
     ///@{
     virtual std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) = 0;
     virtual std::unique_ptr<ICryptoTransform> CreateDecryptor();
@@ -63,47 +64,48 @@ public:
     virtual std::unique_ptr<ICryptoTransform> CreateEncryptor();
     ///@}
 
-    /// The IV, generated first if there is none. The reference is valid until the IV changes.
+    /// Returns the IV, which is generated first if absent. The reference is valid until the IV changes.
     virtual const SecureBytes& GetIV() const;
 
-    /// \param iv as long as a block, otherwise CArgumentException for "iv"
+    /// \param iv of the block size, otherwise CArgumentException for "iv"
     virtual void SetIV(const SecureBytes& iv);
 
-    /// The key, generated first if there is none. The reference is valid until the key changes.
+    /// Returns the key, which is generated first if absent. The reference is valid until the key changes.
     virtual const SecureBytes& GetKey() const;
 
-    /// Also makes the key's length the key size. Throws CArgumentException for "key" when it is empty or of a length
-    /// that the cipher does not have.
+    /// Sets the key and the key size. Throws CArgumentException for "key" if it is empty or if the cipher does not
+    /// support its length.
     virtual void SetKey(const SecureBytes& key);
 
-    /// The size in bits of the key, or of the one that would be generated.
+    /// Returns the size in bits of the key, or of the key that would be generated.
     virtual std::uint64_t GetKeySize();
-    /// For the next key that is generated; a key that is there stays.
+    /// Sets the size of the next generated key. An existing key does not change.
     virtual void SetKeySize(std::uint64_t bits);
 
-    /// The size of a block and of the IV, in bits. The ciphers have one size each: another one makes transforms that
-    /// take other counts than the system does.
+    /// The size in bits of a block and of the IV. Each cipher has one fixed block size: a different value creates
+    /// transforms whose counts do not match the system's.
     ///@{
     virtual std::uint64_t GetBlockSize();
     virtual void SetBlockSize(std::uint64_t bits);
     ///@}
 
-    /// How many bits CFB feeds back. Another number than the class can do is refused when a transform is made.
+    /// The number of bits that CFB feeds back. A number that the class does not support is rejected when a transform is
+    /// created.
     ///@{
     virtual std::uint64_t GetFeedbackSize();
     virtual void SetFeedbackSize(std::uint64_t bits);
     ///@}
 
-    /// For the transforms that are made from now on; CBC at first. Not checked before.
+    /// The mode of transforms created afterwards; CBC by default. It is checked when a transform is created.
     ///@{
     virtual CipherMode GetMode();
     virtual void SetMode(CipherMode mode);
     ///@}
 
 protected:
-    /// Without key and IV. Sizes are in bits.
+    /// An algorithm without key and IV. Sizes are in bits.
     CSymmetricAlgorithm(std::uint64_t blockSize, std::uint64_t feedbackSize, std::uint64_t keySize, CipherMode mode);
-    /// A copy has key and IV too, in memory of its own that is wiped as well.
+    /// A copy has its own key and IV with the same values, in memory that is wiped as well.
     ///@{
     CSymmetricAlgorithm(const CSymmetricAlgorithm&) = default;
     CSymmetricAlgorithm& operator=(const CSymmetricAlgorithm&) = default;
@@ -115,7 +117,7 @@ protected:
 private:
     std::uint64_t m_blockSize;
     std::uint64_t m_feedbackSize;
-    mutable std::uint64_t m_keySize; // mutable, since asking for the key may generate it
+    mutable std::uint64_t m_keySize; // mutable, because GetKey may generate the key
     CipherMode m_mode;
     mutable SecureBytes m_key;
     mutable SecureBytes m_iv;

@@ -2,20 +2,21 @@
 
 #include "ZelCore/Security/Cryptography/SymmetricAlgorithm.h"
 
-// The order of the virtual operations is published and has no destructor: whoever derives destroys his own class.
+// The order of the virtual functions is published and contains no destructor: a derived class is destroyed through its
+// own type.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
 namespace ZelCore::Security::Cryptography {
 
 /// Triple DES (NIST SP 800-67) with two or three keys of 64 bits each; three are generated. CFB feeds back 8 bits,
-/// which has to be set: SetFeedbackSize(8).
+/// which has to be set explicitly: SetFeedbackSize(8).
 class ZELCORE_API CTripleDes : public CSymmetricAlgorithm {
 public:
-    /// Blocks and feedback of 64 bits, a key of 192 bits, CBC; key and IV are generated on first use.
+    /// Blocks and feedback of 64 bits, a key of 192 bits, CBC. Key and IV are generated on first use.
     CTripleDes();
 
-    /// A copy has key and IV too, in memory of its own that is wiped as well.
+    /// A copy has its own key and IV with the same values, in memory that is wiped as well.
     ///@{
     CTripleDes(const CTripleDes&) = default;
     CTripleDes& operator=(const CTripleDes&) = default;
@@ -30,10 +31,10 @@ public:
     using CSymmetricAlgorithm::CreateDecryptor;
     using CSymmetricAlgorithm::CreateEncryptor;
 
-    /// Always 8 bytes: throws CArgumentException for "iv" where the block size was changed.
+    /// Generates an IV of 8 bytes. Throws CArgumentException for "iv" if the block size was changed.
     void GenerateIV() override;
 
-    /// Of the current key size: throws CArgumentException for "key" where that is not 128 or 192 bits.
+    /// Generates a key of the current key size. Throws CArgumentException for "key" if that is not 128 or 192 bits.
     void GenerateKey() override;
 
     std::unique_ptr<ICryptoTransform> CreateDecryptor(const SecureBytes& key, const SecureBytes& iv) override;

@@ -10,7 +10,7 @@ namespace {
 template <class T> using Property = CConfigurationProperty<T, 1>;
 template <class E> using Collection = CConfigurationProperty<CConfigurationElementCollection<E>, 0>;
 
-// What a user would write for <shop.settings> with <shops><shop><items><item/>...
+// The classes that a user would write for <shop.settings> with <shops><shop><items><item/>...
 
 struct ItemElement final : CConfigurationElement {
     ItemElement() : CConfigurationElement(L"item") {}
@@ -46,7 +46,7 @@ struct ShopSection final : CConfigurationSection {
     Collection<ShopElement> shops{L"shops", false};
 };
 
-/// A type of the user's, with the function that makes it a value.
+/// A user-defined type, with the function that reads it.
 struct Reversed {
     std::wstring text;
 };
@@ -63,7 +63,7 @@ std::string Document(const std::string& section) {
            section + "</g></configuration>";
 }
 
-/// With its mark.
+/// With a byte order mark.
 std::string Utf16(const std::u16string& text, bool bigEndian) {
     std::string bytes;
     for (const char16_t c : u'\uFEFF' + text) {
@@ -148,7 +148,7 @@ TEST_F(Configurations, TextBecomesValues) {
         ShopSection section;
         ExpectArgument(L"value", [&] { ReadSection("<shop.settings levels='" + std::string(word) + "'/>", section); });
     }
-    struct Wide final : CConfigurationSection { // the other name of the same size
+    struct Wide final : CConfigurationSection { // unsigned long, the other type of 32 bits
         Wide() : CConfigurationSection(L"wide") {}
         std::wstring GetTypeName() override {
             return L"";
@@ -209,7 +209,7 @@ TEST_F(Configurations, SectionsAreFoundOrNot) {
     });
 }
 
-/// Whether the system's parser reads bytes at all, asked without the library.
+/// Whether the system's parser reads these bytes at all, without the library.
 static bool ParserReads(const std::string& bytes) {
     CLSID id;
     IXMLDOMDocument* document = nullptr;
@@ -230,7 +230,7 @@ static bool ParserReads(const std::string& bytes) {
 TEST_F(Configurations, FilesComeInEveryEncoding) {
     struct Row {
         const char* encoding;
-        const char* start; ///< mark or declaration
+        const char* start; ///< byte order mark or declaration
         enum { Utf8, Latin, LittleEndian, BigEndian } units;
     };
     const auto encode = [](const Row& row, const std::string& text) { // "~" is the umlaut
@@ -251,7 +251,7 @@ TEST_F(Configurations, FilesComeInEveryEncoding) {
                            {"windows-1252", "<?xml version='1.0' encoding='windows-1252'?>", Row::Latin},
                            {"UTF-16LE", "", Row::LittleEndian},
                            {"UTF-16BE", "", Row::BigEndian}}) {
-        // Windows' parser has all of these. Wine 10's has UTF-8 alone when it is given bytes.
+        // Windows' parser supports all of these. Wine 10's supports only UTF-8 when it reads bytes.
         if (IsWine() && row.units != Row::Utf8 && !ParserReads(encode(row, "<a>~</a>"))) {
             passedOver += std::string(" ") + row.encoding;
             continue;
@@ -278,7 +278,7 @@ TEST_F(Configurations, FilesThatAreMissingOrCutAreToldApart) {
         ExpectThrow<CConfigurationException>([&] { OpenText(whole.substr(0, length)); },
                                              {.method = L"CConfigurationManager::OpenExeConfigurationBuffer"});
     }
-    for (std::size_t zeros = 0; zeros < 3; ++zeros) { // also counted with its end
+    for (std::size_t zeros = 0; zeros < 3; ++zeros) { // the length may include the null
         EXPECT_FALSE(OpenText("<configuration/>" + std::string(zeros, '\0')).GetSection(L"s", section));
     }
     for (const std::string& text :
@@ -290,7 +290,7 @@ TEST_F(Configurations, FilesThatAreMissingOrCutAreToldApart) {
 }
 
 TEST_F(Configurations, HostileDocumentsAreRefused) {
-    std::string deep, busy = "<!DOCTYPE c [<!ENTITY % p0 ' '>"; // a parser never comes back from this
+    std::string deep, busy = "<!DOCTYPE c [<!ENTITY % p0 ' '>"; // a parser would not return from this
     for (int i = 0; i < 20'000; ++i) {
         deep += i < 10'000 ? "<a>" : "</a>";
     }
@@ -363,7 +363,7 @@ TEST_F(Configurations, TheSizeIsTestedBeforeTheFileIsRead) {
     EXPECT_EQ(reads, 0);
 }
 
-/// What users may derive from.
+/// Classes from which users may derive.
 TEST_F(Configurations, ElementsOfTheLibraryCanBeDerivedFrom) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // as for every element
@@ -460,7 +460,7 @@ TEST_F(Configurations, AFileThatShrinksWhileItIsReadIsNoticed) {
                 {.method = L"ZelCore::Configuration::ReadDocument"});
 }
 
-/// Of the parser's objects that configurations use.
+/// The methods of the parser's objects that configurations use.
 static std::vector<void**> GetParserMethods() {
     CLSID id;
     IXMLDOMDocument* document = nullptr;
@@ -480,7 +480,7 @@ static std::vector<void**> GetParserMethods() {
     ::SysFreeString(xml), ::SysFreeString(name);
     std::vector<void**> methods;
     const auto add = [&](IUnknown* object, std::size_t count) {
-        const auto more = GetMethods(object, 7, count); // behind those of IDispatch
+        const auto more = GetMethods(object, 7, count); // after those of IDispatch
         methods.insert(methods.end(), more.begin(), more.end());
         object->Release();
     };
@@ -513,7 +513,7 @@ TEST_F(Configurations, EveryFailingCallSurfacesAndLeavesNothing) {
             OpenText("<r/>");
             CConfiguration configuration = CConfigurationManager::OpenExeConfiguration(At(L"app.config"));
             found = configuration.GetSection(Name, section);
-            // The parser keeps to itself what fails within its own search.
+            // The parser does not report failures within its own search.
             EXPECT_TRUE(found || (!memory && calls.GetFailed() == "a COM method"));
         };
         Sweep<CException>(failing, use, [&](int, const CException* e) {
@@ -522,7 +522,7 @@ TEST_F(Configurations, EveryFailingCallSurfacesAndLeavesNothing) {
         });
         return failures;
     };
-    sweep(calls, false), sweep(allocations, true); // what the parser keeps for the next time is there then
+    sweep(calls, false), sweep(allocations, true); // the first sweep initializes the parser's cache
     const std::size_t before = blocks();
     const int failures = sweep(calls, false) + sweep(allocations, true);
     EXPECT_GT(failures, 50);

@@ -21,10 +21,10 @@ TEST(SpinWait, EightThreadsLoseNoUpdate) {
     sleeps = 0;
     {
         const std::jthread waiting([&] { lock.Enter(); });
-        while (sleeps < 10) { // it yields, first without time, then a millisecond each
+        while (sleeps < 10) { // it yields first, then it sleeps a millisecond each time
             ::Sleep(1);
         }
-        lock.Exit(); // by another thread than the one that waits
+        lock.Exit(); // not by the waiting thread
     }
     lock.Exit();
 }
@@ -56,7 +56,7 @@ TEST(Stopwatch, AddsItsIntervals) {
     EXPECT_EQ(watch.GetElapsedTicks(), 0);
     watch.Start();
     ::Sleep(30);
-    watch.Start(); // keeps the first start
+    watch.Start(); // the first start counts
     const std::int64_t running = watch.GetElapsedTicks();
     watch.Stop();
     const std::int64_t stopped = watch.GetElapsedTicks();
@@ -120,7 +120,7 @@ TEST(Environment, KnowsUserAndVariables) {
     EXPECT_EQ(CEnvironment::ExpandEnvironmentVariables(L"<%ZEL_LARGE%%ZEL_NONE%>"), L"<" + large + L"%ZEL_NONE%>");
     EXPECT_EQ(CEnvironment::ExpandEnvironmentVariables(L""), L"");
     const auto expand = [](const std::wstring& text) { return CEnvironment::ExpandEnvironmentVariables(text.c_str()); };
-    const std::wstring longest(32'765, L'x'), twice = longest + longest; // which some systems cut
+    const std::wstring longest(32'765, L'x'), twice = longest + longest; // which some systems truncate
     EXPECT_EQ(expand(longest), longest);
     ExpectError(ERROR_BUFFER_OVERFLOW, [&] { expand(longest + L"x"); });
     ExpectError(ERROR_BUFFER_OVERFLOW, [&] { expand(twice); });

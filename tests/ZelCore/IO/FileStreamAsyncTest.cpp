@@ -124,7 +124,7 @@ TEST_F(AsyncFileStream, SurvivesItsEndWithAnOperationUnderWay) {
         Callback callback;
         auto stream = std::make_unique<CFileStream>(Open());
         CAsyncCallback* const told = round % 3 != 0 ? &callback : nullptr;
-        if (round % 3 == 2 && round % 5 != 2) { // who moves a stream knows that nobody uses the old one
+        if (round % 3 == 2 && round % 5 != 2) { // the old stream is not used after a move
             callback.action = [raw = stream.get()](const IAsyncResult* ended) { raw->EndWrite(ended); };
         }
         const IAsyncResult* result = stream->BeginWrite(Bytes(data), data.size(), told, nullptr);
@@ -171,7 +171,7 @@ TEST_F(AsyncFileStream, TheCallbackMayGoOnOrDestroyTheStream) {
             stream->BeginRead(buffer, PieceSize, &chain, nullptr);
         };
         stream->BeginRead(buffer, PieceSize, &chain, nullptr);
-        chain.Wait(200); // the stream is gone when the last one ends, not when its pointer is null
+        chain.Wait(200); // the stream is destroyed when the last one ends
         ASSERT_EQ(read, data);
     }
 }
@@ -206,7 +206,7 @@ TEST_F(AsyncFileStream, ClosingEndsAlsoWhatTheCallbackBeginsMeanwhile) {
         CFileStream stream = open();
         std::atomic<bool> isAgain{false};
         const ImportHook read("ReadFile", [&](HANDLE h, void* buffer, DWORD size, DWORD* count, OVERLAPPED* o) -> BOOL {
-            ::Sleep(isAgain ? 100 : 0); // long enough for Close to look for something to cancel
+            ::Sleep(isAgain ? 100 : 0); // gives Close time to cancel
             return ::ReadFile(h, buffer, size, count, o);
         });
         Callback callback;
@@ -217,7 +217,7 @@ TEST_F(AsyncFileStream, ClosingEndsAlsoWhatTheCallbackBeginsMeanwhile) {
         };
         stream.BeginRead(&byte, 1, &callback, nullptr);
         DWORD written = 0;
-        for (const HANDLE peer : peers) { // whichever it is
+        for (const HANDLE peer : peers) { // either may be the peer of the stream
             ::WriteFile(peer, "x", 1, &written, nullptr);
         }
         while (!isAgain) {
@@ -228,7 +228,7 @@ TEST_F(AsyncFileStream, ClosingEndsAlsoWhatTheCallbackBeginsMeanwhile) {
     CFileStream last = open();
     last.BeginRead(&byte, 1, nullptr, nullptr);
     const ImportHook shutdown("RtlDllShutdownInProgress", []() -> BOOLEAN { return TRUE; });
-    last.Close(); // at the end of the process nobody is left to report
+    last.Close(); // at the end of the process no thread is left to report
     ::CloseHandle(peers[0]), ::CloseHandle(peers[1]);
 }
 
@@ -254,7 +254,7 @@ TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
         ExpectThrow<CInvalidOperationException>(
             [&] { stream.EndWrite(result); },
             {.contains = L"Wait handle cannot be used for async operation completion notification"});
-        result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr); // idle again
+        result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr); // no operation is outstanding
         EXPECT_NE(overlapped, first) << "the system still writes to the first one";
         complete(0, 3, first);
         EXPECT_EQ(stream.GetPosition(), 0) << "the abandoned operation counts no more";
@@ -264,12 +264,12 @@ TEST_F(AsyncFileStream, EndBeforeCompletionWithACallbackAbandonsTheOperation) {
                     {.method = L"ZelCore::IO::CFileStream::CompleteIOCallback"});
         EXPECT_EQ(stream.GetPosition(), 2) << "behind what was written";
         result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
-        complete(0xC000009Cul, 0, overlapped); // a kernel status in place of an error code
+        complete(0xC000009Cul, 0, overlapped); // an NTSTATUS instead of an error code
         ExpectError(23, [&] { stream.EndWrite(result); });
         result = stream.BeginWrite(Bytes("abc"), 3, nullptr, nullptr);
         FailingAllocations allocations;
         allocations.FailOn(1);
-        complete(ERROR_ACCESS_DENIED, 0, overlapped); // without the memory to keep an exception
+        complete(ERROR_ACCESS_DENIED, 0, overlapped); // without memory for an exception
         EXPECT_TRUE(allocations.HasFailed());
         allocations.FailOn(0);
         ExpectError(5, [&] { stream.EndWrite(result); });
@@ -284,7 +284,7 @@ TEST_F(AsyncFileStream, AnImmediateFailureLeavesTheStreamIdle) {
         ExpectError(5, [&] { stream.BeginWrite(&byte, 1, nullptr, nullptr); }, {.method = L"CFileStream::BeginWrite"});
     }
     EXPECT_EQ(ReadAt(stream, 1), "0");
-    // A full disk fails at once, and some systems report the end of the operation as well.
+    // A full disk fails at once, and some systems also report the completion of the operation.
     const std::wstring full = L"Z:\\dev\\full";
     if (::GetFileAttributesW(full.c_str()) != INVALID_FILE_ATTRIBUTES) {
         for (int i = 0; i < 300; ++i) {
@@ -292,7 +292,7 @@ TEST_F(AsyncFileStream, AnImmediateFailureLeavesTheStreamIdle) {
             ExpectError(ERROR_DISK_FULL, [&] { WriteAt(device, "x"); });
         }
     }
-    { // what the system refuses without an outcome is never reported, and keeps nothing
+    { // an operation that the system rejects without a result is never reported and must not leak
         const ImportHook read("ReadFile", [](HANDLE, void*, DWORD, DWORD*, OVERLAPPED*) -> BOOL {
             ::SetLastError(ERROR_HANDLE_EOF);
             return FALSE;

@@ -29,7 +29,7 @@ TEST_F(FileStream, OpensLikeCreateFile) {
         const CFileStream stream = Open(access);
         EXPECT_EQ(static_cast<unsigned>(stream.GetCapabilities()), capabilities);
         EXPECT_EQ(stream.GetName(), At(L"file"));
-        if (access != FILE_READ_ATTRIBUTES) { // which disturbs nobody
+        if (access != FILE_READ_ATTRIBUTES) { // conflicts with no other handle
             ExpectError(32, [&] { Open(ReadWrite); });
         }
     }
@@ -120,8 +120,8 @@ TEST_F(FileStream, LocksRanges) {
     second.Lock(distant, 10, Lock::Shared);
     second.Unlock(distant, 10);
     first.Unlock(distant, 10);
-    first.Lock(distant, 10, static_cast<Lock>(5)); // as good as exclusive
-    second.Lock(5, 10, Lock::Exclusive);           // the low half alone does not collide
+    first.Lock(distant, 10, static_cast<Lock>(5)); // treated as exclusive
+    second.Lock(5, 10, Lock::Exclusive);           // the low half alone does not conflict
     std::atomic<bool> locked{false};
     std::jthread waiting([&] {
         second.Lock(distant + 5, 1, Lock::Shared);
@@ -143,7 +143,7 @@ TEST_F(FileStream, AFullDiskLosesNothingSilently) {
     DWORD largestWrite = 0;
     const ImportHook hook("WriteFile", [&](HANDLE, const void*, DWORD size, DWORD* written, OVERLAPPED*) -> BOOL {
         largestWrite = std::max(largestWrite, size);
-        *written = size > 1000 ? size / 2 : 0; // what a nearly full disk does
+        *written = size > 1000 ? size / 2 : 0; // like a nearly full disk
         return TRUE;
     });
     ExpectError(ERROR_DISK_FULL, [&] { stream.Write(Bytes("x"), 6000); });
@@ -180,11 +180,11 @@ TEST_F(FileStream, EveryFailingSystemCallSurfacesWithItsCode) {
 TEST_F(FileStream, ClosingKeepsTheLastError) {
     const ImportHook closing("CloseHandle", [](HANDLE handle) -> BOOL {
         const BOOL closed = ::CloseHandle(handle);
-        ::SetLastError(77); // as a system may do also when it succeeds
+        ::SetLastError(77); // a system may set it even on success
         return closed;
     });
     CFileStream stream(At(L"file"), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
-    ::SetLastError(ERROR_NOT_READY); // why somebody closes it
+    ::SetLastError(ERROR_NOT_READY); // the failure before the close
     stream.Close();
     EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_READY});
 }

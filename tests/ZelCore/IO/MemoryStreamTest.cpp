@@ -6,7 +6,7 @@ constexpr unsigned char Data[] = {10, 20, 30, 40};
 const wchar_t* const Before = L"'Attempt to seek before the beginning of the stream': parameter name: 'offset'";
 const wchar_t* const After = L"'Attempt to seek after the end of the stream': parameter name: 'offset'";
 
-/// What a derived class may do: change the size of its data.
+/// A derived class may change the size of its data.
 struct ShrinkingStream final : CMemoryStream {
     std::int64_t length = 4;
     std::int64_t GetLength() const override {

@@ -200,8 +200,7 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
         CDirectory::Delete(missing.c_str(), recursive, false);
         ExpectError(2, [&] { CDirectory::Delete(missing.c_str(), recursive, true); });
     }
-    // What is too long for the shell, which would take something else instead: a folder on the way down, the path
-    // itself.
+    // Paths too long for the shell, which would delete something else instead: a folder inside, or the path itself.
     CDirectory::Create(At(L"keep").c_str(), nullptr);
     Put(L"keep\\file", "x");
     const std::filesystem::path before = std::filesystem::current_path();
@@ -221,7 +220,7 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
     std::filesystem::current_path(before);
     EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
     EXPECT_TRUE(CFile::Exists(At(L"keep\\file").c_str()));
-    CDirectory::Create((L"\\\\?\\" + tree + L"\\a.\\b ").c_str(), nullptr); // the shell leaves out blanks and dots
+    CDirectory::Create((L"\\\\?\\" + tree + L"\\a.\\b ").c_str(), nullptr); // the shell removes spaces and dots
     {
         const ImportHook odd("GetFileAttributesW", [](const wchar_t* path) -> DWORD {
             return path[2] == L'?' ? INVALID_FILE_ATTRIBUTES : ::GetFileAttributesW(path);
@@ -235,13 +234,13 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
         return operation->pFrom[std::wcslen(operation->pFrom) + 1] == L'\0' && operation->fFlags == 0x614 ? 0 : 99;
     });
     ExpectError(ERROR_CANCELLED, [&] { CDirectory::Delete(tree.c_str(), true, false); });
-    for (const int says : {0, 2, 124}) { // whatever the shell says, nothing is there in the end
+    for (const int says : {0, 2, 124}) { // whatever the shell returns, nothing must remain
         const ImportHook idle("SHFileOperationW", [says](SHFILEOPSTRUCTW*) { return says; });
         CDirectory::Create((tree + L"\\below").c_str(), nullptr);
         CDirectory::Delete(tree.c_str(), true, false);
         EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
     }
-    { // no link, but a file that a service keeps elsewhere: what is below is deleted as well
+    { // not a link but a file stored by a service: its contents are deleted as well
         CDirectory::Create((tree + L"\\below").c_str(), nullptr);
         const ImportHook placeholder("GetFileAttributesW", [&](const wchar_t* path) -> DWORD {
             return ::GetFileAttributesW(path) | (path == L"\\\\?\\" + tree ? FILE_ATTRIBUTE_REPARSE_POINT : 0);
@@ -249,7 +248,8 @@ TEST_F(FilesAndFolders, DeleteTakesATreeOrAnEmptyFolder) {
         CDirectory::Delete((L"\\\\?\\" + tree).c_str(), true, true); // not by the shell, which is hooked
     }
     EXPECT_FALSE(CDirectory::Exists(tree.c_str()));
-    // Also a whole drive is searched for links ("@" here); those are deleted without the shell, and nothing below them.
+    // A whole drive is searched for links too ("@" here). They are deleted without the shell, and their targets are
+    // not.
     std::wstring seen;
     const ImportHook attributes("GetFileAttributesW", [](const wchar_t* path) -> DWORD {
         return std::wcschr(path, L'@') ? 0x410 : std::wcslen(path) > 6 ? 0x10 : INVALID_FILE_ATTRIBUTES; // not "Q:"

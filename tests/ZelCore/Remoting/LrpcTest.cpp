@@ -30,7 +30,7 @@ struct Client final : CLrpcClient {
 
 RPC_IF_CALLBACK_FN* s_callback = nullptr;
 
-/// Keeps the security callback, which the test calls as the runtime would: some emulations never do.
+/// Stores the security callback, which the test calls like the runtime, because some emulations never call it.
 struct CapturedCallback {
     const ImportHook hook{"RpcServerRegisterIf2",
                           [](RPC_IF_HANDLE interfaceHandle, UUID* type, RPC_MGR_EPV* epv, unsigned flags,
@@ -43,7 +43,7 @@ struct CapturedCallback {
 
 RPC_STATUS s_impersonation = 0, s_reverting = 0;
 
-/// Impersonation of the process's own user, or a failure of either step.
+/// Impersonates the process's own user, or fails in one of the two steps.
 struct Impersonation {
     const ImportHook impersonate{"RpcImpersonateClient", [](RPC_BINDING_HANDLE) {
                                      if (s_impersonation == 1722) {
@@ -58,7 +58,7 @@ struct Impersonation {
                             }};
 };
 
-/// A binding that need not have a server.
+/// Creates a binding, for which no server need exist.
 void Bind(const wchar_t* sequence, const wchar_t* endpoint, CRpcBindingHandle& binding) {
     const auto text = [](const wchar_t* t) { return reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(t)); };
     CRpcString whole;
@@ -79,7 +79,8 @@ hyper CounterAdd(handle_t, long value) {
 }
 void CounterFinish(handle_t) {}
 TEST(Lrpc, ServesCallsWhileItListens) {
-    // Each client ends before its server does: some emulations keep a dead association as long as a binding lives.
+    // Each client is destroyed before its server, because some emulations keep a broken association while a binding
+    // lives.
     EXPECT_FALSE(Client().IsServerListening());
     ExpectThrow<CRpcException>([&] { Client().Add(1); });
     Server server, other(L"ZelCoreTests.Other");
@@ -114,7 +115,7 @@ TEST(Lrpc, ServesCallsWhileItListens) {
         EXPECT_EQ(listening.Get(), 0);
     }
     EXPECT_FALSE(Client().IsServerListening());
-    // Another interface is counted by itself, and listening goes on for the first.
+    // Another interface is counted separately, and the first one keeps listening.
     RPC_SERVER_INTERFACE second = *static_cast<RPC_SERVER_INTERFACE*>(Counter_v1_0_s_ifspec);
     ++second.InterfaceId.SyntaxGUID.Data1;
     Server third(L"ZelCoreTests.Third", &second);
@@ -178,7 +179,7 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
     EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED) << "raised, not thrown";
     server.authorize = [](const ATL::CAccessToken&) -> bool { throw std::bad_alloc(); };
     EXPECT_EQ(call(client.GetBinding()), ERROR_ACCESS_DENIED);
-    // A server that goes on as the caller's user is reverted, however it ends, or not served.
+    // A callback that still impersonates the caller is reverted, however it ends, or the call is rejected.
     const auto impersonating = [&](const std::function<bool()>& end) {
         server.authorize = [end](const ATL::CAccessToken&) {
             EXPECT_TRUE(::ImpersonateSelf(SecurityImpersonation));
@@ -205,7 +206,7 @@ TEST(Lrpc, AuthenticatesByTheCallersToken) {
             EXPECT_EQ(status, allocations.HasFailed() ? ERROR_ACCESS_DENIED : RPC_S_OK);
             EXPECT_FALSE(IsImpersonating());
         });
-    // Shutting down waits for a caller who is being authenticated, and nobody waits for ever.
+    // Shutdown waits for a caller that is being authenticated, and no thread waits forever.
     std::atomic<bool> inside{false}, leave{false}, ended{false};
     server.authorize = [&](const ATL::CAccessToken&) {
         inside = true;
@@ -246,7 +247,7 @@ TEST(Lrpc, OtherProtocolsAreNotServed) {
 }
 
 TEST(Lrpc, ThreadsShareTheWaitForCalls) {
-    // As Windows does it: one thread may wait, and no wait ends before the calls. Some emulations differ in both.
+    // As on Windows: only one thread may wait, and no wait ends before the calls. Some emulations differ in both.
     std::atomic<bool> waiting{false}, callsOver{false};
     const ImportHook runtime("RpcMgmtWaitServerListen", [&]() -> RPC_STATUS {
         if (waiting.exchange(true)) {
@@ -286,7 +287,7 @@ TEST(Lrpc, ThreadsShareTheWaitForCalls) {
         }
         ::Sleep(50);
         EXPECT_EQ(ended, 0);
-        // In a call that all are waiting for, a server ends that never listened.
+        // In a call for which all threads wait, a server that never listened is destroyed.
         std::atomic<bool> gone{false};
         threads.emplace_back([&] {
             idle->Shutdown();
@@ -365,7 +366,7 @@ TEST(Lrpc, EveryFailingCallSurfacesAndLeavesNothing) {
     FailingCalls calls({"RpcServerUseProtseqEpW", "RpcServerRegisterIf2", "RpcServerListen", "RpcMgmtIsServerListening",
                         "RpcMgmtStopServerListening", "RpcMgmtWaitServerListen", "RpcServerUnregisterIf",
                         "RpcStringBindingComposeW", "RpcBindingFromStringBindingW"});
-    // Listen and StartRpcListening once for each server.
+    // Listen and StartRpcListening occur once per server.
     const wchar_t* const methods[] = {L"Listen",           L"RegisterRpcInterface",  L"StartRpcListening",
                                       L"Listen",           L"StartRpcListening",     L"StopRpcListening",
                                       L"ListeningStopped", L"UnregisterRpcInterface"};
@@ -387,7 +388,7 @@ TEST(Lrpc, EveryFailingCallSurfacesAndLeavesNothing) {
             }
         }
         first->Shutdown(), second->Shutdown();
-        ::RpcMgmtStopServerListening(nullptr); // where the runtime was not told
+        ::RpcMgmtStopServerListening(nullptr); // in case the runtime was not stopped
         ::RpcMgmtWaitServerListen();
         EXPECT_NO_THROW(first->Listen());
         EXPECT_NO_THROW(Client(L"ZelCoreTests.1").Add(1));
@@ -395,7 +396,7 @@ TEST(Lrpc, EveryFailingCallSurfacesAndLeavesNothing) {
     });
     FailingAllocations allocations;
     {
-        // Not even without memory to say why the runtime did not stop does the interface stay.
+        // The interface is unregistered even if there is no memory to report why the runtime did not stop.
         Balance interfaces;
         interfaces.Count<&::RpcServerRegisterIf2>("RpcServerRegisterIf2", 1)
             .Count<&::RpcServerUnregisterIf>("RpcServerUnregisterIf", -1);
@@ -435,7 +436,7 @@ TEST(Lrpc, DISABLED_ADuplicateIsRefusedAndStaysCounted) {
 }
 
 TEST(Lrpc, DISABLED_EndsWithTheProcess) {
-    static thread_local std::unique_ptr<Server> t_last; // destroyed when there is no other thread any more
+    static thread_local std::unique_ptr<Server> t_last; // destroyed when no other thread exists
     t_last = std::make_unique<Server>(L"ZelCoreTests.Last");
     t_last->Listen();
 }

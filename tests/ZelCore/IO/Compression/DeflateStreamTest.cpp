@@ -110,7 +110,7 @@ TEST(DeflateStream, ClosesOnceAndLeavesTheStreamBelowAlone) {
         target->data.clear();
         first = CDeflateStream(target, Compress, false);
         first.Write(Bytes("more"), 4);
-        first = CDeflateStream(target, Decompress, false); // finishes what it had
+        first = CDeflateStream(target, Decompress, false); // closes its previous stream
         EXPECT_EQ(Inflated(target->data, false), "more");
         EXPECT_EQ(target.use_count(), 3) << "a closed stream keeps its share until it is destroyed";
     }
@@ -148,7 +148,7 @@ TEST(DeflateStream, AFailureBelowOrInMemoryPassesThroughAndIsSurvived) {
         try {
             stream.Write(Bytes(text), text.size());
         } catch (const CFormatException&) {
-            ExpectThrow<CFormatException>([&] { stream.Write(Bytes(text), 1); }); // there is a gap
+            ExpectThrow<CFormatException>([&] { stream.Write(Bytes(text), 1); }); // data is missing
             throw;
         }
         stream.Close();

@@ -7,7 +7,8 @@ constexpr auto Create = ZipArchiveMode::Create;
 constexpr auto Update = ZipArchiveMode::Update;
 using Contents = std::map<std::wstring, std::string>;
 
-/// An archive of one stored entry "a" with the data "hello", a comment and an extra field, in pieces to bend.
+/// An archive with one stored entry "a" with the data "hello", a comment and an extra field, as parts that can be
+/// changed.
 struct RawArchive {
     std::string extra = std::string("\x01\x02\x01\0x", 5);
     std::string comment = "archive comment";
@@ -18,7 +19,7 @@ struct RawArchive {
     std::uint16_t localMethod = 0;
     std::uint32_t localSize = 5;
     std::uint32_t centralSize = 5;
-    std::uint16_t copies = 1; ///< how often the central directory holds the entry
+    std::uint16_t copies = 1; ///< number of copies of the entry in the central directory
 
     static std::string Number(std::size_t value, int size) {
         std::string bytes;
@@ -82,7 +83,7 @@ protected:
         archive.AddEntry(L"b", Bytes("stored"), 6, false);
     }
 
-    /// Everything that an archive does, in one go.
+    /// Calls every operation of an archive.
     void UseAll() const {
         CZipArchive archive(Path().c_str(), Update);
         ReadSome(archive.GetEntry(L"a")->GetStream(), 100);
@@ -94,10 +95,10 @@ protected:
         archive.Flush();
     }
 
-    /// Runs UseAll with failing calls or allocations, and checks what must hold afterwards.
+    /// Runs UseAll with failing calls or allocations, and checks the postconditions.
     template <class Failing> void SweepAll(Failing& failing) {
         const std::string original = Get(L"test.zip");
-        UseAll(); // what is set up once is there then
+        UseAll(); // initializes what is created once
         const auto check = [&](int, const CException*) {
             EXPECT_EQ(handles.Get(), 0);
             EXPECT_TRUE(IsTemporaryFolderEmpty());
@@ -114,7 +115,7 @@ protected:
     std::string text;
     HandleBalance handles;
     bool rewriting = false;
-    // Below what fails: a header that is not written is no rewriting.
+    // Below the failing calls: a header that is not written is not a rewrite.
     const ImportHook rewrite{"WriteFile",
                              [this](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* o) -> BOOL {
                                  rewriting = rewriting || (size > 4 && std::memcmp(data, "PK\3\4", 4) == 0);
@@ -147,7 +148,7 @@ TEST_F(ZipArchive, KeepsEntriesThroughCreateReadAndUpdate) {
             archive.AddEntry(L"zzz", source, !compress);
             EXPECT_EQ(archive.GetEntryNames().front(), L"folder/TEXT.txt") << "the spelling of the update";
         }
-        Contents updated = {contents.rbegin(), std::next(contents.rbegin())}; // what stays
+        Contents updated = {contents.rbegin(), std::next(contents.rbegin())}; // the remaining entries
         updated.insert({{L"folder/TEXT.txt", "new"}, {L"zzz", "added"}});
         EXPECT_EQ(ReadArchive(), updated);
         const CZipArchive archive(Path().c_str(), Read);
@@ -203,7 +204,7 @@ TEST_F(ZipArchive, SavesAgainWhereTheModeSaysSo) {
     CZipArchive moved = CZipArchive(Path().c_str(), Update);
     CZipArchive other(At(L"other.zip").c_str(), Create);
     moved.DeleteEntry(L"a");
-    moved = std::move(other); // saves the first
+    moved = std::move(other); // writes the first archive
     EXPECT_EQ(Get(L"test.zip").size(), 22u);
     ExpectInvalid(L"The handle is invalid", [&] { other.Flush(); });
     ExpectInvalid(L"The handle is invalid", [&] { other.GetEntryNames(); });
@@ -211,9 +212,9 @@ TEST_F(ZipArchive, SavesAgainWhereTheModeSaysSo) {
 
 TEST_F(ZipArchive, KeepsWhatItDoesNotUnderstand) {
     RawArchive raw;
-    raw.name = "\xFFz"; // no UTF-8
-    // The flag of sizes behind the data goes with them, except that it tells how an encrypted entry's password is
-    // checked.
+    raw.name = "\xFFz"; // not valid UTF-8
+    // The flag of sizes after the data is removed together with them, unless it determines the password check of an
+    // encrypted entry.
     const std::pair<std::uint16_t, std::uint16_t> flags[] = {{1 << 3, 0}, {1, 1}, {1 << 3 | 1, 1 << 3 | 1}};
     for (const auto& [before, after] : flags) {
         raw.flags = before;
@@ -249,7 +250,7 @@ TEST_F(ZipArchive, KeepsWhatOthersLeftToTheDirectory) {
         EXPECT_EQ(ReadArchive(), (Contents{{L"a", ""}}));
         CZipArchive(Path().c_str(), Update);
         RawArchive plain;
-        plain.flags = encrypted != 0 ? streamed.flags : std::uint16_t{0}; // the check of a password goes by the flag
+        plain.flags = encrypted != 0 ? streamed.flags : std::uint16_t{0}; // the password check depends on the flag
         EXPECT_EQ(Get(L"test.zip"), plain.Build());
     }
     const std::size_t end = whole.rfind("PK\5\6");
@@ -260,7 +261,7 @@ TEST_F(ZipArchive, KeepsWhatOthersLeftToTheDirectory) {
         CZipArchive(Path().c_str(), Update);
         EXPECT_EQ(Get(L"test.zip"), whole);
     }
-    // The directory lies in the comment, where the rewrite would not find it.
+    // The central directory is in the comment, where the rewrite would not find it.
     std::string behind = whole.substr(0, end) + whole.substr(end, 22) + whole.substr(whole.find("PK\1\2"), end);
     behind.replace(end + 16, 4, RawArchive::Number(end + 22, 4));
     ExpectNoArchive(behind, Update);
@@ -305,11 +306,11 @@ TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
     streamed.method = streamed.localMethod = 8;
     RawArchive cut, other, large;
     cut.localSize = cut.centralSize = 100'000;
-    other.method = 8;              // its own header knows better
+    other.method = 8;              // its own header is correct
     large.localSize = 0xFFFF'FFFF; // with the size in an extra field
     RawArchive tooLarge;
     tooLarge.localSize = tooLarge.centralSize = 0xFFFF'FFF0;
-    Put(L"test.zip", tooLarge.Build()); // refused before the staging takes as much room as the entry says
+    Put(L"test.zip", tooLarge.Build()); // rejected before the staging takes the declared disk space
     ExpectInvalid(L"Cannot save the ZIP archive: its directory lies beyond 4294967295 bytes",
                   [&] { CZipArchive(Path().c_str(), Update); });
     for (const RawArchive& raw : {streamed, cut, other}) {
@@ -320,7 +321,7 @@ TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
     }
     Put(L"test.zip", streamed.Build());
     EXPECT_EQ(ReadArchive(), (Contents{{L"a", ""}}));
-    for (int saves = 0; saves < 2; ++saves) { // the directory has the size
+    for (int saves = 0; saves < 2; ++saves) { // the central directory contains the size
         Put(L"test.zip", large.Build());
         EXPECT_EQ(ReadArchive(), (Contents{{L"a", "hello"}}));
         CZipArchive(Path().c_str(), Update);
@@ -330,7 +331,7 @@ TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
     large.localSize = large.centralSize = 0xFFFF'FFFF;
     Put(L"test.zip", large.Build());
     ExpectInvalid(L"Invalid ZIP entry 'a'", [&] { ReadArchive(); });
-    // The last end record is that of another archive: in the data of one that is cut, in a comment, behind the end.
+    // The last end record belongs to another archive: in the data of a truncated one, in a comment, or after the end.
     const std::string whole = RawArchive().Build(), empty = std::string("PK\5\6", 4) + std::string(18, '\0');
     RawArchive commented;
     commented.comment = empty;
@@ -338,10 +339,10 @@ TEST_F(ZipArchive, RefusesWhatASaveWouldLose) {
         ExpectNoArchive(bytes, Update);
         EXPECT_EQ(ReadArchive().size(), 0u);
     }
-    Put(L"test.zip", whole + whole); // whose offsets do not count from its own beginning
+    Put(L"test.zip", whole + whole); // its offsets do not count from its own beginning
     ExpectNoArchive(whole + whole, Update);
     const std::string end = whole.substr(whole.rfind("PK\5\6")), zip64 = "PK\6\6" + std::string(72, '\0');
-    Put(L"test.zip", whole.substr(0, whole.size() - end.size()) + zip64 + end); // says the same again
+    Put(L"test.zip", whole.substr(0, whole.size() - end.size()) + zip64 + end); // contains the same values again
     CZipArchive(Path().c_str(), Update);
     EXPECT_EQ(Get(L"test.zip"), whole);
 }
@@ -422,9 +423,9 @@ TEST_F(ZipArchive, TheWindowOnAnEntryIsReadOnly) {
     EXPECT_EQ(static_cast<unsigned>(window.GetCapabilities()), 5u);
     EXPECT_EQ(ReadSome(window, 2), "he");
     EXPECT_EQ(window.GetPosition(), 2);
-    EXPECT_EQ(ReadEntry(archive, L"b"), "world"); // moves the position behind the window
+    EXPECT_EQ(ReadEntry(archive, L"b"), "world"); // moves the position after the window
     EXPECT_EQ(ReadSome(window, 100), "");
-    archive.GetEntry(L"a"); // and back in front of its data
+    archive.GetEntry(L"a"); // and back before its data
     unsigned char buffer[5];
     EXPECT_EQ(window.Read(buffer, SIZE_MAX), 5u);
 }
@@ -436,7 +437,7 @@ TEST_F(ZipArchive, DamagedArchivesAreReportedOrHarmless) {
         Put(L"test.zip", damaged);
         try {
             ReadArchive();
-        } catch (const CException&) { // of the family, whatever it is
+        } catch (const CException&) { // any class of the family
         }
         for (const bool flush : {false, true}) {
             Put(L"test.zip", damaged);
@@ -457,7 +458,7 @@ TEST_F(ZipArchive, DamagedArchivesAreReportedOrHarmless) {
     }
     ForEachFlip(bytes, {0x01, 0xFF}, open);
     std::string bad = RawArchive().Build();
-    bad[2] = 'x'; // in the signature of the entry's own header
+    bad[2] = 'x'; // in the signature of the entry's local header
     Put(L"test.zip", bad);
     ExpectInvalid(L"Invalid ZIP entry 'a'", [&] { ReadArchive(); },
                   {.method = L"ZelCore::IO::Compression::`anonymous-namespace'::CLocalFileHeader::Read"});
@@ -478,7 +479,7 @@ TEST_F(ZipArchiveFailure, WhatSomebodyElseDoesToTheFilesIsNoticed) {
     {
         CZipArchive archive(Path().c_str(), Update);
         const ImportHook hook("SetFilePointerEx", [](HANDLE, LARGE_INTEGER, LARGE_INTEGER* position, DWORD) -> BOOL {
-            position->QuadPart = 7777; // anywhere but there
+            position->QuadPart = 7777; // any other position
             return TRUE;
         });
         refuse(L"ZelCore::IO::Compression::CZipArchive::GetEntry", [&] { archive.GetEntry(L"a"); });
@@ -493,7 +494,7 @@ TEST_F(ZipArchiveFailure, WhatSomebodyElseDoesToTheFilesIsNoticed) {
         }
     }
     refuse(L"CZipArchive::impl::WriteEntries", [&] { archive.Flush(); });
-    archive.DeleteEntry(L"a"); // or the destructor would try again
+    archive.DeleteEntry(L"a"); // otherwise the destructor would try again
 }
 
 TEST_F(ZipArchiveFailure, AFailingSourceLeavesTheArchiveAsItWas) {
@@ -569,7 +570,7 @@ TEST_F(ZipArchiveFailure, AFullDiskLeavesTheArchiveAsItWas) {
     room = 1'000'000;
     archive.Flush();
     archive.DeleteEntry(L"c");
-    room = static_cast<std::int64_t>(before.size()); // shorter than before: no more room is needed
+    room = static_cast<std::int64_t>(before.size()); // shorter than before: no additional disk space is needed
     archive.Flush();
     EXPECT_EQ(Get(L"test.zip"), before);
 }
@@ -594,7 +595,7 @@ TEST_F(ZipArchiveFailure, AScannerMayHoldAStagingFileForAMoment) {
     archive.Flush();
     EXPECT_EQ(refusals, 0);
     refusals = 1000;
-    ExpectError(ERROR_SHARING_VIOLATION, [&] { archive.GetEntry(L"a"); }); // not for ever
+    ExpectError(ERROR_SHARING_VIOLATION, [&] { archive.GetEntry(L"a"); }); // must not wait forever
     refusals = 0;
 }
 
@@ -621,20 +622,20 @@ TEST_F(ZipArchiveFailure, NamesTheLimitsOfTheFormat) {
     {
         FailingCalls calls({"SetEndOfFile", "CreateDirectoryW", "SHFileOperationW"});
         ExpectInvalid(L"Cannot add ZIP entry 'last': an archive holds at most 65535 entries", [&] {
-            CZipArchive archive(At(L"many.zip").c_str(), static_cast<ZipArchiveMode>(3)); // as good as Update
+            CZipArchive archive(At(L"many.zip").c_str(), static_cast<ZipArchiveMode>(3)); // treated as Update
             try {
                 archive.AddEntry(L"last", nullptr, 0, false);
             } catch (const CException&) {
-                calls.FailOn(1); // nothing is to be saved here
+                calls.FailOn(1); // nothing may be written here
                 throw;
             }
         });
     }
-    // A file position beyond 4 GiB: the archive lies behind something large.
+    // A file position beyond 4 GiB: the archive follows other data.
     std::int64_t offset = 0;
     const ImportHook hook("WriteFile",
                           [&](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* o) -> BOOL {
-                              *written = size; // pretends to have written a lot
+                              *written = size; // reports more than was written
                               return size == 4096 && offset != 0 ? TRUE : ::WriteFile(file, data, size, written, o);
                           });
     const ImportHook sizes("GetFileSizeEx", [&](HANDLE, LARGE_INTEGER* size) -> BOOL {

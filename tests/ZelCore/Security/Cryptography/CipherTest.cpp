@@ -11,7 +11,7 @@ const wchar_t* const Counting = L"000102030405060708090a0b0c0d0e0f";
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // the ciphers have no virtual destructor by design
-/// Users derive from the ciphers: what the class does asks the derived one.
+/// Users may derive from the ciphers: the class calls the virtual functions of the derived one.
 struct SmallBlocks final : CAes {
     std::uint64_t GetBlockSize() override {
         return 64;
@@ -22,10 +22,10 @@ struct SmallBlocks final : CAes {
 };
 #pragma GCC diagnostic pop
 
-/// What one of four kinds of calls does with the caller's output while the system refuses.
+/// Calls one of four kinds while the system call fails, and checks the caller's output.
 void ExpectOutputLeft(ICryptoTransform& transform, const char* call, const std::string& data) {
     const std::string kept = "what was there " + MakeText(100, 7);
-    for (const bool within : {false, true}) { // the input may lie in the output
+    for (const bool within : {false, true}) { // the input may be part of the output
         std::vector<unsigned char> output(kept.begin(), kept.end());
         const FailingCalls calls(call);
         ExpectError(1450, [&] { transform.TransformBlock(within ? output.data() : Bytes(data), 32, output); });
@@ -176,7 +176,7 @@ TEST(Cipher, RefusesBadKeysVectorsAndSizes) {
             }
         }
     }
-    // What 32 bits do not hold is not cut.
+    // Values beyond 32 bits are not truncated.
     des.SetMode(CipherMode::CFB);
     for (const std::uint64_t size : {0x1'0000'0040u, 0x1'0000'0000u}) {
         des.SetBlockSize(size), des.SetFeedbackSize(size);
@@ -184,7 +184,7 @@ TEST(Cipher, RefusesBadKeysVectorsAndSizes) {
     }
     des.SetBlockSize(64);
     aes.SetMode(CipherMode::CBC);
-    // A vector of 4 GiB and 32 bytes that nobody may look into.
+    // A vector of 4 GiB and 32 bytes, whose contents must not be accessed.
     const unsigned char* const parts[] = {key.data(), key.data() + 0x1'0000'0020, key.data() + 0x1'0000'0020};
     alignas(SecureBytes) unsigned char storage[sizeof(parts)];
     static_assert(sizeof(parts) == sizeof(SecureBytes));
@@ -203,7 +203,7 @@ TEST(Cipher, RefusesBadKeysVectorsAndSizes) {
 
 TEST(Cipher, TransformsFollowTheirRules) {
     CAes aes;
-    aes.SetKey(SecureBytes(32, 1)), aes.SetIV(SecureBytes(16, 2)); // another key may find padding by chance
+    aes.SetKey(SecureBytes(32, 1)), aes.SetIV(SecureBytes(16, 2)); // another key may yield valid padding by chance
     const auto encryptor = aes.CreateEncryptor(), decryptor = aes.CreateDecryptor();
     const std::string data = MakeText(100);
     std::vector<unsigned char> output;
@@ -257,7 +257,7 @@ TEST(Cipher, TransformsFollowTheirRules) {
     }
     EXPECT_EQ(retried->TransformBlock(Bytes(cipher) + 16, 16, output), 16u) << "as if it had not been tried";
     EXPECT_EQ(Text(output) + Text(retried->TransformFinalBlock(Bytes(cipher), 0)), data.substr(0, 20));
-    aes.SetBlockSize(64); // not what the system has
+    aes.SetBlockSize(64); // differs from the system's
     ExpectError(static_cast<unsigned long>(NTE_BAD_DATA),
                 [&] { aes.CreateDecryptor()->TransformBlock(Bytes(data), 16, output); });
     aes.SetBlockSize(4);

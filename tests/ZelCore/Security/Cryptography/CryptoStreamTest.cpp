@@ -19,7 +19,8 @@ std::string ReadOut(ICryptoTransform& transform, const std::string& data, std::s
     return ReadAll(stream, piece);
 }
 
-/// Takes three bytes and gives each of them twice, in every other call only; block by block or many at a time.
+/// Takes three bytes and returns each of them twice, but only in every other call; in single blocks or several at a
+/// time.
 struct Doubler final : ICryptoTransform {
     explicit Doubler(bool many) : m_many(many) {}
     bool CanReuseTransform() const override {
@@ -70,7 +71,7 @@ TEST(CryptoStream, EverySplitGivesTheSameBytes) {
     CDes des;
     for (CSymmetricAlgorithm* algorithm :
          std::initializer_list<CSymmetricAlgorithm*>{&cbc, &ecb, &cfb, &tripleDes, &des}) {
-        // One encryptor for all: it starts anew after each message.
+        // One encryptor for all: it starts again after each message.
         const auto encryptor = algorithm->CreateEncryptor();
         const std::size_t step = algorithm == &cbc ? 1 : 7;
         for (std::size_t length = 0; length <= 100; ++length) {
@@ -159,10 +160,10 @@ TEST(CryptoStream, AFailingStreamLosesNothingThatWasRead) {
                 break;
             } catch (const CFormatException&) {
                 failed = true;
-                result += ReadSome(stream, 1); // what was counted before the failure is in the result of the next reads
+                result += ReadSome(stream, 1); // bytes counted before the failure are returned by the next reads
             }
         }
-        if (failed) { // ReadAll has dropped what it had before it threw
+        if (failed) { // ReadAll discards its result when it throws
             EXPECT_TRUE(message.ends_with(result));
             EXPECT_EQ((message.size() - result.size()) % 50, 0u) << "whole reads only";
         } else {
@@ -170,7 +171,7 @@ TEST(CryptoStream, AFailingStreamLosesNothingThatWasRead) {
         }
         return failed;
     });
-    Sweep([&](int n) { // writing: what follows a failure is not completed behind the user's back
+    Sweep([&](int n) { // writing: after a failure the rest is not completed implicitly
         TestStream target("", SIZE_MAX, n);
         const auto encryptor = aes.CreateEncryptor();
         try {
@@ -189,7 +190,7 @@ TEST(CryptoStream, AFailingStreamLosesNothingThatWasRead) {
 
 TEST(CryptoStream, DamagedCipherTextIsReportedOrHarmless) {
     CAes aes;
-    aes.SetKey(SecureBytes(32, 1)); // a garbled last block looks like padding under one key of 256
+    aes.SetKey(SecureBytes(32, 1)); // a damaged last block has valid padding under one key of 256
     aes.SetIV(SecureBytes(16, 2));
     const std::string cipher = Transform(*aes.CreateEncryptor(), MakeText(50));
     const auto decrypt = [&](const std::string& damaged) {
@@ -221,8 +222,8 @@ TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
             for (std::size_t at = 0; at < message.size(); at += piece) {
                 try {
                     writing.Write(Bytes(message) + at, std::min(piece, message.size() - at));
-                } catch (const CFormatException&) {            // has taken all of it
-                    target.failOn += target.calls < 5 ? 1 : 0; // and mostly fails again
+                } catch (const CFormatException&) {            // has accepted all bytes
+                    target.failOn += target.calls < 5 ? 1 : 0; // usually fails again
                 }
             }
             target.failOn = 0;
@@ -234,7 +235,7 @@ TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
         TestStream target;
         CCryptoStream writing(target, *encryptor, Write);
         FailingCalls calls("CryptEncrypt");
-        for (int i = 0; i < 2; ++i) { // nothing gets in behind the gap
+        for (int i = 0; i < 2; ++i) { // nothing is written after the missing data
             ExpectError(1450, [&] { writing.Write(Bytes(message), 16); });
         }
         writing.Close();
@@ -243,7 +244,7 @@ TEST(CryptoStream, GoesOnAfterTheOtherStreamFailedButNotAfterTheTransform) {
     TestStream source(cipher.substr(0, 79) + "!");
     const auto decryptor = aes.CreateDecryptor();
     CCryptoStream reading(source, *decryptor, Read);
-    for (int i = 0; i < 300; ++i) { // one attempt of 256 would find padding in garbage
+    for (int i = 0; i < 300; ++i) { // one attempt of 256 would find valid padding
         ExpectThrow<CWin32Exception>([&] { ReadSome(reading, 100); }, {.line = 244});
     }
     EXPECT_EQ(ReadSome(reading, 64), message.substr(0, 64)) << "what came before is good";
@@ -280,7 +281,7 @@ TEST(CryptoStream, HasAContract) {
         stream.Flush();
         ExpectNull(L"buffer", [&] { stream.Write(nullptr, 1); });
         EXPECT_EQ(shared->data.size(), 0u);
-    } // the destructor writes the last block, also after a refused argument
+    } // the destructor writes the last block, also after a rejected argument
     EXPECT_EQ(shared->data.size(), 16u);
     EXPECT_FALSE(shared->closed || shared->flushes != 0);
     base.capabilities = StreamCapabilities::CanRead | StreamCapabilities::CanWrite;

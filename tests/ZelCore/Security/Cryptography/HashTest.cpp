@@ -101,7 +101,7 @@ TEST(RandomNumbers, FillEverythingOrThrow) {
                    {.method = method, .line = 55, .file = L"RandomNumberGenerator.h"});
     unsigned char byte = 0;
     ExpectFailing("CryptGenRandom", [&] { random.GetBytes(&byte, 1); }, {.method = method, .line = 37});
-    std::vector<DWORD> counts; // beyond 32 bits it goes on in pieces
+    std::vector<DWORD> counts; // sizes beyond 32 bits are split
     const ImportHook hook("CryptGenRandom", [&](HCRYPTPROV, DWORD count, BYTE*) -> BOOL {
         counts.push_back(count);
         return TRUE;

@@ -29,7 +29,7 @@ bool IsSameByte(unsigned char a, char b) {
     return a == static_cast<unsigned char>(b);
 }
 
-/// An output of the test's own, wiped by itself.
+/// An output of the test, which wipes itself.
 struct Owned {
     std::vector<unsigned char> bytes;
     ~Owned() {
@@ -37,7 +37,7 @@ struct Owned {
     }
 };
 
-/// Looks for secrets in every block that the library releases.
+/// Searches for secrets in every block that the library releases.
 struct ReleasedSecrets {
     std::vector<std::string> secrets;
     int found = 0, released = 0;
@@ -81,7 +81,7 @@ TEST(ProtectedData, ComesBackToWhomItIsMeant) {
     const auto sealed = Protect("secret");
     SecureBytes kept(1, 'k');
     ForEachFlip(sealed, {0x01, 0xFF}, [&](const std::vector<unsigned char>& flipped) {
-        try { // some bytes describe the data only
+        try { // some bytes only describe the data
             SecureBytes output = kept;
             CProtectedData::Unprotect(flipped.data(), flipped.size(), output, {});
             EXPECT_EQ(Text(output), "secret");
@@ -126,7 +126,7 @@ TEST(ProtectedMemory, GoesThereAndBack) {
         auto* bytes = reinterpret_cast<unsigned char*>(secret.data());
         CProtectedMemory::Protect(bytes, 64, scope);
         if (!IsWine()) {
-            EXPECT_NE(secret, MakeText(64)); // the emulation leaves it as it is, and takes any size
+            EXPECT_NE(secret, MakeText(64)); // the emulation does not encrypt, and accepts any size
             ExpectThrow<CWin32Exception>([&] { CProtectedMemory::Protect(bytes, 15, scope); });
         }
         CProtectedMemory::Unprotect(bytes, 64, scope);
@@ -141,7 +141,7 @@ TEST(ProtectedMemory, GoesThereAndBack) {
 }
 
 TEST(Wiping, NoReleasedBlockHoldsASecret) {
-    // Random ones: what other tests left in memory that is used again must not look like them.
+    // Random data, which cannot occur in memory reused from other tests.
     const std::string key = MakeSecret(32), iv = MakeSecret(16), plain = MakeSecret(3000);
     const SecureBytes secureKey(key.begin(), key.end()), secureIV(iv.begin(), iv.end());
     const auto sealed = Protect(plain);
@@ -158,12 +158,12 @@ TEST(Wiping, NoReleasedBlockHoldsASecret) {
             WriteAll(stream, plain, 500);
             stream.Close();
         }
-        SecureBytes read(plain.size() + 1); // the test's own memory is used again by the library
+        SecureBytes read(plain.size() + 1); // the library reuses the test's own memory
         CCryptoStream stream(cipher, *decryptor, CryptoStreamMode::Read);
         const std::size_t first = stream.Read(read.data(), 70);
         stream.Read(read.data() + first, 2000);
         {
-            // What the other stream refuses is kept, together with what follows.
+            // Data that the other stream does not take is kept, together with the following data.
             const auto another = aes.CreateDecryptor();
             CCryptoStream waiting(refusing, *another, CryptoStreamMode::Write);
             for (std::size_t at = 0; at < 2000; at += 400) {
@@ -203,7 +203,7 @@ TEST(Wiping, NoStackHoldsWhatWasHashed) {
     CHashAlgorithm hash(CALG_SHA_256);
     TestStream stream(secret);
     hash.ComputeHash(stream);
-    // All of the stack that the calls have used lies below.
+    // The whole stack used by the calls is below this address.
     const auto* const low = static_cast<const char*>(reinterpret_cast<const NT_TIB*>(::NtCurrentTeb())->StackLimit);
     const std::string_view stack(low, static_cast<std::size_t>(reinterpret_cast<const char*>(&low) - low));
     for (std::size_t at = 0; at < secret.size(); at += 512) {

@@ -78,7 +78,7 @@ TEST_F(Signature, SignsVerifiesEncryptsAndDecrypts) {
         ExpectRange(L"bits", [&] { missing.Create(bits); }, {.method = L"CPrivateKeyInfo::Create"});
     }
     ExpectFailing("CryptGenKey", [&] { missing.Create(2048); });
-    HCRYPTPROV provider = 0; // nothing is in the way
+    HCRYPTPROV provider = 0; // no container of that name exists
     HCRYPTKEY weak = 0;
     ASSERT_TRUE(::CryptAcquireContextW(&provider, missing.GetContainerName(),
                                        L"Microsoft Enhanced RSA and AES Cryptographic Provider", PROV_RSA_AES,
@@ -114,7 +114,7 @@ TEST_F(Signature, EveryFailingCallSurfacesAtItsLineAndReleasesAll) {
     ExpectInvalid(L"", [&] { SignData(key, Sha1, Bytes("x"), 1, false); }, {.line = 50});
 }
 
-/// A SubjectPublicKeyInfo with a modulus of so many bytes, at most 90.
+/// Returns a SubjectPublicKeyInfo with a modulus of that many bytes, at most 90.
 std::vector<unsigned char> MakePublicKey(std::size_t modulusLength, unsigned char exponent) {
     const auto wrap = [](int tag, std::vector<unsigned char> content) {
         const std::size_t length = content.size();
@@ -125,7 +125,7 @@ std::vector<unsigned char> MakePublicKey(std::size_t modulusLength, unsigned cha
         a.insert(a.end(), b.begin(), b.end());
         return a;
     };
-    std::vector<unsigned char> modulus(modulusLength + 1, 0xFF); // an integer without a sign
+    std::vector<unsigned char> modulus(modulusLength + 1, 0xFF); // a positive integer
     modulus[0] = 0;
     const auto key = wrap(0x30, join(wrap(2, modulus), wrap(2, {exponent})));
     const std::vector<unsigned char> rsa = {6, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 1, 1, 5, 0};
@@ -171,7 +171,7 @@ TEST_F(Signature, PublicKeysAreReadOrRefused) {
     SecureBytes data(5);
     ExpectError(static_cast<unsigned long>(NTE_BAD_KEY),
                 [&] { EncryptData(CPublicKeyInfo(even.data(), even.size()), data, true); }, {.line = 116});
-    // The last byte of the identifier rsaEncryption, 1.2.840.113549.1.1.1: OAEP, PSS, and what is no identifier.
+    // The last byte of the identifier rsaEncryption, 1.2.840.113549.1.1.1, changed to OAEP, PSS and an unknown one.
     const unsigned char rsa[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x01};
     for (const int other : {2, 7, 10, 99}) {
         auto changed = encoded;

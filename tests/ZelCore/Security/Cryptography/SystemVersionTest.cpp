@@ -28,7 +28,7 @@ TEST(SystemVersion, DISABLED_ChoosesProviderAndFunctions) {
     const CRandomNumberGenerator random;
     EXPECT_EQ(used, CEnvironment::ExpandEnvironmentVariables(L"%ZEL_PROVIDER%"));
 
-    // The functions that the library finds refuse what is no multiple of a block, each in its own way.
+    // The functions that the library finds reject a size that is not a multiple of a block, each in its own way.
     const ImportHook find("GetProcAddress", [&](HMODULE module, const char* name) -> void* {
         if (missing) {
             ::SetLastError(127);
