@@ -3,6 +3,7 @@
 #include "ZelWin32/PinnedModule.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <utility>
@@ -10,6 +11,8 @@
 extern "C" {
 
 void ZelRaiseTranslated();
+void ZelCallTranslator(ZelWin32::SETranslationScope* scope, unsigned int code, EXCEPTION_POINTERS* pointers);
+EXCEPTION_DISPOSITION ZelLeaveTranslator(PEXCEPTION_RECORD, void* frame, PCONTEXT, void*) noexcept;
 [[noreturn]] void ZelThrowTranslated(ZelWin32::SETranslationScope* scope);
 }
 
@@ -32,6 +35,27 @@ __asm__(".text\n"
         "    ud2\n"
         ".seh_endproc\n");
 
+// Calls the translator, which is the first member of the scope, from a frame that learns of every way out of it: frames
+// of this compiler run no destructors when a structured handler unwinds them.
+__asm__(".text\n"
+        ".globl ZelCallTranslator\n"
+        ".def ZelCallTranslator; .scl 2; .type 32; .endef\n"
+        ".seh_proc ZelCallTranslator\n"
+        "ZelCallTranslator:\n"
+        "    subq $56, %rsp\n"
+        "    .seh_stackalloc 56\n"
+        "    .seh_endprologue\n"
+        "    .seh_handler ZelLeaveTranslator, @unwind\n"
+        "    movq %rcx, 48(%rsp)\n"
+        "    movq %rcx, %rax\n"
+        "    movl %edx, %ecx\n"
+        "    movq %r8, %rdx\n"
+        "    call *(%rax)\n"
+        "    nop\n"
+        "    addq $56, %rsp\n"
+        "    ret\n"
+        ".seh_endproc\n");
+
 namespace ZelWin32 {
 
 namespace {
@@ -52,6 +76,9 @@ bool IsForeign(DWORD code) noexcept {
     const bool isForDebugger = (code & 0xFFFFFFF0) == 0x40010000; // control keys and debug output
     return isForDebugger || std::find(std::begin(foreign), std::end(foreign), code) != std::end(foreign);
 }
+
+/// Of a context's flags: this state is stored after the original, and is not part of a copy.
+constexpr DWORD ExtendedState = 0x40;
 
 const NT_TIB& GetThreadBlock() noexcept {
     const NT_TIB* block = nullptr; // NtCurrentTeb causes a warning of the compiler
@@ -76,10 +103,10 @@ enum class Answer {
 /// handler that handles the exception unwinds the stack and does not return.
 class HandlerSearch {
 public:
-    HandlerSearch(EXCEPTION_POINTERS& pointers, const SETranslationScope& scope) noexcept
-        : m_record(*pointers.ExceptionRecord), m_fault(*pointers.ContextRecord), m_scope(scope),
+    HandlerSearch(EXCEPTION_POINTERS& pointers, const SETranslationScope& scope, DWORD lastError) noexcept
+        : m_record(*pointers.ExceptionRecord), m_fault(*pointers.ContextRecord), m_scope(scope), m_lastError(lastError),
           m_walk(*pointers.ContextRecord), m_entry(GetThreadBlock().ExceptionList) {
-        m_walk.ContextFlags &= ~DWORD{0x40}; // the extended state is stored after the original and is not copied
+        m_walk.ContextFlags &= ~ExtendedState;
     }
 
     Answer Run() {
@@ -119,17 +146,13 @@ private:
 
     Answer AskFrame() {
         for (;;) {
-            switch (Judge(m_dispatch.LanguageHandler(&m_record, reinterpret_cast<void*>(m_dispatch.EstablisherFrame),
-                                                     &m_fault, &m_dispatch))) {
+            switch (Call(m_dispatch.LanguageHandler, reinterpret_cast<void*>(m_dispatch.EstablisherFrame))) {
             case ExceptionContinueSearch:
                 return Answer::None;
             case ExceptionContinueExecution:
                 return Answer::Continue;
-            case ExceptionCollidedUnwind: // the fault occurred while another exception unwound this frame: go on there
-                ::RtlVirtualUnwind(UNW_FLAG_NHANDLER, m_dispatch.ImageBase, m_dispatch.ControlPc,
-                                   m_dispatch.FunctionEntry, &m_walk, &m_dispatch.HandlerData,
-                                   &m_dispatch.EstablisherFrame, nullptr);
-                m_dispatch.ContextRecord = &m_walk;
+            case ExceptionCollidedUnwind:
+                ContinueUnwoundFrame();
                 continue;
             default:
                 return Answer::Unreachable;
@@ -142,13 +165,16 @@ private:
         while (m_entry != m_scope.handlerChain && IsOnStack(reinterpret_cast<DWORD64>(m_entry)) &&
                reinterpret_cast<DWORD64>(m_entry) < m_walk.Rsp) {
             m_dispatch.EstablisherFrame = reinterpret_cast<DWORD64>(m_entry);
-            const auto handler = reinterpret_cast<PEXCEPTION_ROUTINE>(m_entry->Handler);
-            switch (Judge(handler(&m_record, m_entry, &m_fault, &m_dispatch))) {
+            switch (Call(reinterpret_cast<PEXCEPTION_ROUTINE>(m_entry->Handler), m_entry)) {
             case ExceptionContinueSearch:
                 m_entry = m_entry->Next;
                 break;
             case ExceptionContinueExecution:
                 return Answer::Continue;
+            case ExceptionCollidedUnwind:
+                m_entry = m_entry->Next;
+                ContinueUnwoundFrame();
+                return AskFrame();
             default:
                 return Answer::Unreachable;
             }
@@ -156,7 +182,19 @@ private:
         return Answer::None;
     }
 
-    EXCEPTION_DISPOSITION Judge(EXCEPTION_DISPOSITION disposition) noexcept {
+    /// The fault occurred while another exception was unwinding. The handler of that unwind has stored the frame that
+    /// it was in, from which the search goes on.
+    void ContinueUnwoundFrame() noexcept {
+        m_walk = *m_dispatch.ContextRecord;
+        DWORD64 frame = 0;
+        ::RtlVirtualUnwind(UNW_FLAG_NHANDLER, m_dispatch.ImageBase, m_dispatch.ControlPc, m_dispatch.FunctionEntry,
+                           &m_walk, &m_dispatch.HandlerData, &frame, nullptr);
+        m_dispatch.ContextRecord = &m_walk;
+    }
+
+    EXCEPTION_DISPOSITION Call(PEXCEPTION_ROUTINE handler, void* frame) {
+        ::SetLastError(m_lastError); // as without a sentry
+        const EXCEPTION_DISPOSITION disposition = handler(&m_record, frame, &m_fault, &m_dispatch);
         if (disposition == ExceptionNestedException) {
             m_record.ExceptionFlags |= 0x10; // EXCEPTION_NESTED_CALL
             return ExceptionContinueSearch;
@@ -167,6 +205,7 @@ private:
     EXCEPTION_RECORD& m_record;
     CONTEXT& m_fault;
     const SETranslationScope& m_scope;
+    DWORD m_lastError;
     CONTEXT m_walk;
     EXCEPTION_REGISTRATION_RECORD* m_entry;
     UNWIND_HISTORY_TABLE m_history{};
@@ -175,15 +214,45 @@ private:
 
 DWORD g_slot = FLS_OUT_OF_INDEXES;
 
-/// Returns the innermost scope that contains the fault. It skips scopes whose translator is running, and scopes left
-/// without their destructor, for example by longjmp.
+/// Whether the sentry still exists. longjmp, and structured handlers that unwind frames of this compiler, skip its
+/// destructor. Then its place on the stack is soon overwritten.
+bool IsAlive(const SETranslationScope& scope) noexcept {
+    return !IsOnStack(reinterpret_cast<DWORD64>(scope.stackTop)) ||
+           *static_cast<const void* const*>(scope.stackTop) == scope.owner;
+}
+
+/// Returns the innermost scope that contains the fault. It skips scopes whose translator is running, and scopes whose
+/// sentry was left without its destructor.
 SETranslationScope* FindScope(DWORD64 stackPointer) noexcept {
     const auto isBelow = [&](const void* address) { return stackPointer < reinterpret_cast<DWORD64>(address); };
     auto scope = static_cast<SETranslationScope*>(::FlsGetValue(g_slot));
-    while (scope != nullptr && (isBelow(scope->running) || !isBelow(scope->stackTop))) {
+    while (scope != nullptr && (isBelow(scope->running) || !isBelow(scope->stackTop) || !IsAlive(*scope))) {
         scope = scope->previous;
     }
     return scope;
+}
+
+/// Faults that executing the instruction again raises again, unless their cause was removed. A guard page is not one of
+/// them: it is an ordinary page after the first access.
+bool IsFaultOfInstruction(DWORD code) noexcept {
+    constexpr DWORD faults[] = {EXCEPTION_ACCESS_VIOLATION,
+                                EXCEPTION_IN_PAGE_ERROR,
+                                EXCEPTION_DATATYPE_MISALIGNMENT,
+                                EXCEPTION_ILLEGAL_INSTRUCTION,
+                                EXCEPTION_ARRAY_BOUNDS_EXCEEDED,
+                                EXCEPTION_FLT_DENORMAL_OPERAND,
+                                EXCEPTION_FLT_DIVIDE_BY_ZERO,
+                                EXCEPTION_FLT_INEXACT_RESULT,
+                                EXCEPTION_FLT_INVALID_OPERATION,
+                                EXCEPTION_FLT_OVERFLOW,
+                                EXCEPTION_FLT_STACK_CHECK,
+                                EXCEPTION_FLT_UNDERFLOW,
+                                EXCEPTION_INT_DIVIDE_BY_ZERO,
+                                EXCEPTION_INT_OVERFLOW,
+                                EXCEPTION_PRIV_INSTRUCTION,
+                                0xC00002B4, // several floating-point faults, several floating-point traps
+                                0xC00002B5};
+    return std::find(std::begin(faults), std::end(faults), code) != std::end(faults);
 }
 
 /// A code raised by a call would not be raised again by executing one instruction again.
@@ -198,10 +267,24 @@ bool WasRaisedByCall(const EXCEPTION_RECORD& record) noexcept {
         const FARPROC raise = handle != nullptr ? ::GetProcAddress(handle, name) : nullptr;
         return raise != nullptr && own != nullptr && own == function(reinterpret_cast<DWORD64>(raise));
     };
-    constexpr DWORD severity = 0xF0000000; // the processor's faults have the system's severities error and warning
-    const bool isOfProcessor =
-        (record.ExceptionCode & severity) == 0xC0000000 || (record.ExceptionCode & severity) == 0x80000000;
-    return !isOfProcessor || isOf(L"kernelbase", "RaiseException") || isOf(L"ntdll", "RtlRaiseException");
+    return !IsFaultOfInstruction(record.ExceptionCode) || (record.ExceptionFlags & EXCEPTION_NONCONTINUABLE) != 0 ||
+           isOf(L"kernelbase", "RaiseException") || isOf(L"ntdll", "RtlRaiseException");
+}
+
+/// Whether an access violation would not be raised again, because the translator has changed the page.
+bool IsAccessible(const EXCEPTION_RECORD& record) noexcept {
+    constexpr ULONG_PTR write = 1, execute = 8;
+    constexpr DWORD writable = PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    constexpr DWORD executable = PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    constexpr DWORD readable = PAGE_READONLY | PAGE_EXECUTE_READ | writable;
+    MEMORY_BASIC_INFORMATION page{};
+    if (record.ExceptionCode != EXCEPTION_ACCESS_VIOLATION || record.NumberParameters < 2 ||
+        ::VirtualQuery(reinterpret_cast<const void*>(record.ExceptionInformation[1]), &page, sizeof(page)) == 0) {
+        return false;
+    }
+    const ULONG_PTR access = record.ExceptionInformation[0];
+    const DWORD allowed = access == write ? writable : access == execute ? executable : readable;
+    return page.State == MEM_COMMIT && (page.Protect & allowed) != 0 && (page.Protect & PAGE_GUARD) == 0;
 }
 
 /// Whether the exception is the declined one: the same instruction with the same registers.
@@ -214,10 +297,46 @@ bool IsDeclined(const EXCEPTION_POINTERS& pointers, const SETranslationScope& sc
            std::equal(first, last + 1, &scope.context.Rax);
 }
 
+/// The result of unwinding one frame from an address.
+struct Caller {
+    DWORD64 rip = 0;
+    DWORD64 rsp = 0;
+    const void* handler = nullptr;
+
+    bool operator==(const Caller&) const = default;
+};
+
+Caller UnwindFrom(const CONTEXT& context, DWORD64 address) noexcept {
+    CONTEXT walk = context;
+    walk.ContextFlags &= ~ExtendedState;
+    DWORD64 base = 0, frame = 0;
+    void* data = nullptr;
+    const auto function = ::RtlLookupFunctionEntry(address, &base, nullptr);
+    if (function == nullptr) {
+        return {};
+    }
+    const auto handler = ::RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, address, function, &walk, &data, &frame, nullptr);
+    return {walk.Rip, walk.Rsp, reinterpret_cast<const void*>(handler)};
+}
+
+/// Returns a return address that unwinds like the faulting instruction. The language's unwinder looks up the byte
+/// before a return address, so it has to lie inside or at the end of the instruction. The system's unwinder decodes the
+/// bytes at the address, and inside of an instruction they may look like the end of a function.
+DWORD64 FindReturnAddress(const CONTEXT& context) noexcept {
+    const Caller caller = UnwindFrom(context, context.Rip);
+    constexpr DWORD64 longestInstruction = 15;
+    for (DWORD64 i = 1; i <= longestInstruction; ++i) {
+        if (UnwindFrom(context, context.Rip + i) == caller) {
+            return context.Rip + i;
+        }
+    }
+    return context.Rip + 1;
+}
+
 void Redirect(CONTEXT& context, SETranslationScope& scope) noexcept {
-    // The unwinder looks up the byte before a return address: here the faulting instruction itself.
+    const DWORD64 returnAddress = FindReturnAddress(context);
     context.Rsp -= sizeof(DWORD64);
-    *reinterpret_cast<DWORD64*>(context.Rsp) = context.Rip + 1;
+    *reinterpret_cast<DWORD64*>(context.Rsp) = returnAddress;
     context.Rip = reinterpret_cast<DWORD64>(&ZelRaiseTranslated);
     context.Rcx = reinterpret_cast<DWORD64>(&scope);
     constexpr DWORD directionAlignmentAndTrap = 0x400 | 0x40000 | 0x100;
@@ -226,11 +345,12 @@ void Redirect(CONTEXT& context, SETranslationScope& scope) noexcept {
 
 /// Runs the translator on the stack of the fault, with the system's own records. Its exception is stored and thrown at
 /// the place of the fault. If it returns, it has removed the cause or declined the exception.
-LONG Translate(EXCEPTION_POINTERS& pointers, SETranslationScope& scope) {
+LONG Translate(EXCEPTION_POINTERS& pointers, SETranslationScope& scope, DWORD lastError) {
     const int mark = 0;
     scope.running = &mark;
     try {
-        scope.translator(pointers.ExceptionRecord->ExceptionCode, &pointers);
+        ::SetLastError(lastError);
+        ZelCallTranslator(&scope, pointers.ExceptionRecord->ExceptionCode, &pointers);
     } catch (...) {
         scope.thrown = std::current_exception();
     }
@@ -242,14 +362,16 @@ LONG Translate(EXCEPTION_POINTERS& pointers, SETranslationScope& scope) {
     if (WasRaisedByCall(*pointers.ExceptionRecord)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    // The instruction is executed again with all registers unchanged; this shows whether the cause was removed.
+    // The instruction is executed again with all registers unchanged. If it faults again in the same way, the
+    // translator has declined. A page that was made accessible may be protected again later: its next fault is another
+    // one.
     scope.record = *pointers.ExceptionRecord;
     scope.context = *pointers.ContextRecord;
-    scope.declined = true;
+    scope.declined = !IsAccessible(*pointers.ExceptionRecord);
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-LONG Dispatch(EXCEPTION_POINTERS& pointers) {
+LONG Dispatch(EXCEPTION_POINTERS& pointers, DWORD lastError) {
     if (IsForeign(pointers.ExceptionRecord->ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
@@ -257,9 +379,9 @@ LONG Dispatch(EXCEPTION_POINTERS& pointers) {
     if (scope == nullptr || (std::exchange(scope->declined, false) && IsDeclined(pointers, *scope))) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    switch (HandlerSearch(pointers, *scope).Run()) {
+    switch (HandlerSearch(pointers, *scope, lastError).Run()) {
     case Answer::None:
-        return Translate(pointers, *scope);
+        return Translate(pointers, *scope, lastError);
     case Answer::Continue: // if that is not allowed, the system reports it when it calls the same handler
         return (pointers.ExceptionRecord->ExceptionFlags & EXCEPTION_NONCONTINUABLE) != 0
                    ? EXCEPTION_CONTINUE_SEARCH
@@ -271,7 +393,7 @@ LONG Dispatch(EXCEPTION_POINTERS& pointers) {
 
 LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
     const DWORD lastError = ::GetLastError();
-    const LONG result = Dispatch(*pointers);
+    const LONG result = Dispatch(*pointers, lastError);
     ::SetLastError(lastError);
     return result;
 }
@@ -289,7 +411,7 @@ bool Register() noexcept {
 } // namespace
 
 bool EnterSETranslation(SETranslationScope& scope, void(__cdecl* translator)(unsigned int, EXCEPTION_POINTERS*),
-                        const void* stackTop) noexcept {
+                        const void* sentry) noexcept {
     static const bool registered = Register();
     if (!registered) {
         ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -297,7 +419,11 @@ bool EnterSETranslation(SETranslationScope& scope, void(__cdecl* translator)(uns
     }
     scope.translator = translator;
     scope.previous = static_cast<SETranslationScope*>(::FlsGetValue(g_slot));
-    scope.stackTop = stackTop;
+    while (scope.previous != nullptr && !IsAlive(*scope.previous)) {
+        scope.previous = scope.previous->previous;
+    }
+    scope.stackTop = sentry;
+    scope.owner = *static_cast<const void* const*>(sentry);
     scope.handlerChain = GetThreadBlock().ExceptionList;
     return ::FlsSetValue(g_slot, &scope) != FALSE;
 }
@@ -307,6 +433,13 @@ void LeaveSETranslation(SETranslationScope& scope) noexcept {
 }
 
 } // namespace ZelWin32
+
+/// Called when the frame of ZelCallTranslator is unwound, whatever the exception.
+EXCEPTION_DISPOSITION ZelLeaveTranslator(PEXCEPTION_RECORD, void* frame, PCONTEXT, void*) noexcept {
+    constexpr std::size_t place = 48; // of the scope in the frame
+    (*reinterpret_cast<ZelWin32::SETranslationScope**>(static_cast<char*>(frame) + place))->running = nullptr;
+    return ExceptionContinueSearch;
+}
 
 void ZelThrowTranslated(ZelWin32::SETranslationScope* scope) {
     std::rethrow_exception(std::exchange(scope->thrown, nullptr));

@@ -19,7 +19,8 @@ constexpr bool IsRpcStatus(DWORD code) noexcept {
 struct SETranslationScope {
     void(__cdecl* translator)(unsigned int, EXCEPTION_POINTERS*) = nullptr;
     SETranslationScope* previous = nullptr;
-    const void* stackTop = nullptr;     ///< frames at or above this address belong to the sentry's callers
+    const void* stackTop = nullptr;     ///< the sentry; frames at or above this address belong to its callers
+    const void* owner = nullptr;        ///< the sentry's first word, while the sentry lives
     const void* handlerChain = nullptr; ///< the thread's list of structured handlers when the scope began
     const void* running = nullptr;      ///< its translator runs below this stack address; null while it does not run
     std::exception_ptr thrown;          ///< the translator's exception, until it is thrown at the place of the fault
@@ -30,8 +31,9 @@ struct SETranslationScope {
 
 /// Makes the scope the innermost one of the running fiber, or of the thread if it has no fiber. Returns false, with the
 /// last error set, if the system call fails.
+/// \param sentry its first word is a pointer to the object that contains the scope
 bool EnterSETranslation(SETranslationScope& scope, void(__cdecl* translator)(unsigned int, EXCEPTION_POINTERS*),
-                        const void* stackTop) noexcept;
+                        const void* sentry) noexcept;
 void LeaveSETranslation(SETranslationScope& scope) noexcept;
 
 } // namespace ZelWin32

@@ -24,6 +24,10 @@ bool ZelTestMends(void (*fault)());
 bool ZelTestCleansUp(void (*fault)());
 bool ZelTestPasses(void (*fault)());
 bool ZelTestExcepts(void (*fault)());
+bool ZelTestHandlesFive(void (*fault)());
+void ZelTestLooksLikeAnEnd();
+extern const char ZelTestHandlesFive_handled[];
+EXCEPTION_DISPOSITION ZelTestHandleFive(PEXCEPTION_RECORD, void*, PCONTEXT, void*);
 extern const char ZelTestHandles_handled[];
 }
 
@@ -40,6 +44,12 @@ extern const char ZelTestHandles_handled[];
 ZEL_TEST_FRAME(ZelTestPlain, "", "");
 ZEL_TEST_FRAME(ZelTestLooksOn, ".seh_handler ZelTestLookOn, @except\n", "");
 ZEL_TEST_FRAME(ZelTestHandles, ".seh_handler ZelTestHandle, @except\n", "");
+ZEL_TEST_FRAME(ZelTestHandlesFive, ".seh_handler ZelTestHandleFive, @except\n", "");
+__asm__(".text\n.globl ZelTestLooksLikeAnEnd\n.def ZelTestLooksLikeAnEnd; .scl 2; .type 32; .endef\n"
+        ".seh_proc ZelTestLooksLikeAnEnd\nZelTestLooksLikeAnEnd:\n    pushq %rbx\n    .seh_pushreg %rbx\n"
+        "    subq $32, %rsp\n    .seh_stackalloc 32\n    .seh_endprologue\n    xorl %eax, %eax\n"
+        "    xorl %ebx, %ebx\n    movl 8(%rbx,%rax,8), %ebx\n    addq $32, %rsp\n    popq %rbx\n    ret\n"
+        ".seh_endproc\n");
 ZEL_TEST_FRAME(ZelTestMends, ".seh_handler ZelTestMend, @except\n", "");
 ZEL_TEST_FRAME(ZelTestCleansUp, ".seh_handler __C_specific_handler, @unwind, @except\n",
                ZEL_TEST_SCOPE(ZelTestCleansUp, "ZelTestFinally", ".long 0"));
@@ -84,6 +94,8 @@ int ReadDeeper(const int* address, int depth) {
 }
 
 int g_declined = 0, g_looks = 0, g_cleanups = 0;
+DWORD g_lastError = 0; ///< as the last handler saw it
+void (*g_inFinally)() = nullptr;
 EXCEPTION_RECORD g_seen;
 
 using Translated = std::pair<unsigned, int>; ///< the code, and the number of the translator
@@ -123,6 +135,16 @@ bool CallBelowEntry(void (*fault)()) {
     return false;
 }
 
+EXCEPTION_DISPOSITION UnwindTo(const char* target, PEXCEPTION_RECORD record, void* frame, void* dispatcher) {
+    constexpr DWORD unwinding = 0x2 | 0x4;
+    if ((record->ExceptionFlags & unwinding) == 0) {
+        const auto dispatch = static_cast<PDISPATCHER_CONTEXT>(dispatcher);
+        ::RtlUnwindEx(frame, const_cast<char*>(target), record, nullptr, dispatch->ContextRecord,
+                      dispatch->HistoryTable);
+    }
+    return ExceptionContinueSearch;
+}
+
 bool CallBelowSystemGuard(void (*fault)()) {
     static void (*s_fault)() = nullptr;
     s_fault = fault;
@@ -135,17 +157,17 @@ bool CallBelowSystemGuard(void (*fault)()) {
 
 EXCEPTION_DISPOSITION ZelTestLookOn(PEXCEPTION_RECORD, void*, PCONTEXT, void*) {
     ++g_looks;
+    g_lastError = ::GetLastError();
     return ExceptionContinueSearch;
 }
 
 EXCEPTION_DISPOSITION ZelTestHandle(PEXCEPTION_RECORD record, void* frame, PCONTEXT, void* dispatcher) {
-    constexpr DWORD unwinding = 0x2 | 0x4;
-    if ((record->ExceptionFlags & unwinding) == 0) {
-        const auto dispatch = static_cast<PDISPATCHER_CONTEXT>(dispatcher);
-        ::RtlUnwindEx(frame, const_cast<char*>(ZelTestHandles_handled), record, nullptr, dispatch->ContextRecord,
-                      dispatch->HistoryTable);
-    }
-    return ExceptionContinueSearch;
+    return UnwindTo(ZelTestHandles_handled, record, frame, dispatcher);
+}
+
+EXCEPTION_DISPOSITION ZelTestHandleFive(PEXCEPTION_RECORD record, void* frame, PCONTEXT, void* dispatcher) {
+    return record->ExceptionCode == 0xE0000005 ? UnwindTo(ZelTestHandlesFive_handled, record, frame, dispatcher)
+                                               : ExceptionContinueSearch;
 }
 
 EXCEPTION_DISPOSITION ZelTestMend(PEXCEPTION_RECORD record, void*, PCONTEXT context, void*) {
@@ -155,6 +177,9 @@ EXCEPTION_DISPOSITION ZelTestMend(PEXCEPTION_RECORD record, void*, PCONTEXT cont
 
 void ZelTestFinally(int, void*) {
     ++g_cleanups;
+    if (g_inFinally != nullptr) {
+        g_inFinally();
+    }
 }
 
 LONG ZelTestPass(EXCEPTION_POINTERS*, void*) {
@@ -291,6 +316,77 @@ TEST(SEException, WhatTheSystemGuardsIsLeftToIt) {
     ::CloseServiceHandle(manager);
 }
 
+TEST(SEException, HandlersAndTranslatorsSeeTheLastErrorOfTheFault) {
+    static DWORD s_translators = 0;
+    const Sentry sentry([](unsigned code, EXCEPTION_POINTERS*) {
+        s_translators = ::GetLastError();
+        throw Translated(code, 0);
+    });
+    EXPECT_THROW(ZelTestLooksOn([] {
+                     ::SetLastError(1234);
+                     ReadFrom(Nowhere);
+                 }),
+                 Translated);
+    EXPECT_EQ(g_lastError, 1234u);
+    EXPECT_EQ(s_translators, 1234u);
+}
+
+TEST(SEException, AFaultDuringAnUnwindingIsTranslated) {
+    static int s_caught = 0;
+    s_caught = g_cleanups = 0;
+    g_inFinally = [] {
+        try {
+            ReadFrom(Nowhere);
+        } catch (const CSEException&) {
+            ++s_caught;
+        }
+    };
+    {
+        const Sentry sentry(nullptr);
+        EXPECT_TRUE(ZelTestHandlesFive([] { ZelTestCleansUp([] { Raise(0xE0000005); }); }));
+    }
+    g_inFinally = nullptr;
+    EXPECT_EQ(s_caught, 1);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
+}
+
+TEST(SEException, AHandlerMayUnwindPastSentriesAndTranslators) {
+    const auto translate = [] { // in frames of its own, over what is left on the stack
+        const auto read = [] {
+            volatile char frame[512] = {};
+            return ReadFrom(Nowhere) + frame[17];
+        };
+        try {
+            static_cast<void>(read());
+        } catch (const Translated& e) {
+            return e.second;
+        }
+        return 0;
+    };
+    const Sentry outer([](unsigned code, EXCEPTION_POINTERS*) { throw Translated(code, 1); });
+    EXPECT_TRUE(ZelTestExcepts([] { // whose destructor nobody runs
+        const Sentry skipped([](unsigned, EXCEPTION_POINTERS*) { ++g_declined; });
+        Raise(0xE0001234);
+    }));
+    EXPECT_EQ(translate(), 1);
+    { // the translator's own exception is handled between fault and sentry
+        const Sentry inner([](unsigned code, EXCEPTION_POINTERS*) {
+            if (code == 0xE0000004) {
+                Raise(0xE0000005);
+            }
+            throw Translated(code, 2);
+        });
+        EXPECT_TRUE(ZelTestHandlesFive([] { Raise(0xE0000004); }));
+        EXPECT_EQ(translate(), 2);
+    }
+}
+
+TEST(SEException, AnInstructionMayLookLikeTheEndOfAFunction) {
+    const Sentry sentry(nullptr);
+    // mov 8(%rbx,%rax,8),%ebx is 8B 5C C3 08: from its second byte on, a pop of the stack pointer and a return.
+    ExpectThrow<CSEException>([] { ZelTestPlain(&ZelTestLooksLikeAnEnd); }, {.code = 0xC0000005});
+}
+
 TEST(SEException, NestedSentriesUseTheInnermostTranslator) {
     const auto number = [](int translator) {
         try {
@@ -394,7 +490,9 @@ TEST(SEException, TranslatorsMayMendTheFaultWithAllRegistersAsTheyWere) {
         DWORD before = 0;
         ::VirtualProtect(s_page, 4096, PAGE_NOACCESS, &before);
     };
-    for (int i = 0; i < 3; ++i) { // again and again
+    for (int i = 0; i < 3; ++i) { // again and again, also with the same registers
+        protect();
+        EXPECT_EQ(ReadFrom(reinterpret_cast<const int*>(s_page)), 0);
         protect();
         EXPECT_EQ(ReadDeeper(reinterpret_cast<const int*>(s_page), i), 0);
     }

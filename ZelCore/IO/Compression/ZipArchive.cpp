@@ -20,6 +20,7 @@
 #include <array>
 #include <exception>
 #include <map>
+#include <new>
 #include <span>
 #include <utility>
 #include <zlib.h>
@@ -539,14 +540,24 @@ void AddToChecksum(std::uint32_t& checksum, const unsigned char* data, std::uint
     }
 }
 
-void TraceUnsaved(const wchar_t* archive, const wchar_t* reason) noexcept {
+/// Traces the exception that is being handled.
+void TraceUnsaved(const wchar_t* archive) noexcept {
     // Site: traces for the destructor.
     using Diagnostics::CTraceSource;
     try {
+        std::wstring reason = L"unknown";
+        try {
+            throw;
+        } catch (const CException& e) {
+            reason = e.GetExceptionMessage();
+        } catch (const std::bad_alloc&) {
+            reason = L"out of memory";
+        } catch (...) { // a type of the program's own, from its translator for example
+        }
         static const CTraceSource& trace = *new CTraceSource(L"ZelCore.IO.Compression");
         trace.TraceEventFormat(L"ZelCore::IO::Compression::CZipArchive::~CZipArchive", L"ZipArchive.cpp", __LINE__,
                                Diagnostics::TraceEventType::Error, L"The archive '%s' is not saved: %s", archive,
-                               reason);
+                               reason.c_str());
     } catch (...) { // a destructor cannot report it
     }
 }
@@ -610,7 +621,8 @@ private:
     std::uint64_t CheckLimits(std::uint64_t position) const;
     void TakeRoom(std::int64_t length);
     void SetLengthSilently(std::int64_t length) noexcept;
-    void Rewrite();
+    void CheckStaged() const;
+    void Rewrite(std::int64_t before);
     void WriteEntries();
     void WriteDirectory();
 
@@ -868,6 +880,7 @@ std::uint64_t CZipArchive::impl::CheckLimits(std::uint64_t position) const {
 void CZipArchive::impl::TakeRoom(std::int64_t length) {
     const std::int64_t before = m_file.GetLength();
     if (length <= before) {
+        m_file.SetLength(length); // fails while another program maps the file, when the archive is still intact
         return;
     }
     try {
@@ -892,6 +905,18 @@ void CZipArchive::impl::SetLengthSilently(std::int64_t length) noexcept {
     }
 }
 
+/// Checks, while the archive is unchanged, that all staged data still exist: scanners and cleaners delete files.
+void CZipArchive::impl::CheckStaged() const {
+    // Site: checks for Flush before anything is written.
+    for (const auto& [name, record] : m_table) {
+        WIN32_FILE_ATTRIBUTE_DATA file{};
+        if (!::GetFileAttributesExW(record.stagingPath.c_str(), GetFileExInfoStandard, &file) ||
+            file.nFileSizeHigh != 0 || file.nFileSizeLow != record.header.compressedSize) {
+            ThrowInvalidEntry(name, ZEL_SITE(L"ZelCore::IO::Compression::CZipArchive::Flush"));
+        }
+    }
+}
+
 void CZipArchive::impl::Save() {
     if (m_mode == ZipArchiveMode::Create) {
         CheckLimits(static_cast<std::uint64_t>(m_file.GetPosition()));
@@ -900,22 +925,25 @@ void CZipArchive::impl::Save() {
     } else {
         CheckLimits(0); // before the staging, which takes as much disk space as the headers declare
         EnsureEntriesLoaded();
-        TakeRoom(static_cast<std::int64_t>(CheckLimits(0)));
-        Rewrite();
+        const auto length = static_cast<std::int64_t>(CheckLimits(0));
+        const std::int64_t before = m_file.GetLength();
+        CheckStaged();
+        TakeRoom(length);
+        Rewrite(std::min(before, length));
     }
     m_file.Flush();
 }
 
 /// Overwrites the old archive. A partly written archive is truncated where the writing ended; followed by its old
 /// directory it would appear intact.
-void CZipArchive::impl::Rewrite() {
-    m_file.Seek(0, SeekOrigin::Begin);
+void CZipArchive::impl::Rewrite(std::int64_t before) {
     try {
+        m_file.Seek(0, SeekOrigin::Begin);
         WriteEntries();
         WriteDirectory();
-        m_file.SetLength(m_file.GetPosition());
     } catch (...) {
-        SetLengthSilently(m_file.GetPosition());
+        const std::int64_t written = m_file.GetPosition();
+        SetLengthSilently(written == 0 ? before : written); // at 0 nothing has been overwritten
         throw;
     }
 }
@@ -953,16 +981,11 @@ void CZipArchive::impl::Finish() {
     const bool isUnwinding = std::uncaught_exceptions() > m_exceptionsBefore;
     try {
         Save();
-    } catch (const CException& e) {
+    } catch (...) {
         if (!isUnwinding) {
             throw;
         }
-        TraceUnsaved(m_file.GetName(), e.GetExceptionMessage());
-    } catch (const std::exception&) {
-        if (!isUnwinding) {
-            throw;
-        }
-        TraceUnsaved(m_file.GetName(), L"out of memory");
+        TraceUnsaved(m_file.GetName());
     }
 }
 

@@ -575,6 +575,41 @@ TEST_F(ZipArchiveFailure, AFullDiskLeavesTheArchiveAsItWas) {
     EXPECT_EQ(Get(L"test.zip"), before);
 }
 
+TEST_F(ZipArchiveFailure, WhatFailsBeforeTheFirstByteLeavesTheArchiveAsItWas) {
+    const std::string before = Get(L"test.zip");
+    CZipArchive archive(Path().c_str(), Update);
+    archive.DeleteEntry(L"a");
+    { // another program maps the file, which therefore cannot shrink
+        const ImportHook mapped("SetEndOfFile", [](HANDLE) -> BOOL {
+            ::SetLastError(ERROR_USER_MAPPED_FILE);
+            return FALSE;
+        });
+        ExpectError(ERROR_USER_MAPPED_FILE, [&] { archive.Flush(); });
+        EXPECT_EQ(Get(L"test.zip"), before);
+    }
+    archive.AddEntry(L"c", Bytes(text), text.size(), false);
+    for (const bool refused : {true, false}) {
+        const ImportHook write("WriteFile", [&](HANDLE file, const void* data, DWORD size, DWORD* n, OVERLAPPED* o) {
+            const bool isHeader = size > 4 && std::memcmp(data, "PK\3\4", 4) == 0;
+            ::SetLastError(ERROR_LOCK_VIOLATION);
+            return isHeader && refused ? FALSE : ::WriteFile(file, data, size, n, o);
+        });
+        if (refused) {
+            ExpectError(ERROR_LOCK_VIOLATION, [&] { archive.Flush(); });
+            EXPECT_EQ(Get(L"test.zip"), before);
+        } else { // a cleaner has deleted a staged file
+            for (const auto& file : std::filesystem::recursive_directory_iterator(At(L"tmp"))) {
+                if (file.is_regular_file() && file.file_size() == text.size()) {
+                    std::filesystem::remove(file.path());
+                }
+            }
+            ExpectInvalid(L"Invalid ZIP entry 'c'", [&] { archive.Flush(); });
+            EXPECT_EQ(Get(L"test.zip"), before);
+        }
+    }
+    archive.DeleteEntry(L"c"); // or the destructor would fail
+}
+
 TEST_F(ZipArchiveFailure, AScannerMayHoldAStagingFileForAMoment) {
     CZipArchive archive(At(L"new.zip").c_str(), Create);
     archive.AddEntry(L"a", Bytes("hello"), 5, false);
