@@ -39,8 +39,9 @@ private:
     void Hook(Result (*)(Arguments...), const char* name, int step) {
         m_hooks.emplace_back(name, [this, step](Arguments... arguments) -> Result {
             if constexpr (std::is_void_v<Result>) {
+                const bool counts = std::get<0>(std::tuple(arguments...)) != nullptr;
                 Function(arguments...);
-                Add(std::get<0>(std::tuple(arguments...)) != nullptr ? step : 0);
+                Add(counts ? step : 0);
             } else {
                 const Result result = Function(arguments...);
                 Add(HasSucceeded(result) ? step : 0);
