@@ -521,7 +521,7 @@ void SetCurrentTime(CCentralDirectoryFileHeader& header) {
     header.time = time;
 }
 
-/// Copies `source` to its end, or at most `size` bytes, and passes every piece to `seen`.
+/// Copies the rest of `source`, and passes every piece to `seen`.
 template <class Seen> void CopyStream(CStream& source, CStream& target, Seen seen) {
     std::array<unsigned char, CopySize> buffer;
     while (const std::size_t read = std::min(source.Read(buffer.data(), buffer.size()), buffer.size())) {
