@@ -87,9 +87,16 @@ TEST_F(Address, OrderIsThatOfFamilyAndBytes) {
     ExpectThrow<CInvalidOperationException>([&] { (void)(none <= none); }, {.method = L"ZelNet::operator <="});
 }
 
-TEST_F(Address, NamesAreResolved) {
-    EXPECT_FALSE(CDns::GetHostAddresses(L"localhost").empty());
+TEST_F(Address, LocalNamesAreResolved) {
+    try {
+        EXPECT_FALSE(CDns::GetHostAddresses(L"localhost").empty());
+    } catch (const CSocketException& e) {
+        GTEST_SKIP() << "this machine does not know localhost: error " << e.GetError();
+    }
     EXPECT_FALSE(CDns::GetHostEntry(L"127.0.0.1").GetAddressList().empty());
+}
+
+TEST_F(Address, NamesAreResolved) {
     ExpectThrow<CSocketException>([] { CDns::GetHostEntry(L"no.such.host.invalid"); },
                                   {.method = L"ZelNet::CDns::GetHostByName"});
     ExpectNull(L"hostNameOrAddress", [] { CDns::GetHostEntry(nullptr); });
